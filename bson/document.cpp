@@ -1,0 +1,281 @@
+#include <algorithm>
+#include <memory>
+
+#include "bson/bsonDocument.h"
+#include "bson/buffer.h"
+#include "bson/element.h"
+#include "bson/tree_walk.h"
+#include "bson/wire_format.h"
+
+using namespace lutc_bson;
+
+namespace {
+
+// Documents that wait for their destruction, linked through their message pointers: their messages are gone
+// already, and a list of any length costs no memory.
+class doomed_documents {
+  public:
+    void add(bsonDocument* document) noexcept {
+        document->clearMessage();
+        document->message = reinterpret_cast<unsigned char*>(first_);
+        first_ = document;
+    }
+
+    bsonDocument* take() noexcept {
+        bsonDocument* const document = first_;
+        if (document != nullptr) {
+            first_ = reinterpret_cast<bsonDocument*>(document->message);
+            document->message = nullptr;
+        }
+        return document;
+    }
+
+  private:
+    bsonDocument* first_ = nullptr;
+};
+
+void destroyElements(bsonDocument& document, doomed_documents& doomed) noexcept {
+    for (bsonElement* const element : document.elementList) {
+        if (element->ownsDocument && element->documentValue != nullptr) {
+            doomed.add(element->documentValue);
+            element->documentValue = nullptr;
+        }
+        delete element;
+    }
+    document.elementList.clear();
+}
+
+std::unique_ptr<bsonDocument> copyWithoutElements(const bsonDocument& source) {
+    const bool copyBytes = source.ownsMessage && source.message != nullptr;
+    auto copy = std::make_unique<bsonDocument>(source.message, source.messageSize, copyBytes, false);
+    copy->ownsMessage = source.ownsMessage;
+    copy->elementList.reserve(source.elementList.size());
+    return copy;
+}
+
+// mark is the copy that the elements go to.
+struct copier {
+    bsonDocument* mark;
+
+    const bsonDocument* visit(const bsonElement& source) {
+        append(mark->elementList, copyWithoutDocument(source));
+        if (source.documentValue == nullptr) return nullptr;
+        bsonElement& copy = *mark->elementList.back();
+        copy.ownsDocument = source.ownsDocument;
+        if (!source.ownsDocument) {
+            copy.documentValue = source.documentValue;
+            return nullptr;
+        }
+        mark = copy.documentValue = copyWithoutElements(*source.documentValue).release();
+        return source.documentValue;
+    }
+
+    void leave(const bsonElement&, bsonDocument*) {}
+};
+
+template <class Matches>
+std::vector<bsonElement*>::const_iterator findOccurrence(const std::vector<bsonElement*>& list,
+                                                         Matches matches, std::int32_t occurrence) noexcept {
+    if (occurrence < 0) return list.end();
+    return std::find_if(list.begin(), list.end(),
+                        [&](const bsonElement* element) { return matches(*element) && occurrence-- == 0; });
+}
+
+template <class Matches>
+bsonElement* find(const bsonDocument& document, Matches matches, std::int32_t occurrence) noexcept {
+    const auto place = findOccurrence(document.elementList, matches, occurrence);
+    return place == document.elementList.end() ? nullptr : *place;
+}
+
+template <class Matches>
+std::vector<bsonElement*> findAll(const bsonDocument& document, Matches matches) {
+    std::vector<bsonElement*> found;
+    std::copy_if(document.elementList.begin(), document.elementList.end(), std::back_inserter(found),
+                 [&](const bsonElement* element) { return matches(*element); });
+    return found;
+}
+
+template <class Matches>
+std::int32_t deleteOccurrence(bsonDocument& document, Matches matches, std::int32_t occurrence) noexcept {
+    const auto place = findOccurrence(document.elementList, matches, occurrence);
+    if (place == document.elementList.end()) return 0;
+    const std::unique_ptr<bsonElement> element(*place);
+    document.elementList.erase(place);
+    return 1;
+}
+
+auto hasKey(const std::string& key) {
+    return [&key](const bsonElement& element) { return element.key == key; };
+}
+
+auto hasType(std::uint8_t type) {
+    return [type](const bsonElement& element) { return element.valueType == type; };
+}
+
+template <class Value>
+void add(bsonDocument& document, const std::string& key, const Value& value) {
+    append(document.elementList, std::make_unique<bsonElement>(key, value));
+}
+
+// The result of a typed getter, and the element when it is 1.
+std::int32_t findTyped(const bsonDocument& document, const std::string& key, std::uint8_t type,
+                       const bsonElement*& found) noexcept {
+    found = document.getElementWithKey(key, 0);
+    if (found == nullptr) return 0;
+    return found->valueType == type ? 1 : -1;
+}
+
+template <class Value, class Read>
+std::int32_t getTyped(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out,
+                      Read read) {
+    const bsonElement* element;
+    const std::int32_t result = findTyped(document, key, type, element);
+    if (result == 1) out = read(*element);
+    return result;
+}
+
+}  // namespace
+
+bsonDocument::bsonDocument() : message(nullptr), messageSize(0), ownsMessage(true) {}
+
+bsonDocument::bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse)
+    : bsonDocument() {
+    const bool copyBytes = copy && bytes != nullptr && size != 0;
+    message = copyBytes ? newCopyOfBytes(bytes, size) : const_cast<unsigned char*>(bytes);
+    messageSize = size;
+    ownsMessage = copy;
+    if (parse) convertMessageToElementList(true);
+}
+
+bsonDocument::~bsonDocument() {
+    clearMessage();
+    clearElementList();
+}
+
+void bsonDocument::clearMessage() noexcept {
+    if (ownsMessage && messageSize != 0) std::free(message);
+    message = nullptr;
+    messageSize = 0;
+    ownsMessage = true;
+}
+
+void bsonDocument::clearElementList() noexcept {
+    doomed_documents doomed;
+    destroyElements(*this, doomed);
+    while (bsonDocument* const document = doomed.take()) {
+        destroyElements(*document, doomed);
+        delete document;
+    }
+}
+
+bsonDocument* bsonDocument::getCopy() const {
+    std::unique_ptr<bsonDocument> copy = copyWithoutElements(*this);
+    copier target{copy.get()};
+    walkTree(*this, target);
+    return copy.release();
+}
+
+bsonElement* bsonDocument::getElementWithKey(const std::string& key, std::int32_t occurrence) const noexcept {
+    return find(*this, hasKey(key), occurrence);
+}
+
+bsonElement* bsonDocument::getElementWithValueType(std::uint8_t type,
+                                                   std::int32_t occurrence) const noexcept {
+    return find(*this, hasType(type), occurrence);
+}
+
+std::vector<bsonElement*> bsonDocument::getElementListWithKey(const std::string& key) const {
+    return findAll(*this, hasKey(key));
+}
+
+std::vector<bsonElement*> bsonDocument::getElementListWithValueType(std::uint8_t type) const {
+    return findAll(*this, hasType(type));
+}
+
+void bsonDocument::addBooleanElement(const std::string& key, bool value) {
+    add(*this, key, value);
+}
+
+void bsonDocument::addInt32Element(const std::string& key, std::int32_t value) {
+    add(*this, key, value);
+}
+
+void bsonDocument::addInt32Element(std::int32_t index, std::int32_t value) {
+    add(*this, std::to_string(index), value);
+}
+
+void bsonDocument::addDoubleElement(const std::string& key, double value) {
+    add(*this, key, value);
+}
+
+void bsonDocument::addStringElement(const std::string& key, const std::string& value) {
+    add(*this, key, value);
+}
+
+void bsonDocument::addStringElement(std::int32_t index, const std::string& value) {
+    add(*this, std::to_string(index), value);
+}
+
+void bsonDocument::addStringElement(const std::string& key, std::int32_t value) {
+    add(*this, key, std::to_string(value));
+}
+
+void bsonDocument::addStringElement(std::int32_t index, std::int32_t value) {
+    add(*this, std::to_string(index), std::to_string(value));
+}
+
+void bsonDocument::addBinaryElement(const std::string& key, const unsigned char* bytes, std::uint32_t size) {
+    append(elementList, std::make_unique<bsonElement>(key, bytes, size, true, std::uint8_t{0}));
+}
+
+void bsonDocument::addDocumentElement(const std::string& key, bsonDocument* document, bool isArray) {
+    append(elementList, std::make_unique<bsonElement>(key, document, false, isArray));
+    elementList.back()->ownsDocument = true;  // only now: until here the caller keeps it
+}
+
+void bsonDocument::addDocumentElement(std::int32_t index, bsonDocument* document, bool isArray) {
+    addDocumentElement(std::to_string(index), document, isArray);
+}
+
+std::int32_t bsonDocument::getStringWithKey(const std::string& key, std::string& out) const {
+    return getTyped(*this, key, type::string, out, [](const bsonElement& e) { return e.getStringValue(); });
+}
+
+std::int32_t bsonDocument::getInt32WithKey(const std::string& key, std::int32_t* out) const noexcept {
+    return getTyped(*this, key, type::int32, *out, [](const bsonElement& e) { return e.getInt32Value(); });
+}
+
+std::int32_t bsonDocument::getDoubleWithKey(const std::string& key, double* out) const noexcept {
+    return getTyped(*this, key, type::real, *out, [](const bsonElement& e) { return e.getDoubleValue(); });
+}
+
+std::int32_t bsonDocument::getFloatWithKey(const std::string& key, float* out) const noexcept {
+    return getTyped(*this, key, type::real, *out,
+                    [](const bsonElement& e) { return static_cast<float>(e.getDoubleValue()); });
+}
+
+std::int32_t bsonDocument::getBooleanWithKey(const std::string& key, bool* out) const noexcept {
+    return getTyped(*this, key, type::boolean, *out, [](const bsonElement& e) { return e.getBoolValue(); });
+}
+
+std::int32_t bsonDocument::getBinaryWithKey(const std::string& key, unsigned char** data,
+                                            std::uint32_t* size) const noexcept {
+    return getTyped(*this, key, type::binary, *data,
+                    [size](const bsonElement& e) { return e.getBinaryValue(size, nullptr, nullptr); });
+}
+
+std::int32_t bsonDocument::getDocumentWithKey(const std::string& key, bsonDocument** out) const noexcept {
+    return getTyped(*this, key, type::document, *out, [](const bsonElement& e) { return e.documentValue; });
+}
+
+std::int32_t bsonDocument::getArrayWithKey(const std::string& key, bsonDocument** out) const noexcept {
+    return getTyped(*this, key, type::array, *out, [](const bsonElement& e) { return e.documentValue; });
+}
+
+std::int32_t bsonDocument::deleteElementWithKey(const std::string& key, std::int32_t occurrence) noexcept {
+    return deleteOccurrence(*this, hasKey(key), occurrence);
+}
+
+std::int32_t bsonDocument::deleteElementWithValueType(std::uint8_t type, std::int32_t occurrence) noexcept {
+    return deleteOccurrence(*this, hasType(type), occurrence);
+}

@@ -1,0 +1,28 @@
+// What the document's operations need of an element beyond its public face.
+#ifndef LUTC_BSON_ELEMENT_H
+#define LUTC_BSON_ELEMENT_H
+
+#include <cstdint>
+#include <memory>
+
+#include "bson/bsonDocument.h"
+
+namespace lutc_bson {
+
+// The number of value bytes that can be read: a null pointer with a size has none.
+inline std::uint32_t readableSize(const bsonElement& element) {
+    return element.value != nullptr ? element.valueSize : 0;
+}
+
+// A copy that holds no embedded document yet.
+std::unique_ptr<bsonElement> copyWithoutDocument(const bsonElement& source);
+
+// Appends an element that the list then owns.
+inline void append(std::vector<bsonElement*>& list, std::unique_ptr<bsonElement> element) {
+    list.push_back(element.get());
+    element.release();
+}
+
+}  // namespace lutc_bson
+
+#endif
