@@ -3,25 +3,20 @@
 // Conventions
 //
 // 1. Buffers. Value bytes and message bytes come from malloc and go back with free. A flag beside each buffer
-//    (ownsValue, ownsMessage) says whether the object releases it. A buffer held with the flag clear is
-//    borrowed: its owner keeps it alive and unchanged for as long as the object refers to it. A null pointer
-//    with a size reads as no bytes.
-// 2. Elements and documents are created with new and destroyed with delete, one by one. A document owns the
-// elements
-//    of its list; an element owns its embedded document when ownsDocument is set and merely refers to it
-//    otherwise. A document must not contain itself, directly or through elements that refer to it.
-// 3. The message and the element list of a document are independent. Encoding rewrites the message from the
-// list,
+//    (ownsValue, ownsMessage) says whether the object releases it. A buffer held with the flag clear is borrowed: its
+//    owner keeps it alive and unchanged for as long as the object refers to it. A null pointer with a size reads as
+//    no bytes.
+// 2. Elements and documents are created with new and destroyed with delete, one by one. A document owns the elements
+//    of its list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
+//    A document must not contain itself, directly or through elements that refer to it.
+// 3. The message and the element list of a document are independent. Encoding rewrites the message from the list,
 //    decoding rewrites the list from the message; nothing else brings them together.
-// 4. Out of memory: std::bad_alloc. Nothing is leaked, and every object involved can still be used and
-// destroyed.
-//    Clearing and destroying allocate nothing and never throw. No operation recurses on the depth of a
-//    document, and all but convertElementListToMessage (see there) take time and memory linear in its size.
-// 5. Nothing is shared between objects except borrowed buffers and documents, and there are no locks: one
-// object is
+// 4. Out of memory: std::bad_alloc. Nothing is leaked, and every object involved can still be used and destroyed.
+//    Clearing and destroying allocate nothing and never throw. No operation recurses on the depth of a document, and
+//    all but convertElementListToMessage (see there) take time and memory linear in its size.
+// 5. Nothing is shared between objects except borrowed buffers and documents, and there are no locks: one object is
 //    used by one thread at a time.
-// 6. Keys are free of zero bytes. They match when they have the same length and the same bytes. An occurrence
-// counts
+// 6. Keys are free of zero bytes. They match when they have the same length and the same bytes. An occurrence counts
 //    the matching elements from 0 in list order; a negative occurrence matches nothing.
 #ifndef LUTC_BSON_BSONDOCUMENT_H
 #define LUTC_BSON_BSONDOCUMENT_H
@@ -42,25 +37,22 @@ class bsonDocument;
 
 namespace lutc_bson {
 
-// Whether T may be given as a plain value: the kinds that elements hold, and types that widen to one of them
-// without loss. Everything else (other pointers, unsigned and character types) is refused at compile time
-// instead of becoming a boolean or a changed number.
+// Whether T may be given as a plain value: the kinds that elements hold, and types that widen to one of them without
+// loss. Everything else (other pointers, unsigned and character types) is refused at compile time instead of
+// becoming a boolean or a changed number.
 template <class T>
 struct is_plain_value
-    : std::integral_constant<
-          bool, std::is_same<T, bool>::value || std::is_same<T, std::int32_t>::value ||
-                    std::is_same<T, std::int64_t>::value || std::is_same<T, double>::value ||
-                    std::is_same<T, std::int16_t>::value || std::is_same<T, float>::value ||
-                    (std::is_convertible<T, std::string>::value && !std::is_same<T, std::nullptr_t>::value)> {
-};
+    : std::integral_constant<bool, std::is_same<T, bool>::value || std::is_same<T, std::int32_t>::value ||
+                                       std::is_same<T, std::int64_t>::value || std::is_same<T, double>::value ||
+                                       std::is_same<T, std::int16_t>::value || std::is_same<T, float>::value ||
+                                       (std::is_convertible<T, std::string>::value &&
+                                        !std::is_same<T, std::nullptr_t>::value)> {};
 
 template <class T>
-using refuse_other_values =
-    typename std::enable_if<!is_plain_value<typename std::decay<T>::type>::value>::type;
+using refuse_other_values = typename std::enable_if<!is_plain_value<typename std::decay<T>::type>::value>::type;
 
 template <class T>
-using refuse_other_than_bool =
-    typename std::enable_if<!std::is_same<typename std::decay<T>::type, bool>::value>::type;
+using refuse_other_than_bool = typename std::enable_if<!std::is_same<typename std::decay<T>::type, bool>::value>::type;
 
 }  // namespace lutc_bson
 
@@ -113,11 +105,11 @@ class LUTC_BSON_EXPORT bsonElement {
                 std::uint8_t subtype);
     bsonElement(const std::string& key, bsonDocument* document, bool adopt, bool isArray);
 
-    // The raw constructor. Types 0x03 and 0x04: the bytes are copied into a new embedded document that is
-    // decoded (with validation) and owned; the element keeps no value bytes. Every other type: with copy set
-    // the element owns a copy of the bytes, else it borrows them.
-    bsonElement(std::uint8_t type, const std::string& key, const unsigned char* bytes, std::uint32_t size,
-                bool copy, std::uint8_t subtype);
+    // The raw constructor. Types 0x03 and 0x04: the bytes are copied into a new embedded document that is decoded
+    // (with validation) and owned; the element keeps no value bytes. Every other type: with copy set the element owns
+    // a copy of the bytes, else it borrows them.
+    bsonElement(std::uint8_t type, const std::string& key, const unsigned char* bytes, std::uint32_t size, bool copy,
+                std::uint8_t subtype);
 
     template <class T, class = lutc_bson::refuse_other_values<T>>
     bsonElement(const std::string& key, T value) = delete;
@@ -127,9 +119,8 @@ class LUTC_BSON_EXPORT bsonElement {
     bsonElement& operator=(const bsonElement&) = delete;
     ~bsonElement();
 
-    // Setters. Each releases the value held before and sets the kind; all but setBinaryValue set the subtype
-    // to 0. The new value is stored in a buffer of its own. When memory runs out the element keeps its old
-    // value.
+    // Setters. Each releases the value held before and sets the kind; all but setBinaryValue set the subtype to 0.
+    // The new value is stored in a buffer of its own. When memory runs out the element keeps its old value.
     void setNullValue() noexcept;
     void setBoolValue(bool value);
     void setInt32Value(std::int32_t value);
@@ -144,8 +135,8 @@ class LUTC_BSON_EXPORT bsonElement {
     template <class T, class = lutc_bson::refuse_other_than_bool<T>>
     void setBoolValue(T value) = delete;
 
-    // Getters. None looks at the kind: each reads the stored bytes in the way that its name says, and gives
-    // 0, 0.0, false or the empty string when there are none.
+    // Getters. None looks at the kind: each reads the stored bytes in the way that its name says, and gives 0, 0.0,
+    // false or the empty string when there are none.
     std::uint8_t getValueType() const noexcept;
     std::uint32_t getValueSize() const noexcept;
     unsigned char* getValue() const noexcept;         // stays the element's
@@ -158,17 +149,15 @@ class LUTC_BSON_EXPORT bsonElement {
     double getDoubleValue() const noexcept;       // fewer than 8 bytes: 0.0
     std::string getStringValue() const;           // the bytes without the last one
 
-    // Releases the value: the bytes that the element owns, and the document that it owns. Keeps kind and
-    // subtype.
+    // Releases the value: the bytes that the element owns, and the document that it owns. Keeps kind and subtype.
     void clearValue() noexcept;
 
-    // A new element, the caller's. Deep for what this element owns, shared for what it borrows; a document
-    // that it merely refers to is shared too.
+    // A new element, the caller's. Deep for what this element owns, shared for what it borrows; a document that it
+    // merely refers to is shared too.
     bsonElement* getCopy() const;
 
-    // Writes the element to standard output, level tab characters in front; the elements of an embedded
-    // document follow on lines of their own at level + 1. level is 0 or more; a 0x03 or 0x04 element carries
-    // a document.
+    // Writes the element to standard output, level tab characters in front; the elements of an embedded document
+    // follow on lines of their own at level + 1. level is 0 or more; a 0x03 or 0x04 element carries a document.
     //
     //   name:(string)text          frame:(int32)7           colour:(double)0.500000
     //   lut:(binary [length=3])01,AB,FF        at most 8 bytes are shown, then ",..."
@@ -185,9 +174,8 @@ class LUTC_BSON_EXPORT bsonDocument {
     bool ownsMessage;                       // the document releases the message
 
     bsonDocument();  // no elements, no message
-    // The message is a copy of the bytes (copy set) or the bytes themselves, borrowed. With parse set it is
-    // decoded as by convertMessageToElementList(true); bytes that are no valid document leave the element
-    // list empty.
+    // The message is a copy of the bytes (copy set) or the bytes themselves, borrowed. With parse set it is decoded
+    // as by convertMessageToElementList(true); bytes that are no valid document leave the element list empty.
     bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse);
 
     bsonDocument(const bsonDocument&) = delete;  // see getCopy
@@ -197,33 +185,32 @@ class LUTC_BSON_EXPORT bsonDocument {
     void clearMessage() noexcept;      // releases the message; the element list is untouched
     void clearElementList() noexcept;  // destroys every element and every embedded document that they own
 
-    // A new document, the caller's: copies of the elements (bsonElement::getCopy) and of the message when it
-    // is owned; a borrowed message is shared. An embedded document made by decoding borrows its message from
-    // its parent's, and so does its copy: neither may outlive the parent's message.
+    // A new document, the caller's: copies of the elements (bsonElement::getCopy) and of the message when it is
+    // owned; a borrowed message is shared. An embedded document made by decoding borrows its message from its
+    // parent's, and so does its copy: neither may outlive the parent's message.
     bsonDocument* getCopy() const;
 
     // The length in bytes of the document that convertElementListToMessage writes for the current list.
-    // Throws std::length_error when the length exceeds 32 bits, std::invalid_argument when a 0x03 or 0x04
-    // element carries no document.
+    // Throws std::length_error when the length exceeds 32 bits, std::invalid_argument when a 0x03 or 0x04 element
+    // carries no document.
     std::uint32_t calculateMessageSizeFromKeyValueList() const;
 
-    // Replaces the message with the encoding of the element list; the document owns it. Every embedded
-    // document is encoded from its own list too and owns its new message, so time and memory grow with the
-    // sum of the lengths of all embedded documents. Throws as calculateMessageSizeFromKeyValueList does,
-    // before anything is changed. When memory runs out, this document keeps its message, and each embedded
-    // document has its old or its new one.
+    // Replaces the message with the encoding of the element list; the document owns it. Every embedded document is
+    // encoded from its own list too and owns its new message, so time and memory grow with the sum of the lengths of
+    // all embedded documents. Throws as calculateMessageSizeFromKeyValueList does, before anything is changed.
+    // When memory runs out, this document keeps its message, and each embedded document has its old or its new one.
     void convertElementListToMessage();
 
-    // Whether the bytes are one complete, well-formed document. isArray: the keys must also be the element
-    // indices "0", "1", ... in order.
+    // Whether the bytes are one complete, well-formed document. isArray: the keys must also be the element indices
+    // "0", "1", ... in order.
     static bool isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray);
 
-    // Replaces the element list with the elements decoded from the message. Returns 1 on success; 0 when
-    // validate is set and the message is not valid (the list is then empty), or at a type byte that is not in
-    // the table above (the list then holds the elements before it). An embedded document with an unknown type
-    // byte keeps the elements before it and does not fail its parent. With validate clear the caller vouches
-    // that the bytes are well-formed; bodies that would reach past the message end the decoding with 0. Every
-    // element owns a copy of its value bytes. Embedded documents borrow their message from this one's.
+    // Replaces the element list with the elements decoded from the message. Returns 1 on success; 0 when validate is
+    // set and the message is not valid (the list is then empty), or at a type byte that is not in the table above
+    // (the list then holds the elements before it). An embedded document with an unknown type byte keeps the elements
+    // before it and does not fail its parent. With validate clear the caller vouches that the bytes are well-formed;
+    // bodies that would reach past the message end the decoding with 0.
+    // Every element owns a copy of its value bytes. Embedded documents borrow their message from this one's.
     std::int32_t convertMessageToElementList(bool validate);
 
     // Finding. Elements found stay the document's; they are valid until deleted or until the list is cleared.
@@ -232,10 +219,10 @@ class LUTC_BSON_EXPORT bsonDocument {
     std::vector<bsonElement*> getElementListWithKey(const std::string& key) const;
     std::vector<bsonElement*> getElementListWithValueType(std::uint8_t type) const;
 
-    // Adding: a new element at the end of the list, whatever keys are there already. An integer key is an
-    // index, written in decimal; an integer value of addStringElement likewise. addBinaryElement copies the
-    // bytes (subtype 0). addDocumentElement hands the document over to the new element; when it throws, the
-    // document stays the caller's.
+    // Adding: a new element at the end of the list, whatever keys are there already. An integer key is an index,
+    // written in decimal; an integer value of addStringElement likewise. addBinaryElement copies the bytes (subtype
+    // 0). addDocumentElement hands the document over to the new element; when it throws, the document stays the
+    // caller's.
     void addBooleanElement(const std::string& key, bool value);
     void addInt32Element(const std::string& key, std::int32_t value);
     void addInt32Element(std::int32_t index, std::int32_t value);
@@ -259,13 +246,12 @@ class LUTC_BSON_EXPORT bsonDocument {
     std::int32_t getDoubleWithKey(const std::string& key, double* out) const noexcept;
     std::int32_t getFloatWithKey(const std::string& key, float* out) const noexcept;
     std::int32_t getBooleanWithKey(const std::string& key, bool* out) const noexcept;
-    std::int32_t getBinaryWithKey(const std::string& key, unsigned char** data,
-                                  std::uint32_t* size) const noexcept;
+    std::int32_t getBinaryWithKey(const std::string& key, unsigned char** data, std::uint32_t* size) const noexcept;
     std::int32_t getDocumentWithKey(const std::string& key, bsonDocument** out) const noexcept;
     std::int32_t getArrayWithKey(const std::string& key, bsonDocument** out) const noexcept;
 
-    // Deleting: destroys the element at that occurrence and removes it from the list; the others keep their
-    // order. Returns 1, or 0 when there is no such element.
+    // Deleting: destroys the element at that occurrence and removes it from the list; the others keep their order.
+    // Returns 1, or 0 when there is no such element.
     std::int32_t deleteElementWithKey(const std::string& key, std::int32_t occurrence) noexcept;
     std::int32_t deleteElementWithValueType(std::uint8_t type, std::int32_t occurrence) noexcept;
 

@@ -62,8 +62,7 @@ class decoder {
     bool decodeElement() {
         const std::uint8_t t = bytes_[position_];
         const unsigned char* const key = bytes_ + position_ + 1;
-        const auto* const keyEnd =
-            static_cast<const unsigned char*>(std::memchr(key, 0, here_.last - position_ - 1));
+        const auto* const keyEnd = static_cast<const unsigned char*>(std::memchr(key, 0, here_.last - position_ - 1));
         if (keyEnd == nullptr || !isKnownType(t)) return false;
 
         extent value;
@@ -92,8 +91,7 @@ class decoder {
 
     // Whatever stands inside a valid document has been validated with it.
     bool isDecodable(const bsonDocument& inner) const {
-        return validated_ || !above_.empty() ||
-               bsonDocument::isMessageValid(inner.message, inner.messageSize, false);
+        return validated_ || !above_.empty() || bsonDocument::isMessageValid(inner.message, inner.messageSize, false);
     }
 
     const unsigned char* bytes_;

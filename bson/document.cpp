@@ -74,8 +74,8 @@ struct copier {
 };
 
 template <class Matches>
-std::vector<bsonElement*>::const_iterator findOccurrence(const std::vector<bsonElement*>& list,
-                                                         Matches matches, std::int32_t occurrence) noexcept {
+std::vector<bsonElement*>::const_iterator findOccurrence(const std::vector<bsonElement*>& list, Matches matches,
+                                                         std::int32_t occurrence) noexcept {
     if (occurrence < 0) return list.end();
     return std::find_if(list.begin(), list.end(),
                         [&](const bsonElement* element) { return matches(*element) && occurrence-- == 0; });
@@ -126,8 +126,7 @@ std::int32_t findTyped(const bsonDocument& document, const std::string& key, std
 }
 
 template <class Value, class Read>
-std::int32_t getTyped(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out,
-                      Read read) {
+std::int32_t getTyped(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out, Read read) {
     const bsonElement* element;
     const std::int32_t result = findTyped(document, key, type, element);
     if (result == 1) out = read(*element);
@@ -138,8 +137,7 @@ std::int32_t getTyped(const bsonDocument& document, const std::string& key, std:
 
 bsonDocument::bsonDocument() : message(nullptr), messageSize(0), ownsMessage(true) {}
 
-bsonDocument::bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse)
-    : bsonDocument() {
+bsonDocument::bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse) : bsonDocument() {
     const bool copyBytes = copy && bytes != nullptr && size != 0;
     message = copyBytes ? newCopyOfBytes(bytes, size) : const_cast<unsigned char*>(bytes);
     messageSize = size;
@@ -179,8 +177,7 @@ bsonElement* bsonDocument::getElementWithKey(const std::string& key, std::int32_
     return find(*this, hasKey(key), occurrence);
 }
 
-bsonElement* bsonDocument::getElementWithValueType(std::uint8_t type,
-                                                   std::int32_t occurrence) const noexcept {
+bsonElement* bsonDocument::getElementWithValueType(std::uint8_t type, std::int32_t occurrence) const noexcept {
     return find(*this, hasType(type), occurrence);
 }
 

@@ -22,8 +22,7 @@ std::string previewOf(const bsonElement& element) {
     std::string text;
     for (std::uint32_t i = 0; i < std::min(size, shown); ++i) {
         char digits[4];
-        std::snprintf(digits, sizeof digits, i == 0 ? "%02X" : ",%02X",
-                      static_cast<unsigned>(element.value[i]));
+        std::snprintf(digits, sizeof digits, i == 0 ? "%02X" : ",%02X", static_cast<unsigned>(element.value[i]));
         text += digits;
     }
     return size > shown ? text + ",..." : text;

@@ -16,8 +16,7 @@ unsigned char* storedBytes(const unsigned char* bytes, std::uint32_t size, bool 
     return const_cast<unsigned char*>(bytes);
 }
 
-void replaceValue(bsonElement& element, std::uint8_t valueType, unsigned char* bytes,
-                  std::uint32_t size) noexcept {
+void replaceValue(bsonElement& element, std::uint8_t valueType, unsigned char* bytes, std::uint32_t size) noexcept {
     element.clearValue();
     element.valueType = valueType;
     element.binarySubtype = 0;
@@ -86,8 +85,8 @@ bsonElement::bsonElement(const std::string& name, bsonDocument* document, bool a
     setDocumentValue(document, adopt, isArray);
 }
 
-bsonElement::bsonElement(std::uint8_t rawType, const std::string& name, const unsigned char* bytes,
-                         std::uint32_t size, bool copy, std::uint8_t subtype)
+bsonElement::bsonElement(std::uint8_t rawType, const std::string& name, const unsigned char* bytes, std::uint32_t size,
+                         bool copy, std::uint8_t subtype)
     : bsonElement(name) {
     valueType = rawType;
     binarySubtype = subtype;
@@ -144,13 +143,11 @@ void bsonElement::setDoubleValue(double newValue) {
 void bsonElement::setStringValue(const std::string& newValue) {
     const std::size_t size = newValue.size() + 1;
     if (size > UINT32_MAX) throw std::bad_alloc();
-    replaceValue(*this, type::string,
-                 newCopyOfBytes(reinterpret_cast<const unsigned char*>(newValue.c_str()), size),
+    replaceValue(*this, type::string, newCopyOfBytes(reinterpret_cast<const unsigned char*>(newValue.c_str()), size),
                  static_cast<std::uint32_t>(size));
 }
 
-void bsonElement::setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy,
-                                 std::uint8_t subtype) {
+void bsonElement::setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype) {
     replaceValue(*this, type::binary, storedBytes(bytes, size, copy), size);
     ownsValue = copy;
     binarySubtype = subtype;
@@ -179,8 +176,7 @@ bsonDocument* bsonElement::getDocumentValue() const noexcept {
     return documentValue;
 }
 
-unsigned char* bsonElement::getBinaryValue(std::uint32_t* size, bool* owned,
-                                           std::uint8_t* subtype) const noexcept {
+unsigned char* bsonElement::getBinaryValue(std::uint32_t* size, bool* owned, std::uint8_t* subtype) const noexcept {
     *size = valueSize;
     if (owned != nullptr) *owned = ownsValue;
     if (subtype != nullptr) *subtype = binarySubtype;

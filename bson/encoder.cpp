@@ -46,8 +46,7 @@ struct measurer {
         total += 1 + element.key.size() + 1;
         total += inner != nullptr ? emptyDocumentSize
                                   : std::uint64_t{bodyHeadSize(element.valueType)} + bodyValueSize(element);
-        if (total > UINT32_MAX)
-            throw std::length_error("the encoded document is longer than 32 bits can say");
+        if (total > UINT32_MAX) throw std::length_error("the encoded document is longer than 32 bits can say");
         return inner;
     }
 
@@ -65,8 +64,7 @@ class writer {
   public:
     std::uint32_t mark = 0;
 
-    writer(unsigned char* buffer, bool embeddedMessages)
-        : start_(buffer), at_(buffer + 4), keep_(embeddedMessages) {}
+    writer(unsigned char* buffer, bool embeddedMessages) : start_(buffer), at_(buffer + 4), keep_(embeddedMessages) {}
 
     const bsonDocument* visit(const bsonElement& element) {
         *at_++ = element.valueType;

@@ -37,8 +37,7 @@ bool isFramed(const unsigned char* bytes, std::uint32_t start, std::uint64_t siz
 
 // Where the document inside an element starts: an embedded one, or the scope of javascript. False when its
 // length fields leave no place for it.
-bool findInnerDocument(const unsigned char* bytes, std::uint8_t t, const extent& value,
-                       std::uint32_t& start) {
+bool findInnerDocument(const unsigned char* bytes, std::uint8_t t, const extent& value, std::uint32_t& start) {
     start = value.begin;
     if (t != type::javascriptWithScope) return true;
     const std::uint32_t size = value.end - value.begin;
@@ -76,8 +75,7 @@ bool areElementsValid(const unsigned char* bytes, std::uint32_t size, bool isArr
         }
         const std::uint8_t t = bytes[position];
         const unsigned char* const key = bytes + position + 1;
-        const auto* const keyEnd =
-            static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
+        const auto* const keyEnd = static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
         if (keyEnd == nullptr) return false;
         if (here.isArray && !keyReadsAs(key, here.index++)) return false;
 
@@ -88,8 +86,7 @@ bool areElementsValid(const unsigned char* bytes, std::uint32_t size, bool isArr
 
         if (!isDocumentType(t) && t != type::javascriptWithScope) continue;
         std::uint32_t inner;
-        if (!findInnerDocument(bytes, t, value, inner) || !isFramed(bytes, inner, value.end - inner))
-            return false;
+        if (!findInnerDocument(bytes, t, value, inner) || !isFramed(bytes, inner, value.end - inner)) return false;
         above.push_back(here);
         here = {value.end - 1, 0, t == type::array};
         position = inner + 4;

@@ -83,8 +83,7 @@ inline bool findExtentOfCounted(const unsigned char* bytes, std::uint32_t body, 
     return true;
 }
 
-inline bool findExtentOfTwoStrings(const unsigned char* bytes, std::uint32_t body, std::uint32_t room,
-                                   extent& out) {
+inline bool findExtentOfTwoStrings(const unsigned char* bytes, std::uint32_t body, std::uint32_t room, extent& out) {
     const unsigned char* const first = bytes + body;
     const auto* const firstEnd = static_cast<const unsigned char*>(std::memchr(first, 0, room));
     if (firstEnd == nullptr) return false;

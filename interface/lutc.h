@@ -3,35 +3,29 @@
  *
  * Conventions
  *
- *  1. Results. Every function returns 0 on success and -1 on every failure: an argument that the function
- * refuses, no service, no answer in time, an answer that doesn't decode, doesn't fit or lacks what the
- * function reads, an answer whose "code" is not 0, or no memory. The service's own code is not passed on.
- *  2. Outputs are written only on success. After -1 every buffer and variable has the contents that it had
- * before.
- *  3. Arguments. A pointer that is not described as "or NULL" is required: when it is NULL the function
- * returns -1 before it contacts the service, as it does for a negative size and for a NULL buffer with a
- * positive size.
- *  4. Indices of 0 or less (channels, presets, slots, combinations, positions) mean "not given" and are not
- * sent, unless the function says otherwise. Indices count from 1 where the service doesn't say otherwise.
- *  5. Names of presets and channels have at most 32 bytes. A preset is addressed by name or by index: a name,
- * when it is not NULL, wins, also when it is empty; a name of more than 32 bytes is refused before the
- * service is contacted. Without a name the index is sent when it is 1 or more.
- *  6. Strings are zero-terminated. The library neither checks nor converts their encoding; the service uses
- * UTF-8.
- *  7. Ownership. The library keeps no pointer to anything that it was given once the call has returned.
- * Memory that a call hands out was allocated with malloc, calloc or strdup, is the caller's, and goes back
- * with free.
- *  8. Threads. There is no state between calls and nothing to initialise: any number of threads may call at
- * once.
- *  9. Time. A call blocks its thread until the service has answered: up to 15 seconds for the first byte of
- * an answer, and again for each message of another kind that arrives before it. 10 milliseconds of silence
- * end a message. Signals neither end nor lengthen a wait. A thread can't be cancelled inside a call; it is
- * cancelled after it.
- * 10. The process. No output, no environment, no signal dispositions, no threads, no SIGPIPE, no descriptor
- * that a child inherits, and no C++ exception leaves a call.
- * 11. Memory. An answer is read into a buffer of 1 KiB (512 KiB for lutc_preset_list, 2 MiB for
- * lutc_recv_preset) and decoded beside it. Payloads that are sent (LUT tables) are not copied but into the
- * one encoded command, so a call that sends a table of n bytes needs n bytes and a few KiB at its peak.
+ *  1. Results. Every function returns 0 on success and -1 on every failure: an argument that the function refuses, no
+ *     service, no answer in time, an answer that doesn't decode, doesn't fit or lacks what the function reads, an
+ *     answer whose "code" is not 0, or no memory. The service's own code is not passed on.
+ *  2. Outputs are written only on success. After -1 every buffer and variable has the contents that it had before.
+ *  3. Arguments. A pointer that is not described as "or NULL" is required: when it is NULL the function returns -1
+ *     before it contacts the service, as it does for a negative size and for a NULL buffer with a positive size.
+ *  4. Indices of 0 or less (channels, presets, slots, combinations, positions) mean "not given" and are not sent,
+ *     unless the function says otherwise. Indices count from 1 where the service doesn't say otherwise.
+ *  5. Names of presets and channels have at most 32 bytes. A preset is addressed by name or by index: a name, when it
+ *     is not NULL, wins, also when it is empty; a name of more than 32 bytes is refused before the service is
+ *     contacted. Without a name the index is sent when it is 1 or more.
+ *  6. Strings are zero-terminated. The library neither checks nor converts their encoding; the service uses UTF-8.
+ *  7. Ownership. The library keeps no pointer to anything that it was given once the call has returned. Memory that a
+ *     call hands out was allocated with malloc, calloc or strdup, is the caller's, and goes back with free.
+ *  8. Threads. There is no state between calls and nothing to initialise: any number of threads may call at once.
+ *  9. Time. A call blocks its thread until the service has answered: up to 15 seconds for the first byte of an answer,
+ *     and again for each message of another kind that arrives before it. 10 milliseconds of silence end a message.
+ *     Signals neither end nor lengthen a wait. A thread can't be cancelled inside a call; it is cancelled after it.
+ * 10. The process. No output, no environment, no signal dispositions, no threads, no SIGPIPE, no descriptor that a
+ *     child inherits, and no C++ exception leaves a call.
+ * 11. Memory. An answer is read into a buffer of 1 KiB (512 KiB for lutc_preset_list, 2 MiB for lutc_recv_preset) and
+ *     decoded beside it. Payloads that are sent (LUT tables) are not copied but into the one encoded command, so a
+ *     call that sends a table of n bytes needs n bytes and a few KiB at its peak.
  */
 #ifndef LUTC_INTERFACE_LUTC_H
 #define LUTC_INTERFACE_LUTC_H
@@ -52,12 +46,11 @@ extern "C" {
 #define LUTC_NOEXCEPT
 #endif
 
-/* ---- Records
- * ---------------------------------------------------------------------------------------------------- */
+/* ---- Records ---------------------------------------------------------------------------------------------------- */
 
 enum {
-    LUTC_PRESET_NAME_SIZE = 32, /* the most bytes of a preset or channel name, its terminator not counted */
-    LUTC_GRADE_COMBO_SLOTS = 4, /* strings in a gradeCombo, indices in a gradeChannel */
+    LUTC_PRESET_NAME_SIZE = 32,          /* the most bytes of a preset or channel name, its terminator not counted */
+    LUTC_GRADE_COMBO_SLOTS = 4,          /* strings in a gradeCombo, indices in a gradeChannel */
     LUTC_MAX_VIDEO_CONNECTIONS = 8,      /* records that lutc_get_video_connections may write */
     LUTC_MODEL_STRING_BUFFER_SIZE = 1024 /* always enough for each string of lutc_model_info */
 };
@@ -74,8 +67,7 @@ enum {
 /* The end of a video connection. */
 enum { LUTC_VIDEO_INPUT = 0, LUTC_VIDEO_CHANNEL = 1, LUTC_VIDEO_OUTPUT = 2 };
 
-/* The parameters of the ASC Color Decision List; [0], [1], [2] are the colour components (red, green, blue).
- */
+/* The parameters of the ASC Color Decision List; [0], [1], [2] are the colour components (red, green, blue). */
 typedef struct cdl {
     double offset[3];
     double power[3];
@@ -94,18 +86,16 @@ typedef struct testPattern {
 
 /* One component of a grade. Only the fields that its kind uses are read. */
 typedef struct gradeComponent {
-    int32_t kind; /* LUTC_KIND_... ; a component of any other kind is sent with its typeIndex alone */
-    unsigned char*
-        data; /* the payload: the LUT table; for kinds 0 and 1 their values as bytes, without cdlValues */
-    int32_t dataSize;           /* bytes at data, 0 or more */
-    int32_t typeIndex;          /* slot among the components of its type; 0 or less: not sent */
-    char* dataFormat;           /* kinds 2 and 3: the name of the table's format */
-    cdl* cdlValues;             /* kinds 0 and 1: the values, or NULL to send data instead */
+    int32_t kind;        /* LUTC_KIND_... ; a component of any other kind is sent with its typeIndex alone */
+    unsigned char* data; /* the payload: the LUT table; for kinds 0 and 1 their values as bytes, without cdlValues */
+    int32_t dataSize;    /* bytes at data, 0 or more */
+    int32_t typeIndex;   /* slot among the components of its type; 0 or less: not sent */
+    char* dataFormat;    /* kinds 2 and 3: the name of the table's format */
+    cdl* cdlValues;      /* kinds 0 and 1: the values, or NULL to send data instead */
     const testPattern* pattern; /* kind 4: the pattern's settings */
 } gradeComponent;
 
-/* The strings that name one grade combination; unused slots are NULL. Of a longer list the first four are
- * kept. */
+/* The strings that name one grade combination; unused slots are NULL. Of a longer list the first four are kept. */
 typedef struct gradeCombo {
     char* slots[LUTC_GRADE_COMBO_SLOTS];
 } gradeCombo;
@@ -119,9 +109,8 @@ typedef struct presetEntry {
 
 /* One grade channel of the device. */
 typedef struct gradeChannel {
-    char channelName[LUTC_PRESET_NAME_SIZE + 1]; /* cut to 32 bytes; always terminated, zero-filled */
-    int32_t
-        supportedGradeComboIndices[LUTC_GRADE_COMBO_SLOTS]; /* 0 in unused places; of more, the first four */
+    char channelName[LUTC_PRESET_NAME_SIZE + 1];                /* cut to 32 bytes; always terminated, zero-filled */
+    int32_t supportedGradeComboIndices[LUTC_GRADE_COMBO_SLOTS]; /* 0 in unused places; of more, the first four */
 } gradeChannel;
 
 /* One video connection; types are LUTC_VIDEO_..., indices the service's. */
@@ -132,8 +121,7 @@ typedef struct videoConnection {
     int32_t destinationIndex;
 } videoConnection;
 
-/* ---- The preset library as a whole
- * ------------------------------------------------------------------------------- */
+/* ---- The preset library as a whole ------------------------------------------------------------------------------- */
 
 /* Replaces the preset library with the one stored on the device's media. Sends "loadPresetsFromMedia". */
 LUTC_EXPORT int lutc_load_presets_from_media(void) LUTC_NOEXCEPT;
@@ -147,15 +135,14 @@ LUTC_EXPORT int lutc_delete_all_presets(void) LUTC_NOEXCEPT;
 /*
  * Reads the list of presets. Sends "getPresetsList".
  *
- * presets             receives a new array of records in list order; with a count of 0 possibly NULL. Free
- * every string of every record's gradeCombo that is not NULL, then the array. presetCount         receives
- * the number of records. maxPresetsListSize  receives the largest number of presets that the library may
- * hold.
+ * presets             receives a new array of records in list order; with a count of 0 possibly NULL. Free every
+ *                     string of every record's gradeCombo that is not NULL, then the array.
+ * presetCount         receives the number of records.
+ * maxPresetsListSize  receives the largest number of presets that the library may hold.
  *
  * Fails also when any field of the list is missing or of another type.
  */
-LUTC_EXPORT int lutc_preset_list(presetEntry** presets, int* presetCount,
-                                 int* maxPresetsListSize) LUTC_NOEXCEPT;
+LUTC_EXPORT int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) LUTC_NOEXCEPT;
 
 /*
  * Deletes one preset. Sends "deletePreset" with "presetName" or "presetIndex".
@@ -170,8 +157,7 @@ LUTC_EXPORT int lutc_delete_preset(const char* presetName, int presetIndex) LUTC
  * presetName, presetIndex  the preset, by name (or NULL) or by index.
  * newName                  its new name, sent as it is: the service decides on its length.
  */
-LUTC_EXPORT int lutc_rename_preset(const char* presetName, int presetIndex,
-                                   const char* newName) LUTC_NOEXCEPT;
+LUTC_EXPORT int lutc_rename_preset(const char* presetName, int presetIndex, const char* newName) LUTC_NOEXCEPT;
 
 /*
  * Moves one preset within the list. Sends "movePreset" with "presetName" or "presetIndex", then "toIndex".
@@ -181,24 +167,24 @@ LUTC_EXPORT int lutc_rename_preset(const char* presetName, int presetIndex,
  */
 LUTC_EXPORT int lutc_move_preset(const char* presetName, int presetIndex, int toIndex) LUTC_NOEXCEPT;
 
-/* ---- Selected and override presets
- * -------------------------------------------------------------------------------- */
+/* ---- Selected and override presets -------------------------------------------------------------------------------- */
 
 /*
  * Reads the preset that a channel shows. Sends "getSelectedPreset" with "channelIndex".
  *
  * channelIndex  the channel; 0 or less: none is named.
- * presetName    buffer of at least 32 bytes. Exactly 32 are written: the name, zero-filled. A name of 32
- * bytes or more has no terminator in them; the byte after them is never written, so a caller that wants one
- * supplies a 33rd byte set to 0. presetIndex   receives the preset's index.
+ * presetName    buffer of at least 32 bytes. Exactly 32 are written: the name, zero-filled. A name of 32 bytes or more
+ *               has no terminator in them; the byte after them is never written, so a caller that wants one supplies a
+ *               33rd byte set to 0.
+ * presetIndex   receives the preset's index.
  *
  * Fails also when the answer lacks one of the two, or has it with another type.
  */
 LUTC_EXPORT int lutc_get_preset(int channelIndex, char* presetName, int* presetIndex) LUTC_NOEXCEPT;
 
 /*
- * Selects the preset that a channel shows. Sends "setSelectedPreset" with "channelIndex", then "presetName"
- * or "presetIndex".
+ * Selects the preset that a channel shows. Sends "setSelectedPreset" with "channelIndex", then "presetName" or
+ * "presetIndex".
  *
  * channelIndex             the channel; 0 or less: none is named.
  * presetName, presetIndex  the preset, by name (or NULL) or by index.
@@ -215,8 +201,7 @@ LUTC_EXPORT int lutc_get_override_preset(char* presetName, int* presetIndex) LUT
  */
 LUTC_EXPORT int lutc_set_override_preset(const char* presetName, int presetIndex) LUTC_NOEXCEPT;
 
-/* ---- Grades
- * ------------------------------------------------------------------------------------------------------ */
+/* ---- Grades ------------------------------------------------------------------------------------------------------ */
 
 /*
  * Chooses the grade combination of a channel. Sends "sendGradeCombo" with "channelIndex", "resetAndApply",
@@ -226,24 +211,22 @@ LUTC_EXPORT int lutc_set_override_preset(const char* presetName, int presetIndex
  * resetAndApply    start from a neutral grade and apply this at once.
  * gradeComboIndex  index into the model's list of grade combinations; sent whatever its value.
  */
-LUTC_EXPORT int lutc_send_combination(int channelIndex, bool resetAndApply,
-                                      int gradeComboIndex) LUTC_NOEXCEPT;
+LUTC_EXPORT int lutc_send_combination(int channelIndex, bool resetAndApply, int gradeComboIndex) LUTC_NOEXCEPT;
 
 /*
- * Sends CDL values to a channel. Sends "sendCDL" with "channelIndex", "resetAndApply", "cdlIndex", "power",
- * "slope", "offset", "saturation".
+ * Sends CDL values to a channel. Sends "sendCDL" with "channelIndex", "resetAndApply", "cdlIndex", "power", "slope",
+ * "offset", "saturation".
  *
  * channelIndex   the channel; 0 or less: none is named.
  * cdlIndex       the CDL's slot; 0 or less: none is named.
  * resetAndApply  as in lutc_send_combination.
  * cdlValues      the values; only read.
  */
-LUTC_EXPORT int lutc_send_cdl(int channelIndex, int cdlIndex, bool resetAndApply,
-                              const cdl* cdlValues) LUTC_NOEXCEPT;
+LUTC_EXPORT int lutc_send_cdl(int channelIndex, int cdlIndex, bool resetAndApply, const cdl* cdlValues) LUTC_NOEXCEPT;
 
 /*
- * Sends a saturation to a channel. Sends "sendSaturation" with "channelIndex", "resetAndApply",
- * "saturationIndex", "saturation".
+ * Sends a saturation to a channel. Sends "sendSaturation" with "channelIndex", "resetAndApply", "saturationIndex",
+ * "saturation".
  *
  * channelIndex     the channel; 0 or less: none is named.
  * saturationIndex  the saturation's slot; 0 or less: none is named.
@@ -254,17 +237,17 @@ LUTC_EXPORT int lutc_send_saturation(int channelIndex, int saturationIndex, bool
                                      double saturation) LUTC_NOEXCEPT;
 
 /*
- * Sends a whole grade to a channel for immediate use, without storing it. Sends "sendLive" with
- * "channelIndex", "gradeComboIndex", "resetAndApply", "gradeCombo".
+ * Sends a whole grade to a channel for immediate use, without storing it. Sends "sendLive" with "channelIndex",
+ * "gradeComboIndex", "resetAndApply", "gradeCombo".
  *
  * channelIndex     the channel; 0 or less: none is named.
  * gradeComboIndex  the grade combination; 0 or less: none is named.
  * resetAndApply    as in lutc_send_combination.
- * components       the components in order, test patterns included; only read. NULL only with a count of 0 or
- * less. componentCount   the number of records; 0 or less sends an empty grade.
+ * components       the components in order, test patterns included; only read. NULL only with a count of 0 or less.
+ * componentCount   the number of records; 0 or less sends an empty grade.
  *
- * Refused before the service is contacted: a LUT (kinds 2, 3) without dataFormat; data that is sent with a
- * negative dataSize, or NULL with a positive one; a test pattern without pattern or patternType.
+ * Refused before the service is contacted: a LUT (kinds 2, 3) without dataFormat; data that is sent with a negative
+ * dataSize, or NULL with a positive one; a test pattern without pattern or patternType.
  */
 LUTC_EXPORT int lutc_send_live(int channelIndex, int gradeComboIndex, bool resetAndApply,
                                const gradeComponent* components, int componentCount) LUTC_NOEXCEPT;
@@ -278,9 +261,9 @@ LUTC_EXPORT int lutc_send_live(int channelIndex, int gradeComboIndex, bool reset
  * gradeComboIndex          its grade combination; 0 or less: not given.
  * applyPreset              also apply it at once.
  * applyChannel             the channel to apply it to; used only with applyPreset, and when 1 or more.
- * components               the components in order; only read. NULL only with a count of 0 or less. A test
- * pattern can't be stored: it is sent as an empty component. componentCount           the number of records;
- * 0 or less stores an empty preset.
+ * components               the components in order; only read. NULL only with a count of 0 or less. A test pattern
+ *                          can't be stored: it is sent as an empty component.
+ * componentCount           the number of records; 0 or less stores an empty preset.
  *
  * Refused before the service is contacted: as in lutc_send_live, test patterns excepted.
  */
@@ -294,8 +277,8 @@ LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int to
  * presetName, presetIndex  the preset, by name (or NULL) or by index.
  * gradeComboIndex          receives the preset's grade combination, or NULL.
  * components               receives the components in order. NULL only with a capacity of 0 or less.
- * componentCount           in: the capacity of components in records. out: the number of records filled, at
- * most the capacity; further components are dropped.
+ * componentCount           in: the capacity of components in records. out: the number of records filled, at most the
+ *                          capacity; further components are dropped.
  *
  * Fields written in each record, by the component's "type":
  *
@@ -304,21 +287,19 @@ LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int to
  *   "saturation", "cdl" as bytes     typeIndex; kind 0; data and dataSize
  *   any other                        typeIndex
  *
- * The other fields keep their contents. data, dataFormat and cdlValues are new blocks, overwritten without a
- * look at what they held: free them before you use a record again. Empty data gives NULL and 0.
+ * The other fields keep their contents. data, dataFormat and cdlValues are new blocks, overwritten without a look at
+ * what they held: free them before you use a record again. Empty data gives NULL and 0.
  *
- * Fails also when a component lacks one of these fields or has it with another type, when a list element is
- * not a document, and when gradeComboIndex is asked for and missing.
+ * Fails also when a component lacks one of these fields or has it with another type, when a list element is not a
+ * document, and when gradeComboIndex is asked for and missing.
  */
 LUTC_EXPORT int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboIndex,
                                  gradeComponent* components, int* componentCount) LUTC_NOEXCEPT;
 
-/* ---- The device
- * ---------------------------------------------------------------------------------------------------- */
+/* ---- The device ---------------------------------------------------------------------------------------------------- */
 
 /*
- * Tells the service who the client is. Sends "sendClientInfo" with "clientModel", "versionNumber",
- * "clientSerial".
+ * Tells the service who the client is. Sends "sendClientInfo" with "clientModel", "versionNumber", "clientSerial".
  *
  * clientModel    the client's model.
  * versionNumber  its version as text, or NULL.
@@ -330,19 +311,19 @@ LUTC_EXPORT int lutc_client_info(const char* clientModel, const char* versionNum
 /*
  * Reads what the device is. Sends "getModelInfo".
  *
- * modelName, friendlyName, modelSerial  each a buffer that holds the whole string and its terminator, or
- * NULL; LUTC_MODEL_STRING_BUFFER_SIZE bytes always suffice. gradeCombos        receives a new array of the
- * grade combinations, or NULL. Free every string that is not NULL, then the array (which may be NULL with a
- * count of 0). gradeComboCount    receives their number; required with gradeCombos, else not used.
+ * modelName, friendlyName, modelSerial  each a buffer that holds the whole string and its terminator, or NULL;
+ *                                       LUTC_MODEL_STRING_BUFFER_SIZE bytes always suffice.
+ * gradeCombos        receives a new array of the grade combinations, or NULL. Free every string that is not NULL, then
+ *                    the array (which may be NULL with a count of 0).
+ * gradeComboCount    receives their number; required with gradeCombos, else not used.
  * gradeChannels      receives a new array of the channels, or NULL. Free the array.
  * gradeChannelCount  receives their number; required with gradeChannels, else not used.
  *
- * What is not asked for is not read. Fails also when a wanted string is missing or not a string, or an
- * element of a wanted list, or a field of it, is missing or of the wrong type. A list that is missing
- * altogether is empty.
+ * What is not asked for is not read. Fails also when a wanted string is missing or not a string, or an element of a
+ * wanted list, or a field of it, is missing or of the wrong type. A list that is missing altogether is empty.
  */
-LUTC_EXPORT int lutc_model_info(char* modelName, char* friendlyName, char* modelSerial,
-                                gradeCombo** gradeCombos, int* gradeComboCount, gradeChannel** gradeChannels,
+LUTC_EXPORT int lutc_model_info(char* modelName, char* friendlyName, char* modelSerial, gradeCombo** gradeCombos,
+                                int* gradeComboCount, gradeChannel** gradeChannels,
                                 int* gradeChannelCount) LUTC_NOEXCEPT;
 
 /*
@@ -370,9 +351,8 @@ LUTC_EXPORT int lutc_set_state(int colorTransformState, int channelIndex) LUTC_N
  * connections      array of eight records (LUTC_MAX_VIDEO_CONNECTIONS).
  * connectionCount  receives the number of records written, 0 to 8.
  *
- * The first eight connections of the answer are looked at. One that is malformed is skipped; a type that is
- * none of "input", "channel" and "output" leaves that field of its record as it was. An answer without a list
- * gives 0 records.
+ * The first eight connections of the answer are looked at. One that is malformed is skipped; a type that is none of
+ * "input", "channel" and "output" leaves that field of its record as it was. An answer without a list gives 0 records.
  */
 LUTC_EXPORT int lutc_get_video_connections(videoConnection* connections, int* connectionCount) LUTC_NOEXCEPT;
 
@@ -380,8 +360,8 @@ LUTC_EXPORT int lutc_get_video_connections(videoConnection* connections, int* co
  * Makes one video connection. Sends "setVideoConnection" with "sourceType", "sourceIndex", "destinationType",
  * "destinationIndex".
  *
- * connection  source: an input or a channel; destination: a channel or an output. A type outside these is not
- * sent, and the service decides. Both indices are sent whatever their value.
+ * connection  source: an input or a channel; destination: a channel or an output. A type outside these is not sent,
+ *             and the service decides. Both indices are sent whatever their value.
  */
 LUTC_EXPORT int lutc_set_video_connection(const videoConnection* connection) LUTC_NOEXCEPT;
 
@@ -389,9 +369,9 @@ LUTC_EXPORT int lutc_set_video_connection(const videoConnection* connection) LUT
  * Reads an option of the device as text. Sends "getOption" with "name".
  *
  * name       the option's name.
- * value      buffer of valueSize bytes, all of which are written: the text, zero-filled. A text of valueSize
- * bytes or more fills the buffer without a terminator. NULL only with a size of 0. valueSize  size of the
- * buffer in bytes; 0 writes nothing.
+ * value      buffer of valueSize bytes, all of which are written: the text, zero-filled. A text of valueSize bytes or
+ *            more fills the buffer without a terminator. NULL only with a size of 0.
+ * valueSize  size of the buffer in bytes; 0 writes nothing.
  *
  * Fails also when the answer has no "value", or one that is not a string.
  */
@@ -409,9 +389,8 @@ LUTC_EXPORT int lutc_set_option(const char* name, const char* value) LUTC_NOEXCE
 #endif
 
 /*
- * Sends one LUT to a channel. Sends "sendLut" with "channelIndex", "resetAndApply", "lutIndex", "type",
- * "dataFormat", "data". The one function whose symbol carries its parameter types; C reaches it under that
- * symbol.
+ * Sends one LUT to a channel. Sends "sendLut" with "channelIndex", "resetAndApply", "lutIndex", "type", "dataFormat",
+ * "data". The one function whose symbol carries its parameter types; C reaches it under that symbol.
  *
  * channelIndex   the channel; 0 or less: none is named.
  * lutIndex       the LUT's slot; 0 or less: none is named.
