@@ -124,6 +124,17 @@ encoded_document encode(const bsonDocument& document, bool embeddedMessages) {
 
 }  // namespace
 
+bool isDecodedWhole(const bsonDocument& document) {
+    std::uint64_t size = emptyDocumentSize;
+    for (const bsonElement* const element : document.elementList) {
+        size += 1 + element->key.size() + 1;
+        size += isDocumentType(element->valueType)
+                    ? element->documentValue->messageSize
+                    : std::uint64_t{bodyHeadSize(element->valueType)} + bodyValueSize(*element);
+    }
+    return size == document.messageSize;
+}
+
 encoded_document encode(const bsonDocument& document) {
     return encode(document, false);
 }

@@ -1,0 +1,114 @@
+#include "bson/wire_format.h"
+#include "interface/lutc.h"
+#include "interface/preset_selector.h"
+#include "interface/record_list.h"
+#include "interface/request_channel.h"
+
+using namespace lutc;
+
+namespace {
+
+bool read_entry(const bsonElement& element, presetEntry& entry) {
+    if (element.valueType != lutc_bson::type::document) return false;
+    const bsonDocument* const preset = get_document(element);
+    std::string_view name;
+    if (preset == nullptr || !read_text(*preset, "presetName", name)) return false;
+    copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, name);
+    return read_int32(*preset, "gradeComboIndex", entry.gradeComboIndex) &&
+           read_combo(find_element(*preset, "gradeCombo"), entry.gradeCombo);
+}
+
+// A call that changes one preset of the list; append_rest adds what follows the selector.
+template <class AppendRest>
+int edit_preset(const char* command, const preset_selector& preset, AppendRest append_rest) {
+    if (!preset.is_sendable()) return -1;
+    return call(command, [&](bsonDocument& document) {
+        preset.append_to(document);
+        append_rest(document);
+    });
+}
+
+// A call that reads which preset is chosen.
+template <class Append>
+int read_choice(const char* command, Append append, char* presetName, int* presetIndex) {
+    if (presetName == nullptr || presetIndex == nullptr) return -1;
+    return call(command, smallReply, append, [&](const bsonDocument& reply) {
+        std::string_view name;
+        int index;
+        if (!read_text(reply, "presetName", name) || !read_int32(reply, "presetIndex", index)) return false;
+        copy_text(presetName, LUTC_PRESET_NAME_SIZE, name);
+        *presetIndex = index;
+        return true;
+    });
+}
+
+}  // namespace
+
+int lutc_load_presets_from_media() noexcept {
+    return call("loadPresetsFromMedia", nothing_to_append);
+}
+
+int lutc_save_presets_to_media() noexcept {
+    return call("savePresetsToMedia", nothing_to_append);
+}
+
+int lutc_delete_all_presets() noexcept {
+    return call("deleteAllPresets", nothing_to_append);
+}
+
+int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) noexcept {
+    if (presets == nullptr || presetCount == nullptr || maxPresetsListSize == nullptr) return -1;
+    return call("getPresetsList", presetListReply, nothing_to_append, [&](const bsonDocument& reply) {
+        int maximum;
+        if (!read_int32(reply, "maxPresetsListSize", maximum)) return false;
+        const bsonElement* const element = find_element(reply, "presetsList", lutc_bson::type::array);
+        const bsonDocument* const list = element != nullptr ? get_document(*element) : nullptr;
+        if (list == nullptr) return false;
+        record_list<presetEntry> entries(list->elementList.size());
+        for (std::size_t i = 0; i < list->elementList.size(); ++i) {
+            if (!read_entry(*list->elementList[i], entries[i])) return false;
+        }
+        *maxPresetsListSize = maximum;
+        *presetCount = entries.count();
+        *presets = entries.release();
+        return true;
+    });
+}
+
+int lutc_delete_preset(const char* presetName, int presetIndex) noexcept {
+    return edit_preset("deletePreset", {presetName, presetIndex}, nothing_to_append);
+}
+
+int lutc_rename_preset(const char* presetName, int presetIndex, const char* newName) noexcept {
+    if (newName == nullptr) return -1;
+    return edit_preset("renamePreset", {presetName, presetIndex},
+                       [&](bsonDocument& command) { add_element(command, "newName", newName); });
+}
+
+int lutc_move_preset(const char* presetName, int presetIndex, int toIndex) noexcept {
+    return edit_preset("movePreset", {presetName, presetIndex},
+                       [&](bsonDocument& command) { add_element(command, "toIndex", toIndex); });
+}
+
+int lutc_get_preset(int channelIndex, char* presetName, int* presetIndex) noexcept {
+    return read_choice(
+        "getSelectedPreset", [&](bsonDocument& command) { add_index(command, "channelIndex", channelIndex); },
+        presetName, presetIndex);
+}
+
+int lutc_set_preset(int channelIndex, const char* presetName, int presetIndex) noexcept {
+    const preset_selector preset(presetName, presetIndex);
+    if (!preset.is_sendable()) return -1;
+    return call("setSelectedPreset", [&](bsonDocument& command) {
+        add_index(command, "channelIndex", channelIndex);
+        preset.append_to(command);
+    });
+}
+
+int lutc_get_override_preset(char* presetName, int* presetIndex) noexcept {
+    return read_choice("getOverridePreset", nothing_to_append, presetName, presetIndex);
+}
+
+int lutc_set_override_preset(const char* presetName, int presetIndex) noexcept {
+    return edit_preset("setOverridePreset", {presetName, presetIndex, 0}, nothing_to_append);
+}

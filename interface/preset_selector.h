@@ -1,0 +1,39 @@
+// How a preset is addressed: by name or by index.
+#ifndef LUTC_INTERFACE_PRESET_SELECTOR_H
+#define LUTC_INTERFACE_PRESET_SELECTOR_H
+
+#include <cstring>
+
+#include "interface/lutc.h"
+#include "interface/request_channel.h"
+
+namespace lutc {
+
+class preset_selector {
+  public:
+    // name may be null. lowestIndex: the lowest index that is sent.
+    preset_selector(const char* name, int index, int lowestIndex = 1)
+        : name_(name), index_(index), lowestIndex_(lowestIndex) {}
+
+    bool is_sendable() const {
+        return name_ == nullptr || strnlen(name_, LUTC_PRESET_NAME_SIZE + 1) <= LUTC_PRESET_NAME_SIZE;
+    }
+
+    // Appends "presetName", "presetIndex" or nothing.
+    void append_to(bsonDocument& command) const {
+        if (name_ != nullptr) {
+            add_element(command, "presetName", name_);
+        } else if (index_ >= lowestIndex_) {
+            add_element(command, "presetIndex", index_);
+        }
+    }
+
+  private:
+    const char* name_;
+    int index_;
+    int lowestIndex_;
+};
+
+}  // namespace lutc
+
+#endif

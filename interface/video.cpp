@@ -1,0 +1,83 @@
+#include "bson/wire_format.h"
+#include "interface/lutc.h"
+#include "interface/request_channel.h"
+
+using namespace lutc;
+namespace type = lutc_bson::type;
+
+namespace {
+
+struct connection_type {
+    std::int32_t code;
+    const char* name;
+};
+constexpr connection_type connectionTypes[] = {
+    {LUTC_VIDEO_INPUT, "input"}, {LUTC_VIDEO_CHANNEL, "channel"}, {LUTC_VIDEO_OUTPUT, "output"}};
+
+// One end of a connection as it stands in a reply.
+struct connection_end {
+    int index = 0;
+    std::string_view typeName;
+
+    bool read(const bsonDocument& connection, const char* indexKey, const char* typeKey) {
+        return read_int32(connection, indexKey, index) && read_text(connection, typeKey, typeName);
+    }
+
+    // A type that is none of the three leaves the code as it is.
+    void hand_over(std::int32_t& code, std::int32_t& codeIndex) const {
+        codeIndex = index;
+        for (const connection_type& known : connectionTypes) {
+            if (typeName == known.name) code = known.code;
+        }
+    }
+};
+
+struct received_connection {
+    connection_end source;
+    connection_end destination;
+
+    bool read(const bsonElement& element) {
+        return element.valueType == type::document && element.documentValue != nullptr &&
+               source.read(*element.documentValue, "sourceIndex", "sourceType") &&
+               destination.read(*element.documentValue, "destinationIndex", "destinationType");
+    }
+
+    void hand_over(videoConnection& record) const {
+        source.hand_over(record.sourceType, record.sourceIndex);
+        destination.hand_over(record.destinationType, record.destinationIndex);
+    }
+};
+
+// Appends the type's name when it is one of the two that this end may have.
+void add_type(bsonDocument& command, const char* key, std::int32_t code, std::int32_t other) {
+    if (code == LUTC_VIDEO_CHANNEL || code == other) add_element(command, key, connectionTypes[code].name);
+}
+
+}  // namespace
+
+int lutc_get_video_connections(videoConnection* connections, int* connectionCount) noexcept {
+    if (connections == nullptr || connectionCount == nullptr) return -1;
+    return call("getVideoConnections", smallReply, nothing_to_append, [&](const bsonDocument& reply) {
+        int count = 0;
+        if (const bsonElement* const list = find_element(reply, "videoConnections", type::array)) {
+            int examined = 0;
+            for (const bsonElement* const element : list->documentValue->elementList) {
+                if (examined++ == LUTC_MAX_VIDEO_CONNECTIONS) break;
+                received_connection connection;
+                if (connection.read(*element)) connection.hand_over(connections[count++]);
+            }
+        }
+        *connectionCount = count;
+        return true;
+    });
+}
+
+int lutc_set_video_connection(const videoConnection* connection) noexcept {
+    if (connection == nullptr) return -1;
+    return call("setVideoConnection", [&](bsonDocument& command) {
+        add_type(command, "sourceType", connection->sourceType, LUTC_VIDEO_INPUT);
+        add_element(command, "sourceIndex", connection->sourceIndex);
+        add_type(command, "destinationType", connection->destinationType, LUTC_VIDEO_OUTPUT);
+        add_element(command, "destinationIndex", connection->destinationIndex);
+    });
+}
