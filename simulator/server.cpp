@@ -1,0 +1,260 @@
+#include "simulator/server.h"
+
+#include <array>
+#include <asio.hpp>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "simulator/commands.h"
+#include "simulator/documents.h"
+
+namespace simulator {
+
+namespace {
+
+using asio::ip::tcp;
+using std::chrono::milliseconds;
+
+constexpr milliseconds linger_time{2000};  // for a client to take the reply and close
+constexpr milliseconds accept_pause{50};   // when there is no descriptor for a new connection
+constexpr std::size_t read_size = 64 * 1024;
+
+// What all connections share.
+struct shared_state {
+    const server_options& options;
+    device_state& device;
+    fault_plan& faults;
+    std::uint64_t connections = 0;
+    std::array<unsigned char, read_size> scratch{};  // one thread, and no read keeps what another put there
+
+    void log(std::uint64_t connection, const char* direction, const std::string& text) const {
+        if (options.quiet) return;
+        std::printf("%llu %s %s\n", static_cast<unsigned long long>(connection), direction, text.c_str());
+        std::fflush(stdout);
+    }
+};
+
+// One connection. It lives as long as something is under way on it.
+class session : public std::enable_shared_from_this<session> {
+  public:
+    session(tcp::socket socket, shared_state& shared)
+        : socket_(std::move(socket)), timer_(socket_.get_executor()), shared_(shared), number_(++shared.connections) {}
+
+    void start() {
+        std::error_code ignored;
+        socket_.non_blocking(true, ignored);
+        socket_.set_option(tcp::no_delay(true), ignored);
+        await_command();
+    }
+
+  private:
+    // Waits for readability rather than with a buffer of its own, so that silent connections cost next to nothing.
+    void await_command() {
+        limit(shared_.options.idle_timeout, [this] {
+            shared_.log(number_, "-", "closed: no whole command in time");
+            close();
+        });
+        socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](std::error_code error) {
+            if (!error) self->read_command();
+        });
+    }
+
+    void read_command() {
+        std::error_code error;
+        const std::size_t count = socket_.read_some(asio::buffer(shared_.scratch), error);
+        if (error == asio::error::would_block || error == asio::error::interrupted) return await_command();
+        if (error) {
+            if (!command_.empty()) shared_.log(number_, "-", "closed by the client within a command");
+            return close();
+        }
+        try {
+            command_.insert(command_.end(), shared_.scratch.begin(),
+                            shared_.scratch.begin() + static_cast<std::ptrdiff_t>(count));
+        } catch (const std::bad_alloc&) {
+            return refuse(reason::internal, "out of memory");
+        }
+        if (command_.size() < 4) return await_command();
+        std::uint32_t size = 0;
+        for (unsigned i = 0; i < 4; ++i) size |= static_cast<std::uint32_t>(command_[i]) << (8 * i);
+        if (size < 5) return refuse(reason::malformed, "the command claims a length of " + std::to_string(size));
+        if (size > shared_.options.max_command_size)
+            return refuse(reason::malformed, "the command has " + std::to_string(size) + " bytes; at most " +
+                                                 std::to_string(shared_.options.max_command_size) + " are taken");
+        if (command_.size() < size) return await_command();
+        command_.resize(size);
+        timer_.cancel();
+        try {
+            answer_command();
+        } catch (const std::bad_alloc&) {
+            refuse(reason::internal, "out of memory");
+        }
+    }
+
+    void answer_command() {
+        const auto command = decoded_command(command_.data(), command_.size());
+        std::vector<unsigned char>().swap(command_);
+        if (!command) return refuse(reason::malformed, "the command is not a valid BSON document");
+        const std::string name = command_name(*command);
+        if (!shared_.options.quiet)
+            shared_.log(number_, "<",
+                        (name.empty() ? "(no command)" : loggable(name)) + separated(described(*command)));
+        const std::optional<fault> what = shared_.faults.next(name);
+        const auto reply = what && what->kind == fault_kind::refuse
+                               ? refusing_reply(reason::on_demand, "refused on demand")
+                               : perform(shared_.device, *command);
+        std::string note = described(*reply);
+        if (what) note += " (fault: " + fault_names()[static_cast<std::size_t>(what->kind)] + ")";
+        shared_.log(number_, ">", note);
+        deliver(delivered(encoded(*reply), what, shared_.faults.random()));
+    }
+
+    static std::string separated(const std::string& text) { return text.empty() ? text : " " + text; }
+
+    static std::string loggable(const std::string& name) {
+        const std::string text = quoted(name);
+        return text.substr(1, text.size() - 2);
+    }
+
+    void refuse(reason why, const std::string& message) {
+        std::vector<unsigned char>().swap(command_);
+        const auto reply = refusing_reply(why, message);
+        shared_.log(number_, ">", described(*reply));
+        deliver(delivered(encoded(*reply), std::nullopt, shared_.faults.random()));
+    }
+
+    void deliver(delivery what) {
+        delivery_ = std::move(what);
+        next_piece_ = 0;
+        deliver_next();
+    }
+
+    void deliver_next() {
+        if (next_piece_ == delivery_.pieces.size()) return finish();
+        const std::uint32_t pause = delivery_.pieces[next_piece_].pause_milliseconds;
+        if (pause == 0) return write_piece();
+        timer_.expires_after(milliseconds(pause));
+        timer_.async_wait([self = shared_from_this()](std::error_code error) {
+            if (!error) self->write_piece();
+        });
+    }
+
+    void write_piece() {
+        limit(shared_.options.idle_timeout, [this] { close(); });
+        asio::async_write(socket_, asio::buffer(delivery_.pieces[next_piece_].bytes),
+                          [self = shared_from_this()](std::error_code error, std::size_t) {
+                              self->timer_.cancel();
+                              if (error) return self->close();
+                              ++self->next_piece_;
+                              self->deliver_next();
+                          });
+    }
+
+    void finish() {
+        std::error_code ignored;
+        switch (delivery_.end) {
+            case delivery::ending::reset:
+                socket_.set_option(asio::socket_base::linger(true, 0), ignored);
+                return close();
+            case delivery::ending::hold:
+                limit(milliseconds(delivery_.hold_milliseconds), [this] { close(); });
+                return drain();
+            case delivery::ending::close:
+                // Only this side is closed: closing with bytes unread would reset the connection, and the reply with it.
+                socket_.shutdown(tcp::socket::shutdown_send, ignored);
+                limit(linger_time, [this] { close(); });
+                return drain();
+        }
+    }
+
+    // Reads away whatever the client still sends, until it closes or the time that was set is over.
+    void drain() {
+        socket_.async_read_some(asio::buffer(shared_.scratch),
+                                [self = shared_from_this()](std::error_code error, std::size_t) {
+                                    if (error) return self->close();
+                                    self->drain();
+                                });
+    }
+
+    template <class Action>
+    void limit(milliseconds time, Action action) {
+        timer_.expires_after(time);
+        timer_.async_wait([self = shared_from_this(), action](std::error_code error) {
+            if (!error) action();
+        });
+    }
+
+    void close() {
+        std::error_code ignored;
+        timer_.cancel();
+        socket_.close(ignored);
+    }
+
+    tcp::socket socket_;
+    asio::steady_timer timer_;
+    shared_state& shared_;
+    const std::uint64_t number_;
+    std::vector<unsigned char> command_;
+    delivery delivery_;
+    std::size_t next_piece_ = 0;
+};
+
+class listener {
+  public:
+    listener(asio::io_context& context, shared_state& shared) : acceptor_(context), timer_(context), shared_(shared) {
+        const tcp::endpoint wanted(asio::ip::make_address(shared.options.address), shared.options.port);
+        acceptor_.open(wanted.protocol());
+        acceptor_.set_option(tcp::acceptor::reuse_address(true));
+        acceptor_.bind(wanted);
+        acceptor_.listen();
+    }
+
+    tcp::endpoint where() const { return acceptor_.local_endpoint(); }
+
+    void accept() {
+        acceptor_.async_accept([this](std::error_code error, tcp::socket socket) {
+            if (error) return accept_later();
+            std::make_shared<session>(std::move(socket), shared_)->start();
+            accept();
+        });
+    }
+
+  private:
+    void accept_later() {
+        timer_.expires_after(accept_pause);
+        timer_.async_wait([this](std::error_code error) {
+            if (!error) accept();
+        });
+    }
+
+    tcp::acceptor acceptor_;
+    asio::steady_timer timer_;
+    shared_state& shared_;
+};
+
+}  // namespace
+
+void serve(const server_options& options, device_state& device, fault_plan& faults) {
+    asio::io_context context(1);
+    shared_state shared{options, device, faults};
+    const std::string place = options.address + ":" + std::to_string(options.port);
+    std::optional<listener> connections;
+    try {
+        connections.emplace(context, shared);
+    } catch (const std::system_error& error) {
+        throw std::runtime_error("can't listen on " + place + ": " + error.code().message());
+    }
+    asio::signal_set signals(context, SIGINT, SIGTERM);
+    signals.async_wait([&](std::error_code, int) { context.stop(); });
+    std::printf("lutc-simulator: listening on %s:%u\n", options.address.c_str(),
+                static_cast<unsigned>(connections->where().port()));
+    std::fflush(stdout);
+    connections->accept();
+    context.run();
+}
+
+}  // namespace simulator
