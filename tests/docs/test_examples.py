@@ -1,0 +1,58 @@
+"""Each example does what it says, against the simulator."""
+import os
+import re
+import tempfile
+import unittest
+
+import programs
+from programs import run_example
+
+
+class Examples(unittest.TestCase):
+    def done(self, result):
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        return result.stdout
+
+    def test_strict_c_reaches_every_function(self):
+        with open(os.path.join(programs.SOURCE, "interface", "lutc.h")) as header:
+            functions = set(re.findall(r"LUTC_EXPORT int (lutc_\w+)", header.read()))
+        with programs.simulator():
+            output = self.done(run_example("all_functions"))
+        self.assertEqual(set(re.findall(r"^(lutc_\w+) +done$", output, re.M)), functions)
+        self.assertIn("channel 1 shows 1: all functions", output)
+
+    def test_model_is_read(self):
+        with programs.simulator():
+            self.assertRegex(self.done(run_example("read_model")), r'(?m)^channel 2 ".+" supports combinations \d')
+
+    def test_control_surface_sends_every_update(self):
+        with programs.simulator():
+            self.assertEqual(self.done(run_example("control_surface", "3")), "3 of 3 updates taken\n")
+
+    def test_uploaded_presets_are_backed_up_byte_for_byte(self):
+        with programs.simulator(), tempfile.TemporaryDirectory() as folder:
+            table = os.path.join(folder, "table.bin")
+            self.done(programs.run(os.path.join(programs.SOURCE, "scripts", "make_print_lut"), "--size", "17",
+                                   "--format", "uint16", "-o", table))
+            self.done(run_example("upload_and_apply", "evening", table, "uint16"))
+            backup = os.path.join(folder, "backup")
+            self.assertIn("evening", self.done(run_example("backup_library", backup)))
+            self.assertEqual(sorted(os.listdir(backup)), ["1-1.cdl", "1-2.bin"])
+            with open(os.path.join(backup, "1-2.bin"), "rb") as copy, open(table, "rb") as original:
+                self.assertEqual(copy.read(), original.read())
+            with open(os.path.join(backup, "1-1.cdl")) as values:
+                self.assertEqual([float(value) for value in values.read().split()],
+                                 [1.1] * 3 + [-0.02] * 3 + [1.0] * 3 + [0.9])
+
+    def test_document_is_dumped(self):
+        output = self.done(run_example("build_and_dump"))
+        self.assertIn("slope:(array document)[\n\t0:(double)1.100000\n", output)
+        self.assertIn("data:(binary [length=5])00,40,80,C0,FF", output)
+
+    def test_without_a_service_they_fail(self):
+        for name in ("read_model", "all_functions"):
+            self.assertEqual(run_example(name).returncode, 1, name)
+
+
+if __name__ == "__main__":
+    unittest.main()

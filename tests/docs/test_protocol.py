@@ -1,0 +1,142 @@
+"""docs/protocol.md against what the library sends and reads."""
+import os
+import re
+import socket
+import struct
+import threading
+import unittest
+
+import bson
+import programs
+
+TYPES = {"double": 0x01, "string": 0x02, "array": 0x04, "binary": 0x05, "boolean": 0x08, "int32": 0x10}
+CDL = {"type": "cdl", "typeIndex": 1, "power": [1.0] * 3, "slope": [1.0] * 3, "offset": [0.0] * 3, "saturation": 1.0}
+SAMPLES = {  # what the service answers in each reply field that the document lists
+    "maxPresetsListSize": 100,
+    "presetsList": [{"presetName": "evening", "gradeComboIndex": 1, "gradeCombo": ["cdl", "3dlut"]}],
+    "presetName": "evening", "presetIndex": 3, "gradeComboIndex": 1, "gradeCombo": [CDL],
+    "modelName": "model", "friendlyName": "name", "modelSerial": "1", "gradeCombos": [["cdl", "3dlut"]],
+    "gradeChannels": [{"channelName": "A", "supportedGradeComboIndices": [1]}],
+    "colorTransformState": 1, "value": "text",
+    "videoConnections": [{"sourceIndex": 1, "sourceType": "input", "destinationIndex": 1, "destinationType": "channel"}],
+}
+
+
+class Command:
+    """One command of the document: its function, the fields that it sends, the reply fields that it reads."""
+
+    def __init__(self, section):
+        self.name = section.split("\n", 1)[0]
+        self.function = re.search(r"`(lutc_\w+)`", section).group(1)
+        self.sent, self.read = [], []  # of (names, types, third column)
+        rows = None
+        for line in section.splitlines():
+            cells = [cell.strip() for cell in line.strip("|").split("|")]
+            if line.startswith("| Field"):
+                rows = self.sent
+            elif line.startswith("| Reply field"):
+                rows = self.read
+            elif line.startswith("| `"):
+                types = [TYPES[word.split()[0].rstrip(",")] for word in cells[1].split(" or ")]
+                rows.append((re.findall(r"`(\w+)`", cells[0]), types, cells[2]))
+
+    def reply(self):
+        return {"type": "response", "code": 0, **{names[0]: SAMPLES[names[0]] for names, _, _ in self.read}}
+
+
+def elements(message):
+    """The top-level elements of a document as (key, type byte, body); keys may occur twice."""
+    position, found = 4, []
+    while position < len(message) - 1:
+        kind = message[position]
+        end = message.index(0, position + 1)
+        body = end + 1
+        length = struct.unpack_from("<I", message, body)[0] if kind in (0x02, 0x03, 0x04, 0x05) else 0
+        size = {0x01: 8, 0x02: 4 + length, 0x03: length, 0x04: length, 0x05: 5 + length, 0x08: 1, 0x10: 4}[kind]
+        found.append((message[position + 1:end].decode(), kind, message[body:body + size]))
+        position = body + size
+    return found
+
+
+class Service:
+    """Takes commands on the service's port while it is entered, and answers each with answer(message)."""
+
+    def __init__(self, answer):
+        self.answer, self.received = answer, []
+
+    def __enter__(self):
+        self.listener = socket.create_server(programs.ADDRESS)
+        self.thread = threading.Thread(target=self.serve)
+        self.thread.start()
+        return self
+
+    def serve(self):
+        while True:
+            connection, _ = self.listener.accept()
+            with connection, connection.makefile("rb") as stream:
+                length = stream.read(4)
+                if not length:
+                    return  # __exit__ connected
+                message = length + stream.read(struct.unpack("<I", length)[0] - 4)
+                self.received.append(message)
+                connection.sendall(self.answer(message))
+
+    def __exit__(self, *_):
+        socket.create_connection(programs.ADDRESS).close()
+        self.thread.join()
+        self.listener.close()
+
+
+def command_name(message):
+    return next(body[4:-1].decode() for key, _, body in elements(message) if key == "command")
+
+
+class Protocol(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        with open(os.path.join(programs.SOURCE, "docs", "protocol.md")) as file:
+            cls.text = file.read()
+        listed = cls.text.split("\n## Commands\n")[1].split("\n## ")[0]
+        cls.commands = {command.name: command for command in map(Command, listed.split("\n### ")[1:])}
+
+    def bytes_of(self, name):
+        block = re.search(rf"```hex {name}\n(.*?)```", self.text, re.S).group(1)
+        return bytes.fromhex("".join(line[6:54] for line in block.splitlines()))
+
+    def test_worked_example(self):
+        with Service(lambda message: self.bytes_of("reply")) as service:
+            result = programs.run(os.environ["LUTC_WORKED_EXAMPLE"])
+        self.assertEqual(service.received, [self.bytes_of("command")])
+        self.assertEqual(result.stdout, "evening 3\n")
+
+    def test_every_function_has_its_command(self):
+        with open(os.path.join(programs.SOURCE, "interface", "lutc.h")) as file:
+            header = file.read()
+        declared = re.findall(r'Sends\s+\*?\s*"(\w+)".*?LUTC_EXPORT int (lutc_\w+)', header, re.S)
+        self.assertEqual({command: function for command, function in declared},
+                         {command.name: command.function for command in self.commands.values()})
+
+    def test_fields_are_those_sent_and_replies_suffice(self):
+        with Service(lambda message: bson.encode(self.commands[command_name(message)].reply())) as service:
+            result = programs.run_example("all_functions")
+        self.assertEqual(result.returncode, 0, result.stdout)
+
+        never_sent = {(command.name, tuple(names)) for command in self.commands.values() for names, _, _ in command.sent}
+        for message in service.received:
+            command = self.commands[command_name(message)]
+            sent = [(key, kind) for key, kind, _ in elements(message)]
+            self.assertEqual(sent[:4], [("protocolVersion", 2), ("type", 2), ("msgID", 16), ("command", 2)])
+            sent = sent[4:]
+            for names, types, when in command.sent:  # in the document's order, nothing between
+                if sent and sent[0] in zip(names, types):
+                    sent.pop(0)
+                    never_sent.discard((command.name, tuple(names)))
+                else:
+                    self.assertNotIn("always", when, f"{command.name}: {names} is missing")
+            self.assertEqual(sent, [], f"{command.name} sends more than the document lists, or in another order")
+        self.assertEqual(never_sent, set())
+        self.assertEqual({command_name(message) for message in service.received}, set(self.commands))
+
+
+if __name__ == "__main__":
+    unittest.main()
