@@ -1,0 +1,57 @@
+// Grades in files: one JSON document for each grade, its payloads in files beside it (docs/grade-files.md).
+#ifndef LUTC_CLI_GRADE_FILE_H
+#define LUTC_CLI_GRADE_FILE_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "interface/lutc.h"
+
+namespace lutc_cli {
+
+// The most bytes of one payload, and of the payloads of a preset: more could never be downloaded again.
+constexpr std::size_t PAYLOAD_LIMIT = 64u << 20;
+constexpr std::size_t PRESET_PAYLOAD_LIMIT = 2u << 20;
+
+// A gradeComponent that owns what it points to.
+struct Component {
+    int kind = LUTC_KIND_CDL;
+    int typeIndex = 0;
+    std::string dataFormat;
+    std::optional<cdl> values;
+    std::vector<unsigned char> data;
+    std::string patternType;
+    testPattern pattern = {};
+};
+
+struct Grade {
+    std::optional<std::string> name;
+    int gradeComboIndex = 0;
+    std::vector<Component> components;
+};
+
+// The records that the library takes; they point into the grade.
+std::vector<gradeComponent> records_of(Grade& grade);
+
+enum class GradeUse {
+    LIVE,    // test patterns are allowed
+    PRESET,  // they are not, and the payloads have to fit an answer
+    BACKUP   // as PRESET; and the payloads are files of the same folder
+};
+
+// Throws Failure, naming file, component and field: EXIT_USAGE for a wrong content, EXIT_REFUSED for an unreadable file.
+Grade read_grade_file(const std::string& path, GradeUse use);
+
+// The names of the files that write_grade_file makes for a grade, the JSON file last. stem is the beginning of the
+// payloads' names.
+std::vector<std::string> grade_file_names(const std::string& path, const Grade& grade, const std::string& stem);
+
+// Writes the payloads as stem-N-TYPE.bin into the folder of path, then path itself. Throws Failure for a grade that
+// can't be written without loss (a name that is not UTF-8, values that are not finite) before anything is written.
+void write_grade_file(const std::string& path, const Grade& grade, const std::string& stem);
+
+}  // namespace lutc_cli
+
+#endif

@@ -1,0 +1,65 @@
+// lutc: every function of the library from the shell.
+#include <CLI/CLI.hpp>
+#include <exception>
+
+#include "cli/commands.h"
+#include "cli/output.h"
+
+namespace {
+
+const char* const EXIT_CODES =
+    "Exit codes:\n"
+    "  0    done\n"
+    "  1    the service refused or gave no usable answer; a file can't be read or written;\n"
+    "       a question was answered with no\n"
+    "  2    usage: wrong arguments, or an input file whose content is wrong\n"
+    "  3    nobody listens on the service's port (127.0.0.1:54440)\n"
+    "  130  a backup or restore was interrupted (SIGINT or SIGTERM)\n"
+    "Every failure is one line on standard error, also with --json.";
+
+int run(int argc, char** argv) {
+    lutc_cli::Context context;
+    CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
+    app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
+    app.add_flag("--json", context.json, "Print results as JSON; accepted before and after the command");
+    app.footer(EXIT_CODES);
+    app.fallthrough();
+    app.require_subcommand(1);
+    lutc_cli::add_device_commands(app, context);
+    lutc_cli::add_preset_commands(app, context);
+    lutc_cli::add_grade_commands(app, context);
+    lutc_cli::add_state_commands(app, context);
+    lutc_cli::add_video_commands(app, context);
+    lutc_cli::add_option_commands(app, context);
+    lutc_cli::add_dump_command(app, context);
+#ifdef LUTC_HAVE_COLOUR_COMMANDS
+    lutc_cli::add_colour_commands(app, context);
+#endif
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            app.exit(error);
+        } else {
+            throw lutc_cli::Failure(lutc_cli::EXIT_USAGE, std::string(error.what()) + " (see --help)");
+        }
+    }
+    if (!lutc_cli::flush_output()) {
+        throw lutc_cli::Failure(lutc_cli::EXIT_REFUSED, "standard output can't be written");
+    }
+    return lutc_cli::EXIT_DONE;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const lutc_cli::Failure& failure) {
+        lutc_cli::print_error(failure.what());
+        return failure.code();
+    } catch (const std::exception& error) {
+        lutc_cli::print_error(error.what());
+        return lutc_cli::EXIT_REFUSED;
+    }
+}

@@ -1,0 +1,139 @@
+#include "cli/output.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace lutc_cli {
+
+using nlohmann::ordered_json;
+
+namespace {
+
+std::string as_json(const ordered_json& value, int indent) {
+    return value.dump(indent, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+std::string as_text(const ordered_json& value) {
+    if (value.is_string()) return printable(value.get<std::string>());
+    if (value.is_null()) return "-";
+    if (!value.is_array()) return as_json(value, -1);
+    std::string text;
+    for (const ordered_json& item : value) text += (text.empty() ? "" : " ") + as_text(item);
+    return text.empty() ? "-" : text;
+}
+
+std::size_t columns(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+// The members of the first row are the columns.
+void print_table(const ordered_json& rows) {
+    std::vector<std::vector<std::string>> lines(1);
+    for (const auto& member : rows.front().items()) lines[0].push_back(member.key());
+    for (const ordered_json& row : rows) {
+        lines.emplace_back();
+        for (const ordered_json& cell : row) lines.back().push_back(as_text(cell));
+    }
+    std::vector<std::size_t> widths(lines[0].size(), 0);
+    for (const auto& line : lines) {
+        for (std::size_t i = 0; i < line.size() && i < widths.size(); ++i) {
+            widths[i] = std::max(widths[i], columns(line[i]));
+        }
+    }
+    for (const auto& line : lines) {
+        std::string text = " ";
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            text += " " + line[i];
+            if (i + 1 < line.size()) text += std::string(widths[i] - columns(line[i]) + 1, ' ');
+        }
+        std::printf("%s\n", text.c_str());
+    }
+}
+
+}  // namespace
+
+void print_result(const Context& context, const ordered_json& result) {
+    if (context.json) {
+        std::printf("%s\n", as_json(result, 2).c_str());
+        return;
+    }
+    for (const auto& member : result.items()) {
+        const ordered_json& value = member.value();
+        if (value.is_array() && !value.empty() && value.front().is_object()) {
+            std::printf("%s:\n", member.key().c_str());
+            print_table(value);
+        } else {
+            std::printf("%s: %s\n", member.key().c_str(), as_text(value).c_str());
+        }
+    }
+}
+
+void print_done(const Context& context) {
+    print_done(context, ordered_json::object());
+}
+
+void print_done(const Context& context, const ordered_json& members) {
+    if (!context.json) return;
+    ordered_json result = {{"done", true}};
+    result.update(members);
+    print_result(context, result);
+}
+
+bool is_utf8(const std::string& text) {
+    try {
+        static_cast<void>(ordered_json(text).dump());
+        return true;
+    } catch (const ordered_json::type_error&) {
+        return false;
+    }
+}
+
+std::string printable(const std::string& text) {
+    const bool utf8 = is_utf8(text);
+    std::string shown;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool c1_lead = byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+        const bool c1_tail = byte < 0xA0 && byte >= 0x80 && i > 0 && static_cast<unsigned char>(text[i - 1]) == 0xC2;
+        if (byte < 0x20 || byte == 0x7F || (byte >= 0x80 && (!utf8 || c1_lead || c1_tail))) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned>(byte));
+            shown += escaped;
+        } else {
+            shown += text[i];
+        }
+    }
+    return shown;
+}
+
+void print_error(const std::string& message) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "lutc: %s\n", printable(message).c_str());
+}
+
+void print_notice(const std::string& message) {
+    print_error("note: " + message);
+}
+
+void confirm(bool yes, const std::string& question) {
+    if (yes) return;
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
+        throw Failure(EXIT_USAGE, question + " Give --yes to do it without being asked");
+    }
+    std::fprintf(stderr, "%s [y/N] ", printable(question).c_str());
+    char answer[16] = {};
+    const bool answered = std::fgets(answer, sizeof answer, stdin) != nullptr;
+    if (!answered || (answer[0] != 'y' && answer[0] != 'Y')) {
+        throw Failure(EXIT_REFUSED, "not confirmed: nothing was changed");
+    }
+}
+
+bool flush_output() {
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+}  // namespace lutc_cli

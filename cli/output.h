@@ -1,0 +1,55 @@
+// What every command of the tool shares: results on standard output, failures and questions on standard error.
+#ifndef LUTC_CLI_OUTPUT_H
+#define LUTC_CLI_OUTPUT_H
+
+#include <nlohmann/json_fwd.hpp>
+#include <stdexcept>
+#include <string>
+
+namespace lutc_cli {
+
+enum ExitCode {
+    EXIT_DONE = 0,
+    EXIT_REFUSED = 1,       // the service refused or gave no usable answer; a file can't be read or written
+    EXIT_USAGE = 2,         // wrong arguments, or an input file whose content is wrong
+    EXIT_NOBODY = 3,        // nobody listens on the service's port
+    EXIT_INTERRUPTED = 130  // stopped by SIGINT or SIGTERM between two presets
+};
+
+// Ends a command: one line on standard error, and this exit code.
+class Failure : public std::runtime_error {
+  public:
+    Failure(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
+    int code() const noexcept { return code_; }
+
+  private:
+    int code_;
+};
+
+struct Context {
+    bool json = false;  // --json
+};
+
+// Prints the result of a command, an object: as JSON, or as "key: value" lines and a table for each list of objects.
+void print_result(const Context& context, const nlohmann::ordered_json& result);
+
+// The result of a command that only does something: nothing as text, {"done": true} and the given members as JSON.
+void print_done(const Context& context);
+void print_done(const Context& context, const nlohmann::ordered_json& members);
+
+// Text as it can be shown on a terminal: control characters, and bytes that are not UTF-8, as \xNN.
+std::string printable(const std::string& text);
+bool is_utf8(const std::string& text);
+
+void print_error(const std::string& message);   // "lutc: " and the message, as one line
+void print_notice(const std::string& message);  // the same for what is no failure
+
+// Before something is lost: asks on a terminal, needs yes elsewhere. Throws Failure unless the answer is yes.
+void confirm(bool yes, const std::string& question);
+
+// Whether all of standard output could be written.
+bool flush_output();
+
+}  // namespace lutc_cli
+
+#endif
