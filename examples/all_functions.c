@@ -1,7 +1,7 @@
 /*
  * Calls every function of the library once, in strict C, and prints what each returned.
  *
- *   all_functions [OPTION]     OPTION: the name of a device option that can be set (default: deviceName)
+ *   all_functions [OPTION]     OPTION: the name of a device option that can be set (default: friendlyName)
  *
  * It replaces the preset library by the one on the media, so run it against the simulator or a device of your
  * own. Exit: 0 when every call succeeded, 1 otherwise.
@@ -159,6 +159,6 @@ int main(int argc, char** argv) {
     send_presets(combination);
     read_presets();
     edit_presets();
-    control_device(argc > 1 ? argv[1] : "deviceName");
+    control_device(argc > 1 ? argv[1] : "friendlyName");
     return failures == 0 ? 0 : 1;
 }

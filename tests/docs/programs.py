@@ -5,7 +5,7 @@ import subprocess
 import tempfile
 
 SOURCE = os.environ["LUTC_SOURCE_DIR"]
-TOOL = os.environ["LUTC_TOOL"]
+TOOL = os.environ.get("LUTC_TOOL")  # not built everywhere
 SIMULATOR = os.environ["LUTC_SIMULATOR"]
 EXAMPLES = os.environ["LUTC_EXAMPLES"]
 ADDRESS = ("127.0.0.1", 54440)
