@@ -119,6 +119,11 @@ class LUTC_BSON_EXPORT bsonElement {
     bsonElement& operator=(const bsonElement&) = delete;
     ~bsonElement();
 
+    // Decoding makes elements and documents many at a time; delete takes them back one by one all the same.
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* element) noexcept;
+
     // Setters. Each releases the value held before and sets the kind; all but setBinaryValue set the subtype to 0.
     // The new value is stored in a buffer of its own. When memory runs out the element keeps its old value.
     void setNullValue() noexcept;
@@ -181,6 +186,10 @@ class LUTC_BSON_EXPORT bsonDocument {
     bsonDocument(const bsonDocument&) = delete;  // see getCopy
     bsonDocument& operator=(const bsonDocument&) = delete;
     ~bsonDocument();
+
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* document) noexcept;
 
     void clearMessage() noexcept;      // releases the message; the element list is untouched
     void clearElementList() noexcept;  // destroys every element and every embedded document that they own

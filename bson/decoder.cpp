@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <memory>
 #include <vector>
 
+#include "bson/batch.h"
 #include "bson/bsonDocument.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
@@ -17,15 +19,12 @@ bool decodesToNull(std::uint8_t t) {
     return t == type::null || t == type::undefined || t == type::maxKey || t == type::minKey;
 }
 
-std::unique_ptr<bsonElement> newElement(std::uint8_t t, const unsigned char* key, std::size_t keySize) {
-    auto element = std::make_unique<bsonElement>();
-    element->valueType = decodesToNull(t) ? type::null : t;
-    element->key.assign(reinterpret_cast<const char*>(key), keySize);
-    return element;
-}
-
-bsonDocument* newBorrowingDocument(const unsigned char* bytes, std::uint32_t size) {
-    return new bsonDocument(bytes, size, false, false);
+// Room for a few elements at once: most documents need no more, and the others grow from there.
+void reserveForFirstElements(bsonDocument& document) {
+    constexpr std::uint32_t few = 4;
+    constexpr std::uint32_t smallestElement = 2;
+    const std::uint32_t most = (document.messageSize - emptyDocumentSize) / smallestElement;
+    document.elementList.reserve(std::min(few, most));
 }
 
 // Fills one document and everything embedded in it. Every element hangs in the tree as soon as it exists, so
@@ -33,7 +32,9 @@ bsonDocument* newBorrowingDocument(const unsigned char* bytes, std::uint32_t siz
 class decoder {
   public:
     decoder(bsonDocument& root, bool validated)
-        : bytes_(root.message), here_{&root, root.messageSize - 1}, validated_(validated) {}
+        : bytes_(root.message), here_{&root, root.messageSize - 1}, validated_(validated) {
+        reserveForFirstElements(root);
+    }
 
     std::int32_t decode() {
         for (;;) {
@@ -70,9 +71,14 @@ class decoder {
         if (!findExtent(bytes_, t, body, here_.last, value)) return false;
         const std::uint32_t size = value.end - value.begin;
 
-        std::unique_ptr<bsonElement> element = newElement(t, key, static_cast<std::size_t>(keyEnd - key));
+        std::unique_ptr<bsonElement> element(elements_.make());
+        element->valueType = decodesToNull(t) ? type::null : t;
+        element->key.assign(reinterpret_cast<const char*>(key), static_cast<std::size_t>(keyEnd - key));
         if (isDocumentType(t)) {
-            element->documentValue = newBorrowingDocument(bytes_ + value.begin, size);
+            element->documentValue = documents_.make();
+            element->documentValue->message = bytes_ + value.begin;
+            element->documentValue->messageSize = size;
+            element->documentValue->ownsMessage = false;
         } else if (size != 0) {
             element->value = newCopyOfBytes(bytes_ + value.begin, size);
             element->valueSize = size;
@@ -82,6 +88,7 @@ class decoder {
 
         position_ = value.end;
         if (inner != nullptr && isDecodable(*inner)) {
+            reserveForFirstElements(*inner);
             above_.push_back(here_);
             here_ = {inner, value.end - 1};
             position_ = value.begin + 4;
@@ -94,11 +101,13 @@ class decoder {
         return validated_ || !above_.empty() || bsonDocument::isMessageValid(inner.message, inner.messageSize, false);
     }
 
-    const unsigned char* bytes_;
+    unsigned char* bytes_;
     open_document here_;
     std::uint32_t position_ = 4;
     std::vector<open_document> above_;
     bool validated_;
+    batch<bsonElement> elements_;
+    batch<bsonDocument> documents_;
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "bson/batch.h"
 #include "bson/bsonDocument.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
@@ -150,6 +151,10 @@ bsonDocument::~bsonDocument() {
     clearElementList();
 }
 
+void* bsonDocument::operator new(std::size_t size) { return newAlone(size); }
+
+void bsonDocument::operator delete(void* document) noexcept { deletePlaced(document); }
+
 void bsonDocument::clearMessage() noexcept {
     if (ownsMessage && messageSize != 0) std::free(message);
     message = nullptr;
@@ -189,25 +194,15 @@ std::vector<bsonElement*> bsonDocument::getElementListWithValueType(std::uint8_t
     return findAll(*this, hasType(type));
 }
 
-void bsonDocument::addBooleanElement(const std::string& key, bool value) {
-    add(*this, key, value);
-}
+void bsonDocument::addBooleanElement(const std::string& key, bool value) { add(*this, key, value); }
 
-void bsonDocument::addInt32Element(const std::string& key, std::int32_t value) {
-    add(*this, key, value);
-}
+void bsonDocument::addInt32Element(const std::string& key, std::int32_t value) { add(*this, key, value); }
 
-void bsonDocument::addInt32Element(std::int32_t index, std::int32_t value) {
-    add(*this, std::to_string(index), value);
-}
+void bsonDocument::addInt32Element(std::int32_t index, std::int32_t value) { add(*this, std::to_string(index), value); }
 
-void bsonDocument::addDoubleElement(const std::string& key, double value) {
-    add(*this, key, value);
-}
+void bsonDocument::addDoubleElement(const std::string& key, double value) { add(*this, key, value); }
 
-void bsonDocument::addStringElement(const std::string& key, const std::string& value) {
-    add(*this, key, value);
-}
+void bsonDocument::addStringElement(const std::string& key, const std::string& value) { add(*this, key, value); }
 
 void bsonDocument::addStringElement(std::int32_t index, const std::string& value) {
     add(*this, std::to_string(index), value);

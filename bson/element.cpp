@@ -1,6 +1,7 @@
 #include <cstring>
 #include <memory>
 
+#include "bson/batch.h"
 #include "bson/bsonDocument.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
@@ -51,9 +52,7 @@ bsonElement::bsonElement(const std::string& name)
       binarySubtype(0),
       key(name) {}
 
-bsonElement::bsonElement(const std::string& name, bool newValue) : bsonElement(name) {
-    setBoolValue(newValue);
-}
+bsonElement::bsonElement(const std::string& name, bool newValue) : bsonElement(name) { setBoolValue(newValue); }
 
 bsonElement::bsonElement(const std::string& name, std::int32_t newValue) : bsonElement(name) {
     setInt32Value(newValue);
@@ -63,9 +62,7 @@ bsonElement::bsonElement(const std::string& name, std::int64_t newValue) : bsonE
     setInt64Value(newValue);
 }
 
-bsonElement::bsonElement(const std::string& name, double newValue) : bsonElement(name) {
-    setDoubleValue(newValue);
-}
+bsonElement::bsonElement(const std::string& name, double newValue) : bsonElement(name) { setDoubleValue(newValue); }
 
 bsonElement::bsonElement(const std::string& name, const std::string& newValue) : bsonElement(name) {
     setStringValue(newValue);
@@ -99,9 +96,11 @@ bsonElement::bsonElement(std::uint8_t rawType, const std::string& name, const un
     valueSize = size;
 }
 
-bsonElement::~bsonElement() {
-    clearValue();
-}
+bsonElement::~bsonElement() { clearValue(); }
+
+void* bsonElement::operator new(std::size_t size) { return newAlone(size); }
+
+void bsonElement::operator delete(void* element) noexcept { deletePlaced(element); }
 
 void bsonElement::clearValue() noexcept {
     if (ownsValue && valueSize != 0) std::free(value);
@@ -113,9 +112,7 @@ void bsonElement::clearValue() noexcept {
     ownsDocument = true;
 }
 
-void bsonElement::setNullValue() noexcept {
-    replaceValue(*this, type::null, nullptr, 0);
-}
+void bsonElement::setNullValue() noexcept { replaceValue(*this, type::null, nullptr, 0); }
 
 void bsonElement::setBoolValue(bool newValue) {
     unsigned char* const bytes = newBytes(1);
@@ -160,21 +157,13 @@ void bsonElement::setDocumentValue(bsonDocument* document, bool adopt, bool isAr
     ownsDocument = adopt;
 }
 
-std::uint8_t bsonElement::getValueType() const noexcept {
-    return valueType;
-}
+std::uint8_t bsonElement::getValueType() const noexcept { return valueType; }
 
-std::uint32_t bsonElement::getValueSize() const noexcept {
-    return valueSize;
-}
+std::uint32_t bsonElement::getValueSize() const noexcept { return valueSize; }
 
-unsigned char* bsonElement::getValue() const noexcept {
-    return value;
-}
+unsigned char* bsonElement::getValue() const noexcept { return value; }
 
-bsonDocument* bsonElement::getDocumentValue() const noexcept {
-    return documentValue;
-}
+bsonDocument* bsonElement::getDocumentValue() const noexcept { return documentValue; }
 
 unsigned char* bsonElement::getBinaryValue(std::uint32_t* size, bool* owned, std::uint8_t* subtype) const noexcept {
     *size = valueSize;
@@ -183,9 +172,7 @@ unsigned char* bsonElement::getBinaryValue(std::uint32_t* size, bool* owned, std
     return value;
 }
 
-bool bsonElement::getBoolValue() const noexcept {
-    return readableSize(*this) != 0 && value[0] != 0;
-}
+bool bsonElement::getBoolValue() const noexcept { return readableSize(*this) != 0 && value[0] != 0; }
 
 std::int32_t bsonElement::getInt32Value() const noexcept {
     const std::uint32_t size = readableSize(*this);

@@ -135,9 +135,7 @@ bool isDecodedWhole(const bsonDocument& document) {
     return size == document.messageSize;
 }
 
-encoded_document encode(const bsonDocument& document) {
-    return encode(document, false);
-}
+encoded_document encode(const bsonDocument& document) { return encode(document, false); }
 
 }  // namespace lutc_bson
 

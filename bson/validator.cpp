@@ -13,9 +13,7 @@ struct open_document {
     bool isArray;         // the keys must be the indices
 };
 
-bool isSpace(unsigned char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
+bool isSpace(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Whether the key reads as that decimal number: leading white space and a sign are allowed, reading stops at
 // the first character that is no digit, and a key without digits reads as 0.

@@ -36,9 +36,7 @@ constexpr std::uint8_t minKey = 0xFF;
 constexpr std::uint32_t emptyDocumentSize = 5;  // the length and the terminating zero
 constexpr std::uint32_t objectIdSize = 12;
 
-inline bool isDocumentType(std::uint8_t t) {
-    return t == type::document || t == type::array;
-}
+inline bool isDocumentType(std::uint8_t t) { return t == type::document || t == type::array; }
 
 inline std::uint32_t load32(const unsigned char* p) {
     return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |

@@ -94,9 +94,7 @@ document_ptr component_document(const gradeComponent& component, grade_use use) 
 
 }  // namespace
 
-bool is_sendable(const unsigned char* bytes, int size) {
-    return size == 0 || (size > 0 && bytes != nullptr);
-}
+bool is_sendable(const unsigned char* bytes, int size) { return size == 0 || (size > 0 && bytes != nullptr); }
 
 bool are_sendable(const gradeComponent* components, int count, grade_use use) {
     if (count > 0 && components == nullptr) return false;

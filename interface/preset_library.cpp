@@ -44,17 +44,11 @@ int read_choice(const char* command, Append append, char* presetName, int* prese
 
 }  // namespace
 
-int lutc_load_presets_from_media() noexcept {
-    return call("loadPresetsFromMedia", nothing_to_append);
-}
+int lutc_load_presets_from_media() noexcept { return call("loadPresetsFromMedia", nothing_to_append); }
 
-int lutc_save_presets_to_media() noexcept {
-    return call("savePresetsToMedia", nothing_to_append);
-}
+int lutc_save_presets_to_media() noexcept { return call("savePresetsToMedia", nothing_to_append); }
 
-int lutc_delete_all_presets() noexcept {
-    return call("deleteAllPresets", nothing_to_append);
-}
+int lutc_delete_all_presets() noexcept { return call("deleteAllPresets", nothing_to_append); }
 
 int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) noexcept {
     if (presets == nullptr || presetCount == nullptr || maxPresetsListSize == nullptr) return -1;

@@ -14,9 +14,7 @@ namespace lutc {
 inline void free_strings(const gradeCombo& combo) {
     for (char* const slot : combo.slots) std::free(slot);
 }
-inline void free_strings(const presetEntry& entry) {
-    free_strings(entry.gradeCombo);
-}
+inline void free_strings(const presetEntry& entry) { free_strings(entry.gradeCombo); }
 inline void free_strings(const gradeChannel&) {}
 
 // A zero-filled array of records from calloc, freed with the strings that it holds until it is released.

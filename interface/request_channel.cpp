@@ -155,9 +155,7 @@ bool read_reply(int descriptor, bsonDocument& document, std::uint32_t capacity) 
     }
 }
 
-std::string index_key(int index) {
-    return std::to_string(index);
-}
+std::string index_key(int index) { return std::to_string(index); }
 
 template <class... Arguments>
 void append_new(bsonDocument& document, Arguments&&... arguments) {
@@ -181,21 +179,13 @@ document_ptr new_command(const char* name) {
     return document;
 }
 
-void add_element(bsonDocument& document, const char* key, int value) {
-    append_new(document, key, value);
-}
+void add_element(bsonDocument& document, const char* key, int value) { append_new(document, key, value); }
 
-void add_element(bsonDocument& document, const char* key, bool value) {
-    append_new(document, key, value);
-}
+void add_element(bsonDocument& document, const char* key, bool value) { append_new(document, key, value); }
 
-void add_element(bsonDocument& document, const char* key, double value) {
-    append_new(document, key, value);
-}
+void add_element(bsonDocument& document, const char* key, double value) { append_new(document, key, value); }
 
-void add_element(bsonDocument& document, const char* key, const char* value) {
-    append_new(document, key, value);
-}
+void add_element(bsonDocument& document, const char* key, const char* value) { append_new(document, key, value); }
 
 void add_element(bsonDocument& document, const char* key, const unsigned char* bytes, int count) {
     append_new(document, key, bytes, static_cast<std::uint32_t>(count), false, std::uint8_t{0});
@@ -205,13 +195,9 @@ void add_element(bsonDocument& document, const char* key, document_ptr array) {
     adopt(document, key, std::move(array), true);
 }
 
-void add_element(bsonDocument& document, int index, int value) {
-    append_new(document, index_key(index), value);
-}
+void add_element(bsonDocument& document, int index, int value) { append_new(document, index_key(index), value); }
 
-void add_element(bsonDocument& document, int index, double value) {
-    append_new(document, index_key(index), value);
-}
+void add_element(bsonDocument& document, int index, double value) { append_new(document, index_key(index), value); }
 
 void add_element(bsonDocument& document, int index, document_ptr embedded) {
     adopt(document, index_key(index), std::move(embedded), false);

@@ -31,9 +31,7 @@ bool parseAddress(const char* host, const char* port, sockaddr_in& address) {
     return inet_pton(AF_INET, host, &address.sin_addr) == 1;
 }
 
-int newSocket() {
-    return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
-}
+int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
 
 // Waits until the connection is made or has failed; an errno value.
 int awaitConnection(int descriptor) {

@@ -1,0 +1,91 @@
+// Storage for the objects that decoding makes, many at a time, and that are destroyed one by one like all others.
+//
+// In front of every object stands the address of the block that it came from, null when it was allocated alone. A
+// block goes with the last of its objects. Objects of one block may be destroyed in different threads.
+#ifndef LUTC_BSON_BATCH_H
+#define LUTC_BSON_BATCH_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+#include "bson/buffer.h"
+
+namespace lutc_bson {
+
+struct block {
+    std::atomic<std::uint32_t> users;  // objects of it that live or may still be made
+};
+
+struct slot {
+    block* origin;
+};
+
+inline slot* slotOf(void* object) noexcept { return static_cast<slot*>(object) - 1; }
+
+inline void leaveBlock(block* from, std::uint32_t users) noexcept {
+    if (from->users.fetch_sub(users, std::memory_order_acq_rel) == users) std::free(from);
+}
+
+// The class's operator new and operator delete.
+inline void* newAlone(std::size_t size) {
+    auto* const at = reinterpret_cast<slot*>(newBytes(sizeof(slot) + size));
+    at->origin = nullptr;
+    return at + 1;
+}
+
+inline void deletePlaced(void* object) noexcept {
+    if (object == nullptr) return;
+    slot* const at = slotOf(object);
+    if (at->origin == nullptr) {
+        std::free(at);
+    } else {
+        leaveBlock(at->origin, 1);
+    }
+}
+
+// Makes objects in blocks, small ones first.
+template <class Object>
+class batch {
+  public:
+    batch() = default;
+    batch(const batch&) = delete;
+    batch& operator=(const batch&) = delete;
+    ~batch() {
+        if (left_ > 0) leaveBlock(block_, left_);
+    }
+
+    Object* make() {
+        if (left_ == 0) startBlock();
+        slot* const at = next_;
+        at->origin = block_;
+        next_ = reinterpret_cast<slot*>(reinterpret_cast<unsigned char*>(at) + stride);
+        --left_;
+        return ::new (static_cast<void*>(at + 1)) Object();
+    }
+
+  private:
+    static constexpr std::size_t stride = sizeof(slot) + sizeof(Object);
+    static constexpr std::uint32_t most = 64;
+    static_assert(alignof(Object) <= alignof(slot) && stride % alignof(slot) == 0);
+    static_assert(sizeof(block) <= sizeof(slot));
+
+    void startBlock() {
+        unsigned char* const bytes = newBytes(sizeof(slot) + size_ * stride);
+        block_ = ::new (bytes) block{{size_}};
+        next_ = reinterpret_cast<slot*>(bytes) + 1;
+        left_ = size_;
+        if (size_ < most) size_ *= 2;
+    }
+
+    block* block_ = nullptr;
+    slot* next_ = nullptr;
+    std::uint32_t left_ = 0;
+    std::uint32_t size_ = 8;
+};
+
+}  // namespace lutc_bson
+
+#endif
