@@ -1,0 +1,158 @@
+// Documents: the classes beside libbson, nlohmann::ordered_json and the bare copying of the same bytes.
+//
+// Benchmarks are named SAMPLE/OPERATION/WHO, those of growth nesting-DEPTH/... and elements-COUNT/...
+#include <benchmark/benchmark.h>
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/peers.h"
+#include "bench/rounds.h"
+#include "bench/samples.h"
+#include "bson/bsonDocument.h"
+
+namespace lutc_bench {
+namespace {
+
+// A sample in every form that a benchmark starts from.
+struct subject {
+    std::string name;
+    bytes encoded;
+    bsonDocument decoded;
+    std::vector<span> leaves;    // the value bytes of each element
+    std::vector<span> messages;  // of the document and of each embedded one
+
+    subject(std::string itsName, bytes itsBytes)
+        : name(std::move(itsName)),
+          encoded(std::move(itsBytes)),
+          decoded(encoded.data(), static_cast<std::uint32_t>(encoded.size()), false, true) {
+        std::vector<const bsonDocument*> waiting{&decoded};
+        while (!waiting.empty()) {
+            const bsonDocument* const document = waiting.back();
+            waiting.pop_back();
+            messages.push_back({document->message, document->messageSize});
+            for (const bsonElement* const element : document->elementList) {
+                if (element->documentValue != nullptr) waiting.push_back(element->documentValue);
+                if (element->valueSize != 0) leaves.push_back({element->value, element->valueSize});
+            }
+        }
+    }
+};
+
+// Registers what runs once an iteration and returns whether it worked.
+template <class Iteration>
+void add(const subject& sample, const char* what, Iteration iteration, double countedBytes = 0) {
+    const double size = countedBytes != 0 ? countedBytes : static_cast<double>(sample.encoded.size());
+    const std::string name = sample.name + "/" + what;
+    benchmark::RegisterBenchmark(name.c_str(), [iteration, size](benchmark::State& state) {
+        joinFreeMemory();
+        for (auto _ : state) {
+            if (!iteration()) {
+                state.SkipWithError("the operation failed");
+                break;
+            }
+        }
+        state.counters["bytes"] = size;
+    });
+}
+
+bool validate(const subject& sample) {
+    return bsonDocument::isMessageValid(sample.encoded.data(), static_cast<std::uint32_t>(sample.encoded.size()),
+                                        false);
+}
+
+bool decodeAndDestroy(const subject& sample) {
+    const bsonDocument document(sample.encoded.data(), static_cast<std::uint32_t>(sample.encoded.size()), false, true);
+    return !document.elementList.empty();
+}
+
+// The tree that is encoded again and again: a copy, so that the sample's messages stay what they are.
+std::shared_ptr<bsonDocument> treeOf(const subject& sample) {
+    return std::shared_ptr<bsonDocument>(sample.decoded.getCopy());
+}
+
+bool encode(bsonDocument& tree, std::size_t expectedSize) {
+    tree.convertElementListToMessage();
+    return tree.messageSize == expectedSize;
+}
+
+void addOwn(const subject& sample) {
+    add(sample, "validate/lutc", [&sample] { return validate(sample); });
+    add(sample, "decode/lutc", [&sample] { return decodeAndDestroy(sample); });
+}
+
+void addEncode(const subject& sample) {
+    double written = 0;
+    for (const span message : sample.messages) written += static_cast<double>(message.size);
+    add(
+        sample, "encode/lutc", [tree = treeOf(sample), size = sample.encoded.size()] { return encode(*tree, size); },
+        written);
+}
+
+void addFloor(const subject& sample) {
+    auto target = std::make_shared<bytes>(sample.encoded.size());
+    add(sample, "copy/memcpy", [&sample, target] { return copyInto(target->data(), sample.encoded), true; });
+    add(sample, "copy/block", [&sample] {
+        return allocateCopyFree({sample.encoded.data(), sample.encoded.size()}), true;
+    });
+    add(sample, "copy/leaves", [&sample] { return allocateCopyFreeTogether(sample.leaves), true; });
+    add(sample, "copy/messages-in-turn", [&sample] { return allocateCopyFreeInTurn(sample.messages), true; });
+    add(sample, "copy/messages-together", [&sample] { return allocateCopyFreeTogether(sample.messages), true; });
+}
+
+void addPeers(const subject& sample) {
+    add(sample, "validate/libbson", [&sample] { return libbson_tree::validate(sample.encoded); });
+    add(sample, "decode/libbson", [&sample] {
+        libbson_tree tree;
+        return libbson_tree::validate(sample.encoded) && tree.fill(sample.encoded);
+    });
+    auto tree = std::make_shared<libbson_tree>();
+    tree->fill(sample.encoded);
+    add(sample, "encode/libbson", [tree, size = sample.encoded.size()] { return tree->encode() == size; });
+
+    add(sample, "decode/nlohmann", [&sample] { return nlohmann_tree::decodeAndDestroy(sample.encoded); });
+    add(sample, "encode/nlohmann",
+        [json = std::make_shared<nlohmann_tree>(sample.encoded), size = sample.encoded.size()] {
+            return json->encode() == size;
+        });
+}
+
+void addGrowth(const subject& sample) {
+    addOwn(sample);
+    add(sample, "measure/lutc",
+        [&sample] { return sample.decoded.calculateMessageSizeFromKeyValueList() == sample.encoded.size(); });
+    add(sample, "copy/leaves", [&sample] { return allocateCopyFreeTogether(sample.leaves), true; });
+}
+
+}  // namespace
+}  // namespace lutc_bench
+
+int main(int argc, char** argv) {
+    using namespace lutc_bench;
+    std::deque<subject> samples;
+    const auto sample = [&samples](std::string name, bytes encoded) -> const subject& {
+        return samples.emplace_back(std::move(name), std::move(encoded));
+    };
+    for (const subject* const each :
+         {&sample("small", smallCommand()), &sample("list", presetList()), &sample("preset", preset())}) {
+        addOwn(*each);
+        addEncode(*each);
+        addFloor(*each);
+        addPeers(*each);
+    }
+    constexpr std::size_t nested = 100000;
+    for (std::size_t depth = 1; depth <= nested; depth *= 10) {
+        const subject& chains = sample("nesting-" + std::to_string(depth), nestedDocuments(depth, nested));
+        addGrowth(chains);
+        // Every embedded document gets its own message, so what is written grows with the depth, as promised.
+        if (depth <= 100) addEncode(chains);
+    }
+    for (std::size_t count = 10; count <= 1000000; count *= 10) {
+        const subject& row = sample("elements-" + std::to_string(count), elementsInARow(count));
+        addGrowth(row);
+        addEncode(row);
+    }
+    return runInRounds(argc, argv);
+}

@@ -1,0 +1,152 @@
+#include <bson/bson.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "bench/peers.h"
+
+namespace lutc_bench {
+
+struct libbson_tree::node {
+    std::string key;
+    bson_type_t type = BSON_TYPE_EOD;
+    bson_subtype_t subtype = BSON_SUBTYPE_BINARY;
+    unsigned char* value = nullptr;
+    std::uint32_t size = 0;
+    std::vector<std::unique_ptr<node>> children;
+
+    node() = default;
+    ~node() { std::free(value); }
+    node(const node&) = delete;
+    node& operator=(const node&) = delete;
+
+    void setValue(const void* start, std::size_t count) {
+        value = static_cast<unsigned char*>(std::malloc(count));
+        if (value == nullptr) throw std::bad_alloc();
+        std::memcpy(value, start, count);
+        size = static_cast<std::uint32_t>(count);
+    }
+
+    template <class T>
+    void setPlain(T plain) {
+        setValue(&plain, sizeof plain);
+    }
+
+    template <class T>
+    T plain() const {
+        T result;
+        std::memcpy(&result, value, sizeof result);
+        return result;
+    }
+};
+
+namespace {
+
+using node = libbson_tree::node;
+using node_list = std::vector<std::unique_ptr<node>>;
+
+bool fillList(bson_iter_t* iterator, node_list& list);
+
+bool fillNode(bson_iter_t* iterator, node& target) {
+    target.key.assign(bson_iter_key(iterator), bson_iter_key_len(iterator));
+    target.type = bson_iter_type(iterator);
+    std::uint32_t size = 0;
+    switch (target.type) {
+        case BSON_TYPE_DOCUMENT:
+        case BSON_TYPE_ARRAY: {
+            bson_iter_t inner;
+            return bson_iter_recurse(iterator, &inner) && fillList(&inner, target.children);
+        }
+        case BSON_TYPE_UTF8: {
+            const char* const text = bson_iter_utf8(iterator, &size);
+            target.setValue(text, size + 1);
+            return true;
+        }
+        case BSON_TYPE_BINARY: {
+            const std::uint8_t* data = nullptr;
+            bson_iter_binary(iterator, &target.subtype, &size, &data);
+            target.setValue(data, size);
+            return true;
+        }
+        case BSON_TYPE_INT32:
+            target.setPlain(bson_iter_int32(iterator));
+            return true;
+        case BSON_TYPE_DOUBLE:
+            target.setPlain(bson_iter_double(iterator));
+            return true;
+        default:
+            return false;  // no sample holds any other
+    }
+}
+
+bool fillList(bson_iter_t* iterator, node_list& list) {
+    while (bson_iter_next(iterator)) {
+        list.push_back(std::make_unique<node>());
+        if (!fillNode(iterator, *list.back())) return false;
+    }
+    return true;
+}
+
+bool appendList(bson_t* out, const node_list& list);
+
+bool appendNode(bson_t* out, const node& source) {
+    const char* const key = source.key.c_str();
+    const int length = static_cast<int>(source.key.size());
+    bson_t inner;
+    switch (source.type) {
+        case BSON_TYPE_DOCUMENT:
+            return bson_append_document_begin(out, key, length, &inner) && appendList(&inner, source.children) &&
+                   bson_append_document_end(out, &inner);
+        case BSON_TYPE_ARRAY:
+            return bson_append_array_begin(out, key, length, &inner) && appendList(&inner, source.children) &&
+                   bson_append_array_end(out, &inner);
+        case BSON_TYPE_UTF8:
+            return bson_append_utf8(out, key, length, reinterpret_cast<const char*>(source.value),
+                                    static_cast<int>(source.size - 1));
+        case BSON_TYPE_BINARY:
+            return bson_append_binary(out, key, length, source.subtype, source.value, source.size);
+        case BSON_TYPE_INT32:
+            return bson_append_int32(out, key, length, source.plain<std::int32_t>());
+        case BSON_TYPE_DOUBLE:
+            return bson_append_double(out, key, length, source.plain<double>());
+        default:
+            return false;
+    }
+}
+
+bool appendList(bson_t* out, const node_list& list) {
+    for (const auto& source : list) {
+        if (!appendNode(out, *source)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+libbson_tree::libbson_tree() = default;
+libbson_tree::~libbson_tree() = default;
+
+bool libbson_tree::validate(const bytes& source) {
+    bson_t document;
+    return bson_init_static(&document, source.data(), source.size()) &&
+           bson_validate(&document, BSON_VALIDATE_NONE, nullptr);
+}
+
+bool libbson_tree::fill(const bytes& source) {
+    bson_t document;
+    bson_iter_t iterator;
+    return bson_init_static(&document, source.data(), source.size()) && bson_iter_init(&iterator, &document) &&
+           fillList(&iterator, children_);
+}
+
+std::size_t libbson_tree::encode() const {
+    bson_t out;
+    bson_init(&out);
+    const std::size_t size = appendList(&out, children_) ? out.len : 0;
+    bson_destroy(&out);
+    return size;
+}
+
+}  // namespace lutc_bench
