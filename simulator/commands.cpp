@@ -19,9 +19,7 @@ preset_selector read_selector(const fields& command) {
     return {command.optional_string("presetName"), command.optional_int32("presetIndex")};
 }
 
-std::optional<std::int32_t> read_channel(const fields& command) {
-    return command.optional_int32("channelIndex");
-}
+std::optional<std::int32_t> read_channel(const fields& command) { return command.optional_int32("channelIndex"); }
 
 void add_strings(bsonDocument& to, const std::string& key, const std::vector<std::string>& strings) {
     auto list = std::make_unique<bsonDocument>();
@@ -40,17 +38,11 @@ void write_preset_place(bsonDocument& to, const device_state& device, std::int32
 
 // ---- The preset library ----
 
-void load_presets_from_media(device_state& device, const fields&, bsonDocument&) {
-    device.load_presets();
-}
+void load_presets_from_media(device_state& device, const fields&, bsonDocument&) { device.load_presets(); }
 
-void save_presets_to_media(device_state& device, const fields&, bsonDocument&) {
-    device.save_presets();
-}
+void save_presets_to_media(device_state& device, const fields&, bsonDocument&) { device.save_presets(); }
 
-void delete_all_presets(device_state& device, const fields&, bsonDocument&) {
-    device.delete_all_presets();
-}
+void delete_all_presets(device_state& device, const fields&, bsonDocument&) { device.delete_all_presets(); }
 
 void get_presets_list(device_state& device, const fields&, bsonDocument& results) {
     auto list = std::make_unique<bsonDocument>();

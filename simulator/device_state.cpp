@@ -31,7 +31,7 @@ struct option_model {
 
 const std::map<std::string, option_model>& option_models() {
     static const std::map<std::string, option_model> models{
-        {"friendlyName", {"Simulated device", false, {}}},
+        {"deviceName", {"Simulated device", false, {}}},
         {"note", {"", false, {}}},
         {"videoFormat", {"1080p25", false, {"720p50", "1080p25", "1080p50", "2160p25", "2160p50"}}},
         {"rangeMode", {"full", false, {"full", "legal"}}},
@@ -146,9 +146,7 @@ void check_preset(const preset& one) {
 
 }  // namespace
 
-bool operator==(const endpoint& a, const endpoint& b) {
-    return a.type == b.type && a.index == b.index;
-}
+bool operator==(const endpoint& a, const endpoint& b) { return a.type == b.type && a.index == b.index; }
 
 std::int32_t slots_of(const std::string& type) {
     if (type == "tpg") return 1;
@@ -187,9 +185,7 @@ const std::string& device_state::serial() {
     return number;
 }
 
-std::string device_state::friendly_name() const {
-    return option("friendlyName");
-}
+std::string device_state::friendly_name() const { return option("deviceName"); }
 
 const std::vector<std::vector<std::string>>& device_state::grade_combinations() {
     static const std::vector<std::vector<std::string>> combinations{
@@ -201,9 +197,7 @@ const std::vector<std::vector<std::string>>& device_state::grade_combinations() 
     return combinations;
 }
 
-std::int32_t device_state::channel_count() {
-    return static_cast<std::int32_t>(channel_models().size());
-}
+std::int32_t device_state::channel_count() { return static_cast<std::int32_t>(channel_models().size()); }
 
 std::string device_state::channel_name(std::int32_t channel) {
     return channel_models().at(static_cast<std::size_t>(channel - 1)).name;
@@ -389,9 +383,7 @@ void device_state::grade(std::optional<std::int32_t> channel, bool reset, std::o
     for (std::size_t i = 0; i < targets.size(); ++i) channels_[targets[i]].live = std::move(next[i]);
 }
 
-const live_grade& device_state::live(std::int32_t channel) const {
-    return channels_[channel_to_read(channel)].live;
-}
+const live_grade& device_state::live(std::int32_t channel) const { return channels_[channel_to_read(channel)].live; }
 
 void device_state::set_transform_state(std::optional<std::int32_t> channel, std::int32_t value) {
     for (const std::size_t target : channels_to_set("\"channelIndex\"", channel))

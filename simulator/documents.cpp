@@ -80,9 +80,7 @@ grade_component read_component(const fields& from, bool with_patterns) {
 
 fields::fields(const bsonDocument& document, std::string where) : document_(document), where_(std::move(where)) {}
 
-std::string fields::name(const std::string& key) const {
-    return "\"" + where_ + key + "\"";
-}
+std::string fields::name(const std::string& key) const { return "\"" + where_ + key + "\""; }
 
 const bsonElement* fields::find(const std::string& key, std::uint8_t kind, const char* kind_name,
                                 std::int32_t occurrence) const {
@@ -104,9 +102,7 @@ std::optional<std::int32_t> fields::optional_int32(const std::string& key) const
     return element ? std::optional<std::int32_t>(element->getInt32Value()) : std::nullopt;
 }
 
-std::int32_t fields::int32(const std::string& key) const {
-    return need(key, int32_kind, "an int32").getInt32Value();
-}
+std::int32_t fields::int32(const std::string& key) const { return need(key, int32_kind, "an int32").getInt32Value(); }
 
 std::optional<std::string> fields::optional_string(const std::string& key) const {
     const bsonElement* element = find(key, string_kind, "a string");
@@ -122,13 +118,9 @@ std::optional<bool> fields::optional_boolean(const std::string& key) const {
     return element ? std::optional<bool>(element->getBoolValue()) : std::nullopt;
 }
 
-bool fields::boolean(const std::string& key) const {
-    return need(key, boolean_kind, "a boolean").getBoolValue();
-}
+bool fields::boolean(const std::string& key) const { return need(key, boolean_kind, "a boolean").getBoolValue(); }
 
-double fields::number(const std::string& key) const {
-    return need(key, double_kind, "a double").getDoubleValue();
-}
+double fields::number(const std::string& key) const { return need(key, double_kind, "a double").getDoubleValue(); }
 
 std::vector<unsigned char> fields::binary(const std::string& key) const {
     const bsonElement& element = need(key, binary_kind, "binary");

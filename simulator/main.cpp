@@ -10,13 +10,26 @@ namespace {
 constexpr int exit_stopped = 0, exit_failed = 1, exit_usage = 2;
 
 const char* const footer = R"(
-Faults, for testing programs against a service that misbehaves:
-  --fault sendPreset=refuse        every sendPreset is refused
-  --fault sendPreset:2=silence     the second sendPreset gets no reply
-  --fault '*=delay,500'            every reply comes 500 ms late
-  KIND is refuse, silence, close, reset, truncate, trickle, delay, garbage, length, event-first or event-glued.
+Faults:
+  COMMAND      a command's name, or * for any
+  N            the N-th call of that command, from 1; without it every call
+  MS           a pause in milliseconds
+  refuse       a reply with a code other than 0; the command isn't performed
+  silence      no reply; the connection is closed after MS [60000]
+  close        no reply; the connection is closed, after MS [0]
+  reset        no reply; the connection is reset, after MS [0]
+  truncate     half of the reply, after MS [0]
+  trickle      the reply in up to 100 pieces, MS [2] apart
+  delay        the reply after MS [1000]
+  garbage      random bytes instead of the reply, after MS [0]
+  length       a reply that says it is one byte longer than it is, after MS [0]
+  event-first  a message of another type, and the reply MS [60] after it
+  event-glued  a message of another type and the reply in one piece, after MS [0]
 
-Exit codes: 0 stopped by SIGINT or SIGTERM, 1 can't listen or can't go on, 2 wrong usage.)";
+Exit codes:
+  0  stopped by SIGINT or SIGTERM
+  1  it can't listen, or can't go on
+  2  wrong usage)";
 
 struct settings {
     simulator::server_options server;
@@ -43,7 +56,7 @@ void describe(CLI::App& app, settings& to) {
     app.add_option("--fault", to.faults, "COMMAND[:N]=KIND[,MS]: what goes wrong, see below; may be repeated")
         ->always_capture_default(false)
         ->allow_extra_args(false);
-    app.add_option("--random-faults", to.random_faults, "Percent of the calls that go wrong at random")
+    app.add_option("--random-faults", to.random_faults, "Percent of the calls that go wrong in a random way")
         ->check(CLI::Range(0u, 100u));
     app.add_option("--seed", to.seed, "Seed of the random faults");
     app.add_flag("--quiet", to.server.quiet, "Don't log commands and replies");
@@ -53,7 +66,7 @@ void describe(CLI::App& app, settings& to) {
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
-    CLI::App app("A simulated colour service, to develop and test clients without the device.");
+    CLI::App app("A simulated colour service, to develop and test clients without the device.", "lutc-simulator");
     settings given;
     describe(app, given);
     try {

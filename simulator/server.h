@@ -15,7 +15,7 @@ namespace simulator {
 struct server_options {
     std::string address = "127.0.0.1";
     std::uint16_t port = 54440;  // 0: any free one
-    std::size_t max_command_size = 32u << 20;
+    std::size_t max_command_size = 64u << 20;
     std::chrono::milliseconds idle_timeout{30000};  // how long a client may send nothing
     bool quiet = false;                             // no log of commands and replies
 };

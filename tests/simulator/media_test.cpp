@@ -1,0 +1,126 @@
+#include "simulator/media.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tests/simulator/exchange.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Media : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string name = (fs::temp_directory_path() / "lutc-media-XXXXXX").string();
+        ASSERT_NE(nullptr, mkdtemp(name.data()));
+        folder = name;
+        device = simulator::device_state(folder / "library");
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    std::string call(const std::string& name, const std::string& fields = "{}") {
+        return exchange(device, name, fields);
+    }
+    void upload(const std::string& name) {
+        ASSERT_EQ("{}", call("sendPreset", "{'presetName':'" + name +
+                                               "','gradeCombo':[{'typeIndex':2,'type':'3dlut',"
+                                               "'dataFormat':'f','data':'hex:0001FF'}]}"));
+    }
+    fs::path file() const { return folder / "library" / simulator::media_file_name; }
+    std::string content() const {
+        std::ifstream stream(file(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    void write(const std::string& bytes) const { std::ofstream(file(), std::ios::binary) << bytes; }
+    std::ptrdiff_t filesInFolder() const { return std::distance(fs::directory_iterator(folder / "library"), {}); }
+
+    fs::path folder;
+    simulator::device_state device;
+};
+
+TEST_F(Media, GivesTheWholeLibraryBack) {
+    upload("A");
+    upload("B");
+    const std::string list = call("getPresetsList"), preset = call("getPreset", "{'presetIndex':2}");
+    ASSERT_EQ("{}", call("savePresetsToMedia"));
+    EXPECT_EQ(1, filesInFolder());
+    call("setSelectedPreset", "{'presetIndex':1}");
+    call("deletePreset", "{'presetIndex':1}");
+    upload("C");
+    ASSERT_EQ("{}", call("loadPresetsFromMedia"));
+    EXPECT_EQ(list, call("getPresetsList"));
+    EXPECT_EQ(preset, call("getPreset", "{'presetIndex':2}"));
+    EXPECT_EQ("4: no preset is selected on channel 1", call("getSelectedPreset"));
+}
+
+TEST_F(Media, AnEmptyLibraryIsALibrary) {
+    ASSERT_EQ("{}", call("savePresetsToMedia"));
+    upload("A");
+    ASSERT_EQ("{}", call("loadPresetsFromMedia"));
+    EXPECT_EQ(0u, device.preset_count());
+}
+
+TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
+    EXPECT_EQ("6: can't open lutc-presets.bson: No such file or directory", call("loadPresetsFromMedia"));
+    upload("A");
+    upload("B");
+    call("savePresetsToMedia");
+    const std::string good = content();
+    for (std::size_t size = 0; size < good.size(); ++size) {
+        write(good.substr(0, size));
+        ASSERT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2)) << "cut after " << size;
+    }
+    const auto doctored = [&](const std::string& from, const std::string& to) {
+        std::string changed = good;
+        changed.replace(changed.rfind(from), from.size(), to);
+        write(changed);
+        return call("loadPresetsFromMedia");
+    };
+    const std::string broken = "6: lutc-presets.bson is broken: ";
+    write(good + '\0');
+    EXPECT_EQ(broken + "something follows the last preset", call("loadPresetsFromMedia"));
+    EXPECT_EQ(broken + "two presets are named \"A\"", doctored(std::string("B\0", 2), std::string("A\0", 2)));
+    EXPECT_EQ(broken + "\"gradeCombo[0].type\" is \"4dlut\": no such component type", doctored("3dlut", "4dlut"));
+    EXPECT_EQ(broken + "\"gradeComboIndex\" is missing", doctored("gradeComboIndex", "gradeComboindex"));
+    EXPECT_EQ(broken + "it isn't a preset library of version 1", doctored("lutc presets", "lutc-presets"));
+    fs::remove(file());
+    fs::create_directory(file());
+    EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
+    EXPECT_EQ(2u, device.preset_count());
+}
+
+TEST_F(Media, AFailedSaveLeavesTheOldFile) {
+    upload("A");
+    call("savePresetsToMedia");
+    const std::string old = content();
+    for (int i = 0; i < 50; ++i) upload("preset " + std::to_string(i));
+
+    // The file may not grow beyond the old one, as on media that is full.
+    rlimit usual{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &usual));
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{old.size() + 100, usual.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
+    const std::string reply = call("savePresetsToMedia");
+    setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, handler);
+
+    EXPECT_EQ("6: can't write the presets: File too large", reply);
+    EXPECT_EQ(old, content());
+    EXPECT_EQ(1, filesInFolder());
+
+    device = simulator::device_state(file());  // a file where the folder should be
+    EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
+    EXPECT_EQ(old, content());
+    device = simulator::device_state();
+    EXPECT_EQ("6: there is no media", call("savePresetsToMedia"));
+}
+
+}  // namespace
