@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/arguments.h"
+#include "cli/colour_files.h"
 #include "cli/commands.h"
 #include "cli/files.h"
 #include "cli/grade_file.h"
@@ -91,22 +92,15 @@ void add_cdl(CLI::App& group, const std::shared_ptr<Options>& options, Context& 
     add_cdl_values(*command, options->values);
     add_slot(*command, *options);
     add_target(*command, *options);
-#ifdef LUTC_HAVE_COLOUR_COMMANDS
     CLI::Option* file = command->add_option("--file", options->file, "Take the values from a .cc, .ccc or .cdl file");
-    command->add_option("--id", options->id, "Which of the file's corrections")->needs(file);
+    command->add_option("--id", options->id, "Which of the file's corrections; #N for the Nth")->needs(file);
     for (const char* name : {"--slope", "--offset", "--power", "--saturation"})
         file->excludes(command->get_option(name));
-#endif
-    command->callback([options, &context] {
-#ifdef LUTC_HAVE_COLOUR_COMMANDS
-        if (!options->file.empty()) options->values = read_cdl_file(options->file, options->id);
-#endif
+    command->callback([options, file, &context] {
+        if (file->count() > 0) options->values = read_cdl_file(options->file, options->id);
         require_success("grade cdl", lutc_send_cdl(options->channel, options->slot, options->reset, &options->values));
-        if (options->file.empty()) {
-            print_done(context);
-        } else {
-            print_result(context, shown(options->values));
-        }
+        if (file->count() == 0) return print_done(context);
+        print_result(context, shown(options->values));
     });
 }
 

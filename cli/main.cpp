@@ -1,6 +1,9 @@
 // lutc: every function of the library from the shell.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
+#include <string>
+#include <vector>
 
 #include "cli/commands.h"
 #include "cli/output.h"
@@ -17,6 +20,17 @@ const char* const EXIT_CODES =
     "  130  a backup or restore was interrupted (SIGINT or SIGTERM)\n"
     "Every failure is one line on standard error, also with --json.";
 
+// CLI11 takes "-.5" for an option; "-0.5" it takes for a number.
+std::vector<std::string> with_leading_zeros(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (std::find(arguments.begin(), arguments.end(), "grade") == arguments.end()) return arguments;
+    for (std::string& argument : arguments) {
+        const bool bare = argument.size() > 2 && argument.compare(0, 2, "-.") == 0;
+        if (bare && argument[2] >= '0' && argument[2] <= '9') argument.insert(1, "0");
+    }
+    return arguments;
+}
+
 int run(int argc, char** argv) {
     lutc_cli::Context context;
     CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
@@ -32,11 +46,11 @@ int run(int argc, char** argv) {
     lutc_cli::add_video_commands(app, context);
     lutc_cli::add_option_commands(app, context);
     lutc_cli::add_dump_command(app, context);
-#ifdef LUTC_HAVE_COLOUR_COMMANDS
     lutc_cli::add_colour_commands(app, context);
-#endif
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments = with_leading_zeros(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 wants
+        app.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             app.exit(error);
