@@ -1,0 +1,216 @@
+// Any bytes through validate, decode, measure, encode, copy, look up, dump and delete.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "bson/bsonDocument.h"
+#include "tests/fuzz/target.h"
+#include "tests/support/check.h"
+
+namespace {
+
+using bytes = std::vector<unsigned char>;
+using document_ptr = std::unique_ptr<bsonDocument>;
+
+// The rules of a valid document, written down plainly and recursively. On the way it makes what encoding must give
+// back: null in place of undefined, min key and max key, and binary subtypes of 0.
+class reference {
+  public:
+    static constexpr int deepest = 200;
+
+    bytes normal;                  // the bytes as they come back, if the document is valid and whole
+    bool unknownAtTop = false;     // a type byte outside the table, in the document itself
+    bool unknownAnywhere = false;  // or in an embedded one
+    bool tooDeep = false;          // gave up
+
+    reference(const unsigned char* data, std::size_t size) : normal(data, data + size) {}
+
+    bool isValid(std::size_t start, std::uint64_t size, bool isArray, int depth = 0, bool inScope = false) {
+        if (size < 5 || size > normal.size() - start || number(start) != size) return false;
+        const std::size_t last = start + static_cast<std::size_t>(size) - 1;
+        if (normal[last] != 0) return false;
+        if (depth > deepest) tooDeep = true;
+        if (tooDeep) return true;
+        std::size_t at = start + 4;
+        for (long index = 0; at < last; ++index) {
+            const std::size_t typeAt = at++;
+            const std::size_t key = at;
+            while (at < last && normal[at] != 0) ++at;
+            if (at == last) return false;
+            const std::size_t body = at + 1;
+            if (isArray && std::strtol(reinterpret_cast<const char*>(&normal[key]), nullptr, 10) != index) return false;
+            const std::optional<std::uint64_t> end = endOfBody(typeAt, body, last, depth, inScope);
+            if (!end || *end > last) return false;
+            at = static_cast<std::size_t>(*end);
+        }
+        return true;
+    }
+
+  private:
+    std::uint64_t number(std::size_t at) const {
+        std::uint64_t value = 0;
+        for (int i = 3; i >= 0; --i) value = value << 8 | normal[at + static_cast<std::size_t>(i)];
+        return value;
+    }
+
+    std::optional<std::uint64_t> endOfBody(std::size_t typeAt, std::size_t v, std::size_t last, int depth,
+                                           bool inScope) {
+        const unsigned char type = normal[typeAt];
+        const std::uint64_t limit = last + 1;
+        switch (type) {
+            case 0x01:
+            case 0x09:
+            case 0x11:
+            case 0x12:
+                return v + 8;
+            case 0x10:
+                return v + 4;
+            case 0x07:
+                return v + 12;
+            case 0x08:
+                return normal[v] <= 1 ? std::optional<std::uint64_t>(v + 1) : std::nullopt;
+            case 0x02:
+            case 0x0D:
+            case 0x0E:
+            case 0x0C: {
+                if (v + 5 >= limit) return {};
+                const std::uint64_t end = v + 4 + number(v);
+                const std::uint64_t tail = type == 0x0C ? 12 : 0;
+                if (end + tail >= limit || normal[static_cast<std::size_t>(end) - 1] != 0) return {};
+                return end + tail;
+            }
+            case 0x05:
+                if (v + 5 >= limit || v + 5 + number(v) >= limit) return {};
+                if (!inScope) normal[v + 4] = 0;
+                return v + 5 + number(v);
+            case 0x03:
+            case 0x04:
+                if (v + 5 >= limit || v + number(v) > last) return {};
+                return isValid(v, number(v), type == 0x04, depth + 1, inScope)
+                           ? std::optional<std::uint64_t>(v + number(v))
+                           : std::nullopt;
+            case 0x0F: {
+                if (v + 9 >= limit) return {};
+                const std::uint64_t whole = number(v), code = number(v + 4);
+                if (v + 8 + code >= limit || v + whole > last || whole < 8 + code) return {};
+                return isValid(v + 8 + static_cast<std::size_t>(code), whole - 8 - code, false, depth + 1, true)
+                           ? std::optional<std::uint64_t>(v + whole)
+                           : std::nullopt;
+            }
+            case 0x0B:
+                for (int strings = 0; strings < 2; ++v) {
+                    if (v >= last) return {};
+                    if (normal[v] == 0) ++strings;
+                }
+                return v;
+            case 0x06:
+            case 0x7F:
+            case 0xFF:
+                if (!inScope) normal[typeAt] = 0x0A;
+                return v;
+            case 0x0A:
+                return v;
+            default:
+                if (!inScope) {
+                    unknownAnywhere = true;
+                    if (depth == 0) unknownAtTop = true;
+                }
+                return v;
+        }
+    }
+};
+
+bytes encodingOf(bsonDocument& document) {
+    const std::uint32_t measured = document.calculateMessageSizeFromKeyValueList();
+    document.convertElementListToMessage();
+    CHECK(document.messageSize == measured && document.ownsMessage);
+    return {document.message, document.message + document.messageSize};
+}
+
+// Every element is found by its key and its kind, and only under its own kind; all can be deleted.
+void lookUpAndDelete(bsonDocument& document) {
+    for (const bsonElement* const element : document.elementList) {
+        const bsonElement* const first = document.getElementWithKey(element->key, 0);
+        CHECK(first != nullptr && first->key == element->key);
+        CHECK(!document.getElementListWithValueType(element->valueType).empty());
+        std::string text;
+        std::int32_t number;
+        bsonDocument* inner = nullptr;
+        CHECK(document.getStringWithKey(element->key, text) == (first->valueType == 0x02 ? 1 : -1));
+        CHECK(document.getInt32WithKey(element->key, &number) == (first->valueType == 0x10 ? 1 : -1));
+        CHECK(document.getDocumentWithKey(element->key, &inner) == (first->valueType == 0x03 ? 1 : -1));
+        CHECK((inner != nullptr) == (first->valueType == 0x03));
+    }
+    while (!document.elementList.empty()) {
+        const std::size_t before = document.elementList.size();
+        CHECK(document.deleteElementWithKey(std::string(document.elementList.back()->key), 0) == 1);
+        CHECK(document.elementList.size() == before - 1);
+    }
+}
+
+// Whatever the bytes are: decoding that takes them on trust reads nothing beyond them, and gives a whole tree.
+void decodeOnTrust(const std::uint8_t* data, std::uint32_t size, bool valid, std::int32_t validatedResult,
+                   const bytes& encoding) {
+    bsonDocument trusting(data, size, false, false);
+    const std::int32_t result = trusting.convertMessageToElementList(false);
+    CHECK(result == 0 || result == 1);
+    const bytes again = encodingOf(trusting);
+    if (valid) CHECK(result == validatedResult && again == encoding);
+}
+
+// A copy holds everything but the message of the original's embedded documents, and not even that once it is encoded.
+void checkCopies(const std::uint8_t* data, std::uint32_t size, const bytes& encoding) {
+    auto original = std::make_unique<bsonDocument>(data, size, true, true);
+    const document_ptr copy(original->getCopy());
+    CHECK(copy->messageSize == size && std::memcmp(copy->message, data, size) == 0);
+    CHECK(encodingOf(*copy) == encoding);
+    original.reset();
+    const document_ptr second(copy->getCopy());
+    CHECK(encodingOf(*second) == encoding && encodingOf(*copy) == encoding);
+}
+
+const bool outputIsClosed = [] {
+    const int nowhere = open("/dev/null", O_WRONLY);
+    return dup2(nowhere, STDOUT_FILENO) >= 0 && close(nowhere) == 0;
+}();
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t length) {
+    const auto size = static_cast<std::uint32_t>(length);
+    reference expected(data, length);
+    reference expectedArray(data, length);
+    const bool valid = bsonDocument::isMessageValid(data, size, false);
+    const bool same = expected.isValid(0, length, false) == valid;
+    CHECK(same || expected.tooDeep);
+    CHECK(expectedArray.isValid(0, length, true) == bsonDocument::isMessageValid(data, size, true) ||
+          expectedArray.tooDeep);
+
+    bsonDocument document(data, size, false, false);
+    const std::int32_t result = document.convertMessageToElementList(true);
+    if (!valid) {
+        CHECK(result == 0 && document.elementList.empty());
+        decodeOnTrust(data, size, false, 0, {});
+        return 0;
+    }
+    if (!expected.tooDeep) CHECK(result == (expected.unknownAtTop ? 0 : 1));
+    CHECK(document.message == data && !document.ownsMessage);
+    const bytes encoding = encodingOf(document);
+    if (!expected.tooDeep && !expected.unknownAnywhere) CHECK(encoding == expected.normal);
+    if (!expected.unknownAnywhere && !expected.tooDeep) CHECK(document.convertMessageToElementList(true) == 1);
+    // Cut off at an unknown type byte, it may end with a string of length 0, and is then not valid.
+    if (document.convertMessageToElementList(true) != 1) return 0;
+    CHECK(encodingOf(document) == encoding);
+
+    decodeOnTrust(data, size, true, result, encoding);
+    checkCopies(data, size, encoding);
+    if (document.elementList.size() > 64 || size > 4096) return 0;
+    CHECK(outputIsClosed);
+    document.debugPrint(0);
+    lookUpAndDelete(document);
+    return 0;
+}

@@ -1,0 +1,417 @@
+// No memory: every exported function and every method of the document classes that allocates. Counts the allocations of a
+// clean run, then has the k-th fail for every k, that one alone and all from it on. Each failure must be reported, with the
+// caller's outputs as they were, not one block or descriptor more than before, and the next run must succeed.
+//
+// malloc and its family are replaced here, for operator new and strdup alike.
+#include <fcntl.h>
+#include <malloc.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "bson/bsonDocument.h"
+#include "interface/lutc.h"
+#include "tests/support/prepared_service.h"
+
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void __libc_free(void*);
+}
+
+namespace {
+
+// Plain numbers: they are used before anything is constructed. This program has one thread.
+bool counting = false;
+long allocations = 0;         // in this run
+long firstToFail = LONG_MAX;  // from 1
+bool failAllAfter = false;
+long failures = 0;
+long blocks = 0;  // live ones, of the whole program
+
+bool mayAllocate() {
+    if (!counting) return true;
+    ++allocations;
+    if (allocations != firstToFail && !(failAllAfter && allocations > firstToFail)) return true;
+    ++failures;
+    errno = ENOMEM;
+    return false;
+}
+
+void* counted(void* block) {
+    if (block != nullptr) ++blocks;
+    return block;
+}
+
+}  // namespace
+
+extern "C" {
+
+void* malloc(std::size_t size) { return mayAllocate() ? counted(__libc_malloc(size)) : nullptr; }
+void* calloc(std::size_t count, std::size_t size) {
+    return mayAllocate() ? counted(__libc_calloc(count, size)) : nullptr;
+}
+void* realloc(void* block, std::size_t size) {
+    if (!mayAllocate()) return nullptr;
+    void* const moved = __libc_realloc(block, size);
+    return block == nullptr ? counted(moved) : moved;
+}
+void free(void* block) {
+    if (block != nullptr) --blocks;
+    __libc_free(block);
+}
+
+}  // extern "C"
+
+namespace {
+
+int lowestFreeDescriptor() {
+    const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    CHECK(descriptor >= 0 && close(descriptor) == 0);
+    return descriptor;
+}
+
+// One use of the library. run: true when it succeeded; false when it failed for lack of memory, after it has checked that
+// nothing was written. It frees what it was given, and allocates nothing on its own account.
+struct use {
+    const char* name;
+    std::function<bool()> run;
+};
+
+bool runWith(const use& one, long first, bool allAfter) {
+    allocations = failures = 0;
+    firstToFail = first;
+    failAllAfter = allAfter;
+    const long before = blocks;
+    const int descriptor = lowestFreeDescriptor();
+    counting = true;
+    const bool done = one.run();
+    counting = false;
+    if (blocks != before) std::fprintf(stderr, "%s: %ld blocks more than before\n", one.name, blocks - before);
+    CHECK(blocks == before && lowestFreeDescriptor() == descriptor && !isConnected());
+    return done;
+}
+
+void torture(const use& one) {
+    CHECK(runWith(one, LONG_MAX, false));
+    const long needed = allocations;
+    CHECK(needed > 0);
+    for (long k = 1; k <= needed; ++k) {
+        for (const bool allAfter : {false, true}) {
+            const bool done = runWith(one, k, allAfter);
+            if (done || failures == 0) std::fprintf(stderr, "%s: allocation %ld\n", one.name, k);
+            CHECK(!done && failures > 0);
+        }
+        CHECK(runWith(one, LONG_MAX, false) && allocations == needed);
+    }
+    std::printf("%6ld %s\n", needed, one.name);
+}
+
+// ---- The exported functions ----
+
+unsigned char table[300] = {1, 2, 3};
+char format[] = "float";
+cdl values{{0, 0, 0}, {1, 1, 1}, {1, 1, 1}, 0.9};
+const testPattern pattern{"square", 1, 0.5, {1, 2, 3}, {4, 5, 6}};
+const gradeComponent components[] = {{LUTC_KIND_CDL, nullptr, 0, 1, nullptr, &values, nullptr},
+                                     {LUTC_KIND_LUT_3D, table, sizeof table, 1, format, nullptr, nullptr},
+                                     {LUTC_KIND_SATURATION, table, 8, 1, nullptr, nullptr, nullptr},
+                                     {LUTC_KIND_TEST_PATTERN, nullptr, 0, 1, nullptr, nullptr, &pattern}};
+const videoConnection route{LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_OUTPUT, 1};
+
+void freeCombo(const gradeCombo& combo) {
+    for (char* const slot : combo.slots) std::free(slot);
+}
+
+bool presetList() {
+    output<presetEntry*> presets;
+    output<int> count, most;
+    if (!succeeded(lutc_preset_list(&presets.value, &count.value, &most.value), presets, count, most)) return false;
+    CHECK(count.value == 2 && std::strcmp(presets.value[1].presetName, "second") == 0);
+    for (int i = 0; i < count.value; ++i) freeCombo(presets.value[i].gradeCombo);
+    std::free(presets.value);
+    return true;
+}
+
+bool receivePreset() {
+    output<gradeComponent[4]> received;
+    output<int> combination;
+    int count = 4;
+    const int result = lutc_recv_preset("preset", 0, &combination.value, received.value, &count);
+    if (!succeeded(result, received, combination)) {
+        CHECK(count == 4);
+        return false;
+    }
+    CHECK(count == 3 && received.value[1].dataSize == 300 && received.value[0].cdlValues->saturation == 0.9);
+    std::free(received.value[0].cdlValues);
+    for (int i = 1; i < 3; ++i) std::free(received.value[i].data);
+    std::free(received.value[1].dataFormat);
+    return true;
+}
+
+bool modelInfo() {
+    output<char[LUTC_MODEL_STRING_BUFFER_SIZE]> model, friendly, serial;
+    output<gradeCombo*> combos;
+    output<gradeChannel*> channels;
+    output<int> comboCount, channelCount;
+    const int result = lutc_model_info(model.value, friendly.value, serial.value, &combos.value, &comboCount.value,
+                                       &channels.value, &channelCount.value);
+    if (!succeeded(result, model, friendly, serial, combos, comboCount, channels, channelCount)) return false;
+    CHECK(comboCount.value == 2 && channelCount.value == 2 && std::strcmp(combos.value[1].slots[1], "cdl") == 0);
+    for (int i = 0; i < comboCount.value; ++i) freeCombo(combos.value[i]);
+    std::free(combos.value);
+    std::free(channels.value);
+    return true;
+}
+
+template <class Read>
+bool readPlace(Read read) {
+    output<char[33]> name;
+    output<int> index;
+    return succeeded(read(name.value, &index.value), name, index);
+}
+
+const use calls[] = {
+    {"lutc_load_presets_from_media", [] { return lutc_load_presets_from_media() == 0; }},
+    {"lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }},
+    {"lutc_delete_all_presets", [] { return lutc_delete_all_presets() == 0; }},
+    {"lutc_preset_list", presetList},
+    {"lutc_delete_preset", [] { return lutc_delete_preset("a", 0) == 0; }},
+    {"lutc_rename_preset", [] { return lutc_rename_preset("a", 0, "the new name of the preset") == 0; }},
+    {"lutc_move_preset", [] { return lutc_move_preset("a", 0, 1) == 0; }},
+    {"lutc_get_preset", [] { return readPlace([](char* name, int* i) { return lutc_get_preset(1, name, i); }); }},
+    {"lutc_set_preset", [] { return lutc_set_preset(1, "a", 0) == 0; }},
+    {"lutc_get_override_preset", [] { return readPlace(lutc_get_override_preset); }},
+    {"lutc_set_override_preset", [] { return lutc_set_override_preset(nullptr, 0) == 0; }},
+    {"lutc_send_combination", [] { return lutc_send_combination(1, true, 1) == 0; }},
+    {"lutc_send_lut", [] { return lutc_send_lut(1, 1, true, "3dlut", "float", table, sizeof table) == 0; }},
+    {"lutc_send_cdl", [] { return lutc_send_cdl(1, 1, true, &values) == 0; }},
+    {"lutc_send_saturation", [] { return lutc_send_saturation(1, 1, true, 0.5) == 0; }},
+    {"lutc_send_live", [] { return lutc_send_live(1, 1, true, components, 4) == 0; }},
+    {"lutc_send_preset", [] { return lutc_send_preset("a", 0, 1, 1, true, 1, components, 3) == 0; }},
+    {"lutc_recv_preset", receivePreset},
+    {"lutc_client_info", [] { return lutc_client_info("model", "version", "serial") == 0; }},
+    {"lutc_model_info", modelInfo},
+    {"lutc_get_state",
+     [] {
+         output<int> state;
+         return succeeded(lutc_get_state(&state.value, 1), state);
+     }},
+    {"lutc_set_state", [] { return lutc_set_state(1, 1) == 0; }},
+    {"lutc_get_video_connections",
+     [] {
+         output<videoConnection[LUTC_MAX_VIDEO_CONNECTIONS]> connections;
+         output<int> count;
+         return succeeded(lutc_get_video_connections(connections.value, &count.value), connections, count);
+     }},
+    {"lutc_set_video_connection", [] { return lutc_set_video_connection(&route) == 0; }},
+    {"lutc_get_option",
+     [] {
+         output<char[64]> value;
+         return succeeded(lutc_get_option("name", value.value, 64), value);
+     }},
+    {"lutc_set_option", [] { return lutc_set_option("name", "value") == 0; }},
+};
+
+bsonDocument* newArray(bsonDocument& parent, const char* key) {
+    auto* const array = new bsonDocument;
+    parent.addDocumentElement(key, array, true);
+    return array;
+}
+
+bsonDocument* newEntry(bsonDocument& array) {
+    auto* const entry = new bsonDocument;
+    array.addDocumentElement(static_cast<int>(array.elementList.size()), entry, false);
+    return entry;
+}
+
+void addCombo(bsonDocument& to, const char* key) {
+    bsonDocument* const combo = newArray(to, key);
+    combo->addStringElement(0, std::string("a rather long name of a kind"));
+    combo->addStringElement(1, std::string("cdl"));
+}
+
+// A reply that holds what every function reads; "gradeCombo" is a list of components.
+void buildReply(bsonDocument& reply) {
+    reply.addInt32Element("maxPresetsListSize", 9);
+    bsonDocument* const list = newArray(reply, "presetsList");
+    for (const char* const name : {"first", "second"}) {
+        bsonDocument* const entry = newEntry(*list);
+        entry->addStringElement("presetName", std::string(name));
+        entry->addInt32Element("gradeComboIndex", 1);
+        addCombo(*entry, "gradeCombo");
+    }
+    reply.addInt32Element("gradeComboIndex", 1);
+    bsonDocument* const grade = newArray(reply, "gradeCombo");
+    for (const char* const type : {"cdl", "3dlut", "saturation"}) {
+        bsonDocument* const component = newEntry(*grade);
+        component->addStringElement("type", std::string(type));
+        component->addInt32Element("typeIndex", 1);
+        if (type == std::string("cdl")) component->addDoubleElement("saturation", 0.9);
+        component->addStringElement("dataFormat", std::string("float"));
+        component->addBinaryElement("data", table, sizeof table);
+    }
+    for (const char* const key : {"presetName", "modelName", "friendlyName", "modelSerial", "value"}) {
+        reply.addStringElement(key, std::string("a text of some length, on the heap"));
+    }
+    reply.addInt32Element("presetIndex", 1);
+    reply.addInt32Element("colorTransformState", 1);
+}
+
+// The lists of the replies that must fit 1024 bytes.
+void buildSmallReply(bsonDocument& reply) {
+    buildReply(reply);
+    for (const char* const key : {"presetsList", "gradeCombo"}) CHECK(reply.deleteElementWithKey(key, 0) == 1);
+    bsonDocument* const combos = newArray(reply, "gradeCombos");
+    addCombo(*combos, "0");
+    addCombo(*combos, "1");
+    bsonDocument* const channels = newArray(reply, "gradeChannels");
+    for (int i = 0; i < 2; ++i) {
+        bsonDocument* const channel = newEntry(*channels);
+        channel->addStringElement("channelName", std::string("A"));
+        newArray(*channel, "supportedGradeComboIndices")->addInt32Element(0, 1);
+    }
+    bsonDocument* const connection = newEntry(*newArray(reply, "videoConnections"));
+    for (const char* const key : {"sourceIndex", "destinationIndex"}) connection->addInt32Element(key, 1);
+    for (const char* const key : {"sourceType", "destinationType"})
+        connection->addStringElement(key, std::string("input"));
+}
+
+void prepare(void (*build)(bsonDocument&)) {
+    bsonDocument results;
+    build(results);
+    results.convertElementListToMessage();
+    preparedReply = successWith(results.message + 4, results.messageSize - 5);
+}
+
+// ---- The document classes ----
+
+const std::string longText(100, 'x');
+bsonDocument sample;  // nested, with its message
+
+// A method that throws std::bad_alloc, or gives what it says.
+template <class Method>
+bool completes(Method method) {
+    try {
+        method();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+// A setter: after a failure the element has its old value.
+template <class Set>
+bool sets(Set set) {
+    const unsigned char old[] = {7, 7, 7, 7};
+    bsonElement element;  // borrows, so that it allocates nothing
+    element.setBinaryValue(old, 4, false, 9);
+    if (completes([&] { set(element); })) return true;
+    CHECK(element.valueType == 0x05 && element.value == old && element.valueSize == 4 && element.binarySubtype == 9);
+    return false;
+}
+
+// A method of a copy of the sample. The copy is made beforehand, with memory.
+template <class Method>
+bool onCopy(Method method) {
+    counting = false;
+    const std::unique_ptr<bsonDocument> copy(sample.getCopy());
+    counting = true;
+    const std::size_t elements = copy->elementList.size();
+    const bool done = completes([&] { method(*copy); });
+    counting = false;
+    if (!done) CHECK(copy->messageSize == sample.messageSize && copy->elementList.size() <= elements);
+    copy->convertElementListToMessage();  // it still works
+    return done;
+}
+
+const use methods[] = {
+    {"bsonElement(key)", [] { return completes([] { bsonElement element(longText); }); }},
+    {"bsonElement(key, boolean)", [] { return completes([] { bsonElement element("k", true); }); }},
+    {"bsonElement(key, string)", [] { return completes([] { bsonElement element("k", longText); }); }},
+    {"bsonElement(key, bytes)", [] { return completes([] { bsonElement e("k", table, 9, true, std::uint8_t{1}); }); }},
+    {"bsonElement(type, ...)",
+     [] { return completes([] { bsonElement e(0x03, "k", sample.message, sample.messageSize, true, 0); }); }},
+    {"new bsonElement", [] { return completes([] { delete new bsonElement; }); }},
+    {"setBoolValue", [] { return sets([](bsonElement& e) { e.setBoolValue(true); }); }},
+    {"setInt32Value", [] { return sets([](bsonElement& e) { e.setInt32Value(1); }); }},
+    {"setInt64Value", [] { return sets([](bsonElement& e) { e.setInt64Value(1); }); }},
+    {"setDoubleValue", [] { return sets([](bsonElement& e) { e.setDoubleValue(1.0); }); }},
+    {"setStringValue", [] { return sets([](bsonElement& e) { e.setStringValue(longText); }); }},
+    {"setBinaryValue", [] { return sets([](bsonElement& e) { e.setBinaryValue(table, 9, true, 1); }); }},
+    {"getStringValue", [] { return completes([] { sample.elementList[0]->getStringValue(); }); }},
+    {"bsonElement::getCopy",
+     [] { return completes([] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }); }},
+    {"new bsonDocument", [] { return completes([] { delete new bsonDocument; }); }},
+    {"bsonDocument(bytes, ...)",
+     [] { return completes([] { bsonDocument document(sample.message, sample.messageSize, true, true); }); }},
+    {"bsonDocument::getCopy", [] { return completes([] { delete sample.getCopy(); }); }},
+    {"isMessageValid",
+     [] { return completes([] { bsonDocument::isMessageValid(sample.message, sample.messageSize, false); }); }},
+    {"calculateMessageSizeFromKeyValueList",
+     [] { return completes([] { sample.calculateMessageSizeFromKeyValueList(); }); }},
+    {"convertElementListToMessage", [] { return onCopy([](bsonDocument& d) { d.convertElementListToMessage(); }); }},
+    {"convertMessageToElementList",
+     [] { return onCopy([](bsonDocument& d) { CHECK(d.convertMessageToElementList(true) == 1); }); }},
+    {"getElementListWithKey", [] { return completes([] { sample.getElementListWithKey("text"); }); }},
+    {"getElementListWithValueType", [] { return completes([] { sample.getElementListWithValueType(0x02); }); }},
+    {"getStringWithKey",
+     [] {
+         std::string text = "before";
+         const bool done = completes([&] { sample.getStringWithKey("text", text); });
+         CHECK(done ? text == longText : text == "before");
+         return done;
+     }},
+    {"addBooleanElement", [] { return onCopy([](bsonDocument& d) { d.addBooleanElement("k", true); }); }},
+    {"addInt32Element", [] { return onCopy([](bsonDocument& d) { d.addInt32Element(longText, 1); }); }},
+    {"addDoubleElement", [] { return onCopy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
+    {"addStringElement", [] { return onCopy([](bsonDocument& d) { d.addStringElement(1, longText); }); }},
+    {"addBinaryElement", [] { return onCopy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
+    {"addDocumentElement",
+     [] {
+         return onCopy([](bsonDocument& d) {
+             auto inner = std::make_unique<bsonDocument>();  // the caller's when it fails
+             d.addDocumentElement(longText, inner.get(), false);
+             inner.release();
+         });
+     }},
+    {"debugPrint", [] { return completes([] { sample.debugPrint(0); }); }},
+};
+
+}  // namespace
+
+int main() {
+    static char buffer[4096];
+    std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+    for (const use& one : calls) {
+        const std::string name = one.name;
+        prepare(name == "lutc_preset_list" || name == "lutc_recv_preset" ? buildReply : buildSmallReply);
+        torture(one);
+    }
+    sample.addStringElement("text", longText);
+    buildReply(sample);
+    auto* const inner = new bsonDocument;
+    sample.addDocumentElement("inner", inner, false);
+    addCombo(*inner, "combo");
+    sample.convertElementListToMessage();
+    sample.convertMessageToElementList(true);
+    std::fflush(stdout);
+    const int screen = dup(STDOUT_FILENO), nowhere = open("/dev/null", O_WRONLY);
+    for (const use& one : methods) {
+        std::fflush(stdout);
+        dup2(one.name == std::string("debugPrint") ? nowhere : screen, STDOUT_FILENO);
+        torture(one);
+    }
+    std::fflush(stdout);
+    dup2(screen, STDOUT_FILENO);
+    std::printf("%zu functions and methods\n", std::size(calls) + std::size(methods));
+    return 0;
+}
