@@ -2,10 +2,6 @@
 #ifndef LUTC_CLI_COMMANDS_H
 #define LUTC_CLI_COMMANDS_H
 
-#include <string>
-
-#include "interface/lutc.h"
-
 namespace CLI {
 class App;
 }
@@ -22,10 +18,6 @@ void add_video_commands(CLI::App& app, Context& context);   // video ...
 void add_option_commands(CLI::App& app, Context& context);  // option ...
 void add_dump_command(CLI::App& app, Context& context);     // dump
 void add_colour_commands(CLI::App& app, Context& context);  // lut ..., grade plot; after add_grade_commands
-
-// For grade cdl --file: the values of one correction of a .cc, .ccc or .cdl file. An empty id means the only one.
-// Throws Failure.
-cdl read_cdl_file(const std::string& path, const std::string& id);
 
 }  // namespace lutc_cli
 

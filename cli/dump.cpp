@@ -55,8 +55,9 @@ Failure defective(const std::string& path, const Defect& defect, const char* con
                    path + ": at byte " + std::to_string(defect.position) + ": " + defect.reason + consequence);
 }
 
-void dump(const Context& context, const std::string& path) {
-    const std::vector<unsigned char> bytes = read_file(path, DOCUMENT_LIMIT);
+void dump(const Context& context, const std::string& file) {
+    const std::vector<unsigned char> bytes = read_file(file, DOCUMENT_LIMIT);
+    const std::string path = file == "-" ? "standard input" : file;
     const auto size = static_cast<std::uint32_t>(bytes.size());
     if (!bsonDocument::isMessageValid(bytes.data(), size, false)) {
         const auto defect = find_defect(bytes.data(), bytes.size());

@@ -30,9 +30,7 @@ constexpr std::size_t INDEX_LIMIT = 16u << 20;
 
 volatile std::sig_atomic_t interrupted = 0;
 
-void note_interrupt(int) {
-    interrupted = 1;
-}
+void note_interrupt(int) { interrupted = 1; }
 
 // From here on SIGINT and SIGTERM let the current preset be finished; a second one ends the program.
 void catch_interrupts() {
@@ -159,7 +157,7 @@ void back_up_preset(const fs::path& folder, const ListedPreset& preset, std::siz
     write_grade_file(folder / (stem + ".json"), grade, stem);
     for (const std::size_t component : ambiguous) {
         print_notice("preset '" + preset.name + "': component " + std::to_string(component) +
-                     " was taken for a cdl; it may be a saturation");
+                     " is either a cdl or a saturation; the file has the more likely");
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <iterator>
 
 #include "cli/output.h"
 #include "cli/service.h"
@@ -22,9 +24,7 @@ std::vector<std::string> take_strings(gradeCombo& combo) {
     return strings;
 }
 
-bool is_cdl_or_saturation(int kind) {
-    return kind == LUTC_KIND_CDL || kind == LUTC_KIND_SATURATION;
-}
+bool is_cdl_or_saturation(int kind) { return kind == LUTC_KIND_CDL || kind == LUTC_KIND_SATURATION; }
 
 void release(std::vector<gradeComponent>& records) {
     for (gradeComponent& record : records) {
@@ -44,28 +44,54 @@ Component component_of(const gradeComponent& record) {
     return component;
 }
 
-// The combination's strings say which is which when there are as many of them as components, or when they are all the
-// same; otherwise a CDL is assumed.
-std::vector<std::size_t> tell_cdl_from_saturation(std::vector<Component>& components,
-                                                  const std::vector<std::string>& combo) {
+bool is_neutral(const double (&triple)[3], double neutral) {
+    return std::all_of(std::begin(triple), std::end(triple), [neutral](double value) { return value == neutral; });
+}
+
+bool has_only_saturation(const cdl& values) {
+    return is_neutral(values.slope, 1.0) && is_neutral(values.offset, 0.0) && is_neutral(values.power, 1.0);
+}
+
+// The strings of the combination that mean a CDL or a saturation, as kinds.
+std::vector<int> kinds_of(const std::vector<std::string>& combo) {
     std::vector<int> kinds;
     for (const std::string& slot : combo) {
         if (slot == "cdl") kinds.push_back(LUTC_KIND_CDL);
         if (slot == "saturation") kinds.push_back(LUTC_KIND_SATURATION);
     }
-    const auto count = std::count_if(components.begin(), components.end(),
-                                     [](const Component& component) { return is_cdl_or_saturation(component.kind); });
-    const bool all_same =
-        !kinds.empty() && std::count(kinds.begin(), kinds.end(), kinds[0]) == std::ptrdiff_t(kinds.size());
-    const bool one_each = static_cast<std::size_t>(count) == kinds.size();
-    std::vector<std::size_t> ambiguous;
-    std::size_t next = 0;
+    return kinds;
+}
+
+// A combination with places for only one of the two decides alone. Else values that do more than saturate are a CDL,
+// and the others take the places that are left, in order. Where the numbers don't match, values become a saturation and
+// bytes a CDL; the positions of those components are returned.
+std::vector<std::size_t> tell_cdl_from_saturation(std::vector<Component>& components,
+                                                  const std::vector<std::string>& combo) {
+    std::vector<int> places = kinds_of(combo);
+    const bool one_kind = std::adjacent_find(places.begin(), places.end(), std::not_equal_to<>()) == places.end();
+    std::vector<std::size_t> open;
     for (std::size_t i = 0; i < components.size(); ++i) {
-        if (!is_cdl_or_saturation(components[i].kind)) continue;
-        if (!all_same && !one_each) ambiguous.push_back(i + 1);
-        components[i].kind = all_same ? kinds[0] : one_each ? kinds[next++] : int{LUTC_KIND_CDL};
+        Component& component = components[i];
+        if (!is_cdl_or_saturation(component.kind)) continue;
+        const bool sure = component.values && !has_only_saturation(*component.values);
+        if (!places.empty() && one_kind) {
+            component.kind = places.front();
+        } else if (sure) {
+            component.kind = LUTC_KIND_CDL;
+            const auto place = std::find(places.begin(), places.end(), int{LUTC_KIND_CDL});
+            if (place != places.end()) places.erase(place);
+        } else {
+            open.push_back(i);
+        }
     }
-    return ambiguous;
+    const bool one_each = open.size() == places.size();
+    for (std::size_t i = 0; i < open.size(); ++i) {
+        Component& component = components[open[i]];
+        const int guess = component.values ? LUTC_KIND_SATURATION : LUTC_KIND_CDL;
+        component.kind = one_each ? places[i] : guess;
+        ++open[i];
+    }
+    return one_each ? std::vector<std::size_t>() : open;
 }
 
 }  // namespace

@@ -78,7 +78,8 @@ void download(const Context& context, const Options& options) {
     }
     write_grade_file(options.path, grade, stem);
     for (const std::size_t component : ambiguous) {
-        print_notice("component " + std::to_string(component) + " was taken for a cdl; it may be a saturation");
+        print_notice("component " + std::to_string(component) +
+                     " is either a cdl or a saturation; the file has the more likely");
     }
     print_result(context, {{"presetName", *grade.name}, {"files", files}});
 }

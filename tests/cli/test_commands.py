@@ -1,0 +1,154 @@
+"""Every group of commands but the presets, against the simulator."""
+import json
+import os
+import pty
+import subprocess
+import time
+import unittest
+
+from tool import DONE, LUTC, NOBODY, REFUSED, USAGE, WithFolder, WithSimulator, run
+
+
+class Alone(WithFolder):
+    """Without a service."""
+
+    def test_nobody_listens(self):
+        started = time.monotonic()
+        for command in (["presets", "save"], ["model"], ["state", "get"]):
+            self.assertIn("no service listens", self.expect(NOBODY, *command).stderr)
+        self.assertLess(time.monotonic() - started, 10, "an absent service is waited for")
+
+    def test_wrong_usage(self):
+        for arguments, complaint in [
+                ([], "subcommand"),
+                (["presets"], "subcommand"),
+                (["presets", "save", "load"], "load"),
+                (["grade", "cdl", "--slope", "1", "1"], "--slope"),
+                (["grade", "cdl", "--slope", "1", "nan", "1"], "'nan' is not a decimal number"),
+                (["grade", "cdl", "--saturation", "1,5"], "'1,5' is not a decimal number"),
+                (["state", "set", "010x"], "'010x' is not a whole number"),
+                (["state", "get", "--channel", "0"], "'0' is less than 1"),
+                (["presets", "delete", "--yes"], "--name or --index"),
+                (["presets", "select", "--name", "a", "--index", "1"], "--index"),
+                (["presets", "select", "--name", "n" * 33], "33 bytes"),
+                (["presets", "clear"], "--yes"),
+                (["video", "connect", "output:1", "channel:1"], "can't be a source"),
+                (["video", "connect", "input:1", "channel:x"], "channel:x")]:
+            with self.subTest(arguments=arguments):
+                self.assertIn(complaint, self.expect(USAGE, *arguments).stderr)
+
+    def test_help_and_version(self):
+        shown = self.expect(DONE, "--help").stdout
+        for code in ("0 ", "1 ", "2 ", "3 ", "130 "):
+            self.assertIn("  " + code, shown)
+        self.assertRegex(self.expect(DONE, "--version").stdout, r"^lutc \d+\.\d+\.\d+\n$")
+
+    def test_full_disk_is_a_failure(self):
+        document = self.write("d.bson", bytes.fromhex("0C00000010610001000000") + b"\0")
+        with open("/dev/full", "wb") as full:
+            result = subprocess.run([LUTC, "dump", document], stdout=full, stderr=subprocess.PIPE, timeout=60)
+        self.assertEqual(result.returncode, REFUSED)
+        self.assertIn(b"standard output", result.stderr)
+
+    def test_dump(self):
+        whole = bytes.fromhex("0C00000010610001000000") + b"\0"
+        self.assertEqual(self.expect(DONE, "dump", self.write("d.bson", whole)).stdout, "a:(int32)1\n")
+        self.assertEqual(json.loads(self.expect(DONE, "dump", "-", "--json", input=whole).stdout),
+                         {"bytes": 12, "dump": ["a:(int32)1"]})
+        nested = bytes.fromhex("17000000 10 6100 01000000 03 6400 08000000 13 7800 00 00".replace(" ", ""))
+        result = self.expect(USAGE, "dump", "-", input=nested)
+        self.assertIn("at byte 18: element 'x': type byte 0x13 is unknown", result.stderr)
+        self.assertEqual(result.stdout, "a:(int32)1\nd:(embedded document){\n}\n")
+        for broken, complaint in [
+                (b"", "at byte 0: a document has at least 5 bytes"),
+                (whole + b"\0", "at byte 0: the length says 12 bytes; there are 13"),
+                (whole[:7] + b"\0", "at byte 0: the length says 12 bytes; there are 8"),
+                (b"\x08\0\0\0\x13x\0\0", "at byte 4: element 'x': type byte 0x13 is unknown")]:
+            result = self.expect(USAGE, "dump", "-", input=broken)
+            self.assertIn("standard input: " + complaint, result.stderr)
+            self.assertEqual(result.stdout, "")
+        self.expect(REFUSED, "dump", self.path("absent"))
+
+    def test_dump_of_a_deep_document(self):
+        levels = 3000
+        document = b""
+        for level in range(levels):
+            size = 5 if level == 0 else len(document) + 8
+            document = size.to_bytes(4, "little") + (b"\x03d\0" + document if level else b"") + b"\0"
+        self.assertEqual(run("dump", "-", input=document).stdout.count("{\n"), levels - 1)
+
+
+class Device(WithSimulator):
+    def json(self, *arguments):
+        return json.loads(self.expect(DONE, *arguments, "--json").stdout)
+
+    def test_model_and_client(self):
+        model = self.json("model")
+        self.assertEqual(model["gradeCombos"][0]["gradeComboIndex"], 1)
+        self.assertEqual(len(model["gradeChannels"]), 2)
+        self.assertIn(model["modelName"], self.expect(DONE, "model").stdout)
+        self.expect(DONE, "client", "--model", "tester", "--client-version", "1.2", "--serial", "7")
+        self.simulator.wait_for('clientModel="tester"')
+
+    def test_state_options_and_routes(self):
+        self.expect(DONE, "state", "set", "-3", "--channel", "2")
+        self.assertEqual(self.json("state", "get", "--channel", "2"), {"colorTransformState": -3})
+        self.expect(DONE, "option", "set", "note", "--", "-- two words")
+        self.assertEqual(self.json("option", "get", "note"), {"name": "note", "value": "-- two words"})
+        self.expect(REFUSED, "option", "get", "no such option")
+        self.expect(DONE, "video", "connect", "input:1", "channel:2")
+        self.assertIn({"source": "input:1", "destination": "channel:2"}, self.json("video", "list")["videoConnections"])
+
+    def test_grades(self):
+        cube = os.urandom(33 ** 3 * 3 * 2)
+        table = self.write("cube.bin", cube)
+        self.expect(DONE, "grade", "combination", "1", "--channel", "1", "--reset")
+        self.expect(DONE, "grade", "cdl", "--slope", "1", "-2.5", "1e-1", "--offset", "-.5", "-1", "-1e-3",
+                    "--saturation", "-0.25", "--channel", "1", "--slot", "1")
+        self.simulator.wait_for("slope=[1 -2.5 0.1] offset=[-0.5 -1 -0.001] saturation=-0.25")
+        self.expect(DONE, "grade", "saturation", "0.5", "--slot", "1")
+        self.expect(DONE, "grade", "lut", table, "--type", "3dlut", "--format", "uint16", "--slot", "1", "--channel", "1")
+        self.expect(DONE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16", input=cube[:3072])
+        self.expect(USAGE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16")
+        self.expect(REFUSED, "grade", "lut", self.path("absent"), "--type", "1dlut", "--format", "uint16")
+
+    def test_live_grade(self):
+        self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
+        live = self.write("live.json", json.dumps({"gradeComboIndex": 1, "components": [
+            {"type": "cdl", "typeIndex": 1, "slope": [1.1, 1, 0.9], "offset": [-0.01, 0, 0.02], "saturation": 0.9},
+            {"type": "3dlut", "typeIndex": 1, "dataFormat": "uint16", "file": "cube.bin"},
+            {"type": "tpg", "patternType": "square", "videoFormat": 3, "squareSize": 0.25,
+             "fgColor": [65535, 0, 1], "bgColor": [0, 2, 0]}]}))
+        self.expect(DONE, "grade", "live", live, "--channel", "1", "--reset")
+        self.simulator.wait_for("sendLive")
+        with self.simulator.grown:
+            line = next(line for line in self.simulator.lines if "sendLive" in line)
+        for part in ("resetAndApply=true", 'type="cdl"', "slope=[1.1 1 0.9]", 'type="3dlut"', "215622",
+                     'patternType="square"', "squareSize=0.25", "fgColor=[65535 0 1]"):
+            self.assertIn(part, line)
+        self.assertIn("refused", self.expect(REFUSED, "grade", "live", live, "--channel", "9").stderr)
+        self.expect(USAGE, "grade", "live", "-", input=b'{"components": [{"type": "cdl", "slope": 1}]}')
+
+
+class Asking(WithSimulator):
+    def answer(self, text):
+        """What presets clear says and gives back on a terminal where that is typed."""
+        mine, its = pty.openpty()
+        process = subprocess.Popen([LUTC, "presets", "clear"], stdin=its, stderr=its, stdout=subprocess.DEVNULL)
+        os.close(its)
+        said = os.read(mine, 1000)
+        os.write(mine, text)
+        code = process.wait(timeout=60)
+        os.close(mine)
+        return said, code
+
+    def test_a_terminal_is_asked(self):
+        said, code = self.answer(b"n\n")
+        self.assertIn(b"Delete every preset", said)
+        self.assertEqual((code, self.simulator.count("deleteAllPresets")), (REFUSED, 0))
+        self.assertEqual(self.answer(b"y\n")[1], DONE)
+        self.simulator.wait_for("deleteAllPresets")
+
+
+if __name__ == "__main__":
+    unittest.main()

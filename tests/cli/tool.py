@@ -1,0 +1,91 @@
+"""The tool and the simulator under test, for unittest."""
+import os
+import subprocess
+import tempfile
+import threading
+import unittest
+
+LUTC = os.environ["LUTC_BIN"]
+SIMULATOR = os.environ["LUTC_SIMULATOR_BIN"]
+SOURCE = os.environ["LUTC_SOURCE_DIR"]
+
+DONE, REFUSED, USAGE, NOBODY, INTERRUPTED = 0, 1, 2, 3, 130
+
+
+def run(*arguments, input=b""):
+    """Runs lutc; its output as text. Standard input is no terminal."""
+    result = subprocess.run([LUTC, *map(str, arguments)], input=input, capture_output=True, timeout=120)
+    result.stdout = result.stdout.decode()
+    result.stderr = result.stderr.decode()
+    return result
+
+
+class Simulator:
+    """A simulator with an empty library on the service's port; collects its log."""
+
+    def __init__(self, folder, *arguments):
+        self.lines = []
+        self.grown = threading.Condition()
+        self.process = subprocess.Popen([SIMULATOR, "--media", os.path.join(folder, "media"), *arguments],
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.reader = threading.Thread(target=self.read)
+        self.reader.start()
+        self.wait_for("listening")
+
+    def read(self):
+        for line in self.process.stdout:
+            with self.grown:
+                self.lines.append(line.decode())
+                self.grown.notify_all()
+
+    def count(self, text):
+        return sum(text in line for line in self.lines)
+
+    def wait_for(self, text, times=1):
+        """Until that many lines of the log hold the text."""
+        with self.grown:
+            if not self.grown.wait_for(lambda: self.count(text) >= times, timeout=60):
+                raise RuntimeError(f"the simulator never said '{text}': {self.lines[-3:]}")
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(timeout=30)
+        self.reader.join()
+        self.process.stdout.close()
+
+
+class WithFolder(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def path(self, *names):
+        return os.path.join(self.folder, *names)
+
+    def write(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content if isinstance(content, bytes) else content.encode())
+        return self.path(name)
+
+    def expect(self, code, *arguments, **options):
+        """Runs lutc and checks its exit code: nothing on standard error, or exactly one line."""
+        result = run(*arguments, **options)
+        self.assertEqual(result.returncode, code, f"{arguments}: {result.stdout}{result.stderr}")
+        self.assertEqual(result.stderr.count("\n"), 0 if code == DONE else 1, result.stderr)
+        return result
+
+
+class WithSimulator(WithFolder):
+    def setUp(self):
+        super().setUp()
+        self.simulator = None
+        self.start()
+
+    def start(self, *arguments):
+        """A fresh simulator in the place of the one that runs."""
+        if self.simulator:
+            self.simulator.stop()
+        else:
+            self.addCleanup(lambda: self.simulator.stop())
+        self.simulator = Simulator(self.folder, *arguments)
