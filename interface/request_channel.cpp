@@ -241,8 +241,7 @@ const bsonDocument* get_document(const bsonDocument& document, std::string_view 
 
 std::string_view text_of(const bsonElement& element) {
     if (lutc_bson::readableSize(element) == 0) return {};
-    const auto* const text = reinterpret_cast<const char*>(element.value);
-    return {text, strnlen(text, element.valueSize - 1)};
+    return {reinterpret_cast<const char*>(element.value), element.valueSize - 1};
 }
 
 bool read_int32(const bsonDocument& document, std::string_view key, int& value) {
@@ -258,12 +257,14 @@ bool read_text(const bsonDocument& document, std::string_view key, std::string_v
 }
 
 void copy_text(char* destination, std::size_t size, std::string_view text) {
+    text = text.substr(0, text.find('\0'));
     const std::size_t kept = text.size() < size ? text.size() : size;
     if (kept > 0) std::memcpy(destination, text.data(), kept);
     if (size > kept) std::memset(destination + kept, 0, size - kept);
 }
 
 char* new_text(std::string_view text) {
+    text = text.substr(0, text.find('\0'));
     auto* const copy = reinterpret_cast<char*>(lutc_bson::newBytes(text.size() + 1));
     copy_text(copy, text.size() + 1, text);
     return copy;

@@ -69,17 +69,17 @@ const bsonDocument* get_document(const bsonElement& element);
 // The same for the first element with the key.
 const bsonDocument* get_document(const bsonDocument& document, std::string_view key);
 
-// The characters of a string element, up to its first zero byte.
+// The characters of a string element, inner zero bytes included: text compares as a whole.
 std::string_view text_of(const bsonElement& element);
 
 // False when there is no such element, or the first one is of another type.
 bool read_int32(const bsonDocument& document, std::string_view key, int& value);
 bool read_text(const bsonDocument& document, std::string_view key, std::string_view& text);
 
-// Writes exactly size bytes: the text, cut or filled with zero bytes.
+// Writes exactly size bytes: the text up to its first zero byte, cut or filled with zero bytes.
 void copy_text(char* destination, std::size_t size, std::string_view text);
 
-// A copy for the caller, who frees it. Throws std::bad_alloc.
+// A copy, up to the first zero byte, for the caller, who frees it. Throws std::bad_alloc.
 char* new_text(std::string_view text);
 
 // ---- The road ----
