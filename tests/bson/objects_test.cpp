@@ -1,0 +1,203 @@
+// Elements and documents as objects: values, ownership, copies, finding.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "bson/bsonDocument.h"
+#include "tests/support/documents.h"
+
+namespace {
+
+// What is no plain value must not compile; it would become a boolean or another number.
+template <class T>
+constexpr bool makesElement = std::is_constructible<bsonElement, const char*, T>::value;
+static_assert(makesElement<bool> && makesElement<std::int32_t> && makesElement<std::int64_t> && makesElement<double> &&
+              makesElement<const char*> && makesElement<std::string>);
+static_assert(!makesElement<void*> && !makesElement<const int*> && !makesElement<std::uint32_t> &&
+              !makesElement<std::uint64_t> && !makesElement<char> && !makesElement<std::nullptr_t>);
+static_assert(!std::is_constructible<bsonElement, std::nullptr_t>::value);
+static_assert(!std::is_copy_constructible<bsonElement>::value && !std::is_copy_assignable<bsonDocument>::value);
+
+std::unique_ptr<bsonElement> raw(std::uint8_t type, const std::string& bytes, std::uint8_t subtype = 0) {
+    return std::make_unique<bsonElement>(type, "k", bytesOf(bytes), sizeOf(bytes), true, subtype);
+}
+
+// Kind, subtype and value bytes.
+std::string look(const bsonElement& element) {
+    return toHex(&element.valueType, 1) + " " + toHex(&element.binarySubtype, 1) + " " +
+           toHex(element.value, element.valueSize);
+}
+
+TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
+    const std::string inner("a\0b", 3);
+    const unsigned char bytes[] = {1, 2};
+    struct {
+        bsonElement element;
+        const char* expected;
+    } const made[] = {
+        {{}, "00 00 "},
+        {bsonElement("k"), "0A 00 "},
+        {{"k", true}, "08 00 01"},
+        {{"k", std::int32_t{-2}}, "10 00 FEFFFFFF"},
+        {{"k", std::int64_t{-2}}, "12 00 FEFFFFFFFFFFFFFF"},
+        {{"k", 1.0}, "01 00 000000000000F03F"},
+        {{"k", "ab"}, "02 00 616200"},
+        {{"k", inner}, "02 00 61006200"},
+        {{"k", bytes, 2, true, 0x80}, "05 80 0102"},
+        {{0x13, "k", bytes, 2, true, 7}, "13 07 0102"},
+    };
+    for (const auto& one : made) {
+        EXPECT_EQ(look(one.element), one.expected);
+        EXPECT_TRUE(one.element.ownsValue && one.element.ownsDocument && !one.element.documentValue);
+    }
+    EXPECT_EQ(made[7].element.getStringValue(), inner);
+
+    bsonElement element("k", new bsonDocument, true, true);
+    EXPECT_EQ(look(element), "04 00 ");
+    element.setInt32Value(1);  // the document goes
+    EXPECT_EQ(element.documentValue, nullptr);
+    element.setBinaryValue(bytes, 2, true, 0x80);
+    element.clearValue();
+    EXPECT_EQ(look(element), "05 80 ");
+    const std::pair<void (*)(bsonElement&), const char*> setters[] = {
+        {[](bsonElement& e) { e.setBoolValue(false); }, "08 00 00"},
+        {[](bsonElement& e) { e.setInt64Value(1); }, "12 00 0100000000000000"},
+        {[](bsonElement& e) { e.setDoubleValue(-0.0); }, "01 00 0000000000000080"},
+        {[](bsonElement& e) { e.setStringValue(""); }, "02 00 00"},
+        {[](bsonElement& e) { e.setStringValue(e.getStringValue() + e.key); }, "02 00 6B00"},
+        {[](bsonElement& e) { e.setNullValue(); }, "0A 00 "},
+    };
+    for (const auto& [set, expected] : setters) {
+        set(element);
+        EXPECT_EQ(look(element), expected);
+    }
+}
+
+TEST(Element, gettersReadWhateverBytesThereAre) {
+    const struct {
+        const char* hex;
+        bool asBool;
+        std::int32_t asInt32;
+        std::int64_t asInt64;
+        double asDouble;
+    } rows[] = {
+        {"", false, 0, 0, 0.0},
+        {"00FF", false, 0, 0, 0.0},
+        {"3412", true, 52, 52, 0.0},
+        {"FF0000", true, 255, 255, 0.0},
+        {"FFFFFFFF", true, -1, -1, 0.0},
+        {"FEFFFFFF000000", true, -2, -2, 0.0},
+        {"0100000000000080", true, 1, -9223372036854775807, -4.9406564584124654e-324},
+        {"000000000000F83FFF", false, 0, 0x3FF8000000000000, 1.5},
+        {"02", true, 2, 2, 0.0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.hex);
+        const auto element = raw(0x0A, fromHex(row.hex));
+        EXPECT_EQ(element->getBoolValue(), row.asBool);
+        EXPECT_EQ(element->getInt32Value(), row.asInt32);
+        EXPECT_EQ(element->getInt64Value(), row.asInt64);
+        EXPECT_EQ(element->getDoubleValue(), row.asDouble);
+        const std::string all = fromHex(row.hex);
+        EXPECT_EQ(element->getStringValue(), all.substr(0, all.empty() ? 0 : all.size() - 1));
+    }
+    const bsonElement nothing(0x10, "k", nullptr, 4, true, 0);
+    EXPECT_EQ(nothing.getInt32Value(), 0);
+    EXPECT_EQ(nothing.getStringValue(), "");
+}
+
+TEST(Element, bytesAreCopiedBorrowedOrAdoptedAsTold) {
+    unsigned char bytes[] = {1, 2, 3};
+    bsonElement borrowing("k", bytes, 3, false, 0x80);
+    bsonElement copying("k", bytes, 3, true, 0);
+    bytes[0] = 9;
+    std::uint32_t size = 0;
+    bool owned = true;
+    std::uint8_t subtype = 0;
+    EXPECT_EQ(borrowing.getBinaryValue(&size, &owned, &subtype), bytes);
+    EXPECT_EQ(std::make_tuple(size, owned, subtype), std::make_tuple(3u, false, 0x80));
+    EXPECT_EQ(look(borrowing), "05 80 090203");
+    EXPECT_EQ(copying.getBinaryValue(&size, nullptr, nullptr)[0], 1);
+
+    const std::unique_ptr<bsonElement> shared(borrowing.getCopy()), separate(copying.getCopy());
+    EXPECT_TRUE(shared->value == bytes && !shared->ownsValue && shared->binarySubtype == 0x80);
+    EXPECT_TRUE(separate->value != copying.value && separate->ownsValue && look(*separate) == look(copying));
+    borrowing.clearValue();
+    EXPECT_TRUE(borrowing.ownsValue && !borrowing.value && borrowing.valueSize == 0);
+
+    bsonElement adopting("k", static_cast<unsigned char*>(std::malloc(2)), 2, false, 0);
+    adopting.ownsValue = true;  // from here on the element releases the block
+}
+
+TEST(Element, documentsAreOwnedOrReferredToAsTold) {
+    const auto inner = documentFrom("{'n':1}");
+    bsonElement referring("k", inner.get(), false, false);
+    const std::unique_ptr<bsonElement> shared(referring.getCopy());
+    EXPECT_TRUE(shared->documentValue == inner.get() && !shared->ownsDocument);
+
+    const auto owner = documentFrom("{'a':{'b':[1,'x']},'c':'hex:FF'}");
+    const std::unique_ptr<bsonDocument> copy(owner->getCopy());
+    EXPECT_NE(copy->elementList[0]->documentValue, owner->elementList[0]->documentValue);
+    owner->clearElementList();
+    EXPECT_EQ(textOf(*copy), "{'a':{'b':[1,'x']},'c':'hex:FF'}");
+    EXPECT_EQ(textOf(*owner), "{}");
+    referring.clearValue();
+    EXPECT_TRUE(referring.ownsDocument);
+    EXPECT_EQ(textOf(*inner), "{'n':1}");
+}
+
+TEST(Element, rawConstructorDecodesDocuments) {
+    std::string bytes = encoded("{'0':7}");
+    const auto array = raw(0x04, bytes), broken = raw(0x03, "broken");
+    bytes.assign(bytes.size(), 'x');
+    EXPECT_EQ(look(*array), "04 00 ");
+    EXPECT_EQ(textOf(*array->documentValue, true), "[7]");
+    EXPECT_EQ(textOf(*broken->documentValue), "{}");
+    EXPECT_EQ(broken->documentValue->messageSize, 6u);
+}
+
+TEST(Document, messageIsCopiedOrBorrowedAsTold) {
+    std::string bytes = encoded("{'n':1}");
+    bsonDocument copying(bytesOf(bytes), sizeOf(bytes), true, true);
+    bsonDocument borrowing(bytesOf(bytes), sizeOf(bytes), false, true);
+    const std::unique_ptr<bsonDocument> separate(copying.getCopy()), shared(borrowing.getCopy());
+    EXPECT_TRUE(copying.ownsMessage && separate->ownsMessage && separate->message != copying.message);
+    EXPECT_TRUE(!borrowing.ownsMessage && !shared->ownsMessage && shared->message == bytesOf(bytes));
+    bytes.assign(bytes.size(), 'x');
+    EXPECT_EQ(textOf(copying) + textOf(borrowing) + textOf(*shared), "{'n':1}{'n':1}{'n':1}");
+    EXPECT_EQ(toHex(separate->message, separate->messageSize), toHex(encoded("{'n':1}")));
+
+    borrowing.clearMessage();
+    EXPECT_TRUE(!borrowing.message && borrowing.messageSize == 0 && borrowing.ownsMessage);
+    EXPECT_EQ(textOf(borrowing), "{'n':1}");
+
+    const bsonDocument invalid(bytesOf(bytes), sizeOf(bytes), true, true);
+    EXPECT_TRUE(invalid.elementList.empty() && invalid.messageSize == bytes.size());
+    const bsonDocument none(nullptr, 7, true, true);  // reads as no bytes
+    EXPECT_TRUE(none.elementList.empty());
+    const std::unique_ptr<bsonDocument> copyOfNone(none.getCopy());
+    EXPECT_FALSE(bsonDocument::isMessageValid(nullptr, 7, false));
+}
+
+TEST(Document, findsByKeyAndKindInOrder) {
+    bsonDocument document;
+    document.addInt32Element("a", 1);
+    document.addStringElement("b", "x");
+    document.addInt32Element("a", 2);
+    const auto& list = document.elementList;
+    EXPECT_EQ(document.getElementWithKey("a", 1), list[2]);
+    EXPECT_EQ(document.getElementWithValueType(0x10, 0), list[0]);
+    for (const std::int32_t occurrence : {2, -1, std::numeric_limits<std::int32_t>::min()}) {
+        EXPECT_EQ(document.getElementWithKey("a", occurrence), nullptr);
+        EXPECT_EQ(document.getElementWithValueType(0x10, occurrence), nullptr);
+    }
+    for (const char* key : {"A", "", "aa"}) EXPECT_EQ(document.getElementWithKey(key, 0), nullptr);
+    EXPECT_EQ(document.getElementListWithKey("a"), (std::vector<bsonElement*>{list[0], list[2]}));
+    EXPECT_EQ(document.getElementListWithValueType(0x02), std::vector<bsonElement*>{list[1]});
+    EXPECT_TRUE(document.getElementListWithKey("c").empty());
+}
+
+}  // namespace

@@ -1,0 +1,315 @@
+// What each exported function sends, and what it refuses to send.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+
+#include "interface/lutc.h"
+#include "tests/support/documents.h"
+#include "tests/support/scripted_service.h"
+
+namespace {
+
+// Holds what every function reads, so that each call succeeds.
+constexpr const char* anyReply =
+    "{'type':'response','code':0,'presetName':'p','presetIndex':1,'maxPresetsListSize':9,'presetsList':[],"
+    "'gradeComboIndex':1,'gradeCombo':[],'modelName':'m','friendlyName':'f','modelSerial':'s',"
+    "'colorTransformState':1,'videoConnections':[],'value':'v'}";
+
+const std::string name32(32, 'n'), name33(33, 'n');
+const cdl values{{0.1, 0.2, 0.3}, {1.0, 1.1, 1.2}, {2.0, 2.1, 2.2}, 0.5};
+#define CDL_FIELDS "'power':[1.0,1.1,1.2],'slope':[2.0,2.1,2.2],'offset':[0.1,0.2,0.3],'saturation':0.5"
+unsigned char table[] = {1, 2, 3, 4};
+char tableFormat[] = "f16";
+const testPattern square{"square", 3, 0.25, {65535, 0, 1}, {0, 2, 0}}, bars{"Square", -1, 0.25, {1, 1, 1}, {1, 1, 1}};
+
+gradeComponent component(int kind, int typeIndex) {
+    gradeComponent made{};
+    made.kind = kind;
+    made.typeIndex = typeIndex;
+    return made;
+}
+gradeComponent cdlComponent(int kind, int typeIndex) {
+    gradeComponent made = component(kind, typeIndex);
+    made.cdlValues = const_cast<cdl*>(&values);
+    return made;
+}
+gradeComponent dataComponent(int kind, int typeIndex, int size) {
+    gradeComponent made = component(kind, typeIndex);
+    made.data = size == 0 ? nullptr : table;
+    made.dataSize = size;
+    made.dataFormat = tableFormat;
+    return made;
+}
+gradeComponent patternComponent(int typeIndex, const testPattern* pattern) {
+    gradeComponent made = component(LUTC_KIND_TEST_PATTERN, typeIndex);
+    made.pattern = pattern;
+    return made;
+}
+
+int live(std::vector<gradeComponent> components) {
+    return lutc_send_live(0, 0, false, components.data(), static_cast<int>(components.size()));
+}
+int store(std::vector<gradeComponent> components) {
+    return lutc_send_preset(nullptr, 0, 0, 0, false, 0, components.data(), static_cast<int>(components.size()));
+}
+
+int readPreset(const char* name, int index) {
+    int count = 0, combo = 0;
+    return lutc_recv_preset(name, index, &combo, nullptr, &count);
+}
+int readSelected(int channel) {
+    char name[32];
+    int index = 0;
+    return lutc_get_preset(channel, name, &index);
+}
+int connectVideo(int sourceType, int sourceIndex, int destinationType, int destinationIndex) {
+    const videoConnection connection{sourceType, sourceIndex, destinationType, destinationIndex};
+    return lutc_set_video_connection(&connection);
+}
+
+const struct {
+    const char* command;
+    std::string fields;
+    std::function<int()> call;
+} sent[] = {
+    {"loadPresetsFromMedia", "", [] { return lutc_load_presets_from_media(); }},
+    {"savePresetsToMedia", "", [] { return lutc_save_presets_to_media(); }},
+    {"deleteAllPresets", "", [] { return lutc_delete_all_presets(); }},
+    {"getPresetsList", "",
+     [] {
+         presetEntry* presets = nullptr;
+         int count = 0, most = 0;
+         const int result = lutc_preset_list(&presets, &count, &most);
+         free(presets);
+         return result;
+     }},
+    {"deletePreset", "'presetName':''", [] { return lutc_delete_preset("", 5); }},
+    {"deletePreset", "'presetName':'" + name32 + "'", [] { return lutc_delete_preset(name32.c_str(), 0); }},
+    {"deletePreset", "'presetIndex':1", [] { return lutc_delete_preset(nullptr, 1); }},
+    {"deletePreset", "", [] { return lutc_delete_preset(nullptr, 0); }},
+    {"deletePreset", "", [] { return lutc_delete_preset(nullptr, INT_MIN); }},
+    {"renamePreset", "'presetName':'a','newName':'" + name33 + "'",
+     [] { return lutc_rename_preset("a", 2, name33.c_str()); }},
+    {"renamePreset", "'presetIndex':2,'newName':''", [] { return lutc_rename_preset(nullptr, 2, ""); }},
+    {"movePreset", "'presetName':'a','toIndex':-1", [] { return lutc_move_preset("a", 0, -1); }},
+    {"movePreset", "'presetIndex':1,'toIndex':2", [] { return lutc_move_preset(nullptr, 1, 2); }},
+    {"movePreset", "'toIndex':0", [] { return lutc_move_preset(nullptr, 0, 0); }},
+    {"getSelectedPreset", "'channelIndex':2", [] { return readSelected(2); }},
+    {"getSelectedPreset", "", [] { return readSelected(0); }},
+    {"getSelectedPreset", "", [] { return readSelected(-1); }},
+    {"setSelectedPreset", "'channelIndex':1,'presetName':'a'", [] { return lutc_set_preset(1, "a", 4); }},
+    {"setSelectedPreset", "'channelIndex':1,'presetIndex':1", [] { return lutc_set_preset(1, nullptr, 1); }},
+    {"setSelectedPreset", "'channelIndex':1", [] { return lutc_set_preset(1, nullptr, 0); }},
+    {"setSelectedPreset", "'presetName':''", [] { return lutc_set_preset(0, "", 1); }},
+    {"getOverridePreset", "",
+     [] {
+         char name[32];
+         int index = 0;
+         return lutc_get_override_preset(name, &index);
+     }},
+    {"setOverridePreset", "'presetName':'a'", [] { return lutc_set_override_preset("a", 1); }},
+    {"setOverridePreset", "'presetIndex':1", [] { return lutc_set_override_preset(nullptr, 1); }},
+    {"setOverridePreset", "'presetIndex':0", [] { return lutc_set_override_preset(nullptr, 0); }},
+    {"setOverridePreset", "", [] { return lutc_set_override_preset(nullptr, -1); }},
+    {"sendGradeCombo", "'channelIndex':1,'resetAndApply':true,'gradeComboIndex':2",
+     [] { return lutc_send_combination(1, true, 2); }},
+    {"sendGradeCombo", "'resetAndApply':false,'gradeComboIndex':0", [] { return lutc_send_combination(0, false, 0); }},
+    {"sendGradeCombo", "'resetAndApply':true,'gradeComboIndex':-1", [] { return lutc_send_combination(-1, true, -1); }},
+    {"sendLut",
+     "'channelIndex':2,'resetAndApply':true,'lutIndex':1,'type':'3dlut','dataFormat':'f16','data':'hex:01020304'",
+     [] { return lutc_send_lut(2, 1, true, "3dlut", tableFormat, table, 4); }},
+    {"sendLut", "'resetAndApply':false,'type':'','dataFormat':'','data':'hex:'",
+     [] { return lutc_send_lut(0, 0, false, "", "", nullptr, 0); }},
+    {"sendLut", "'resetAndApply':false,'type':'1dlut','dataFormat':'f','data':'hex:01'",
+     [] { return lutc_send_lut(-1, -1, false, "1dlut", "f", table, 1); }},
+    {"sendCDL", "'channelIndex':1,'resetAndApply':true,'cdlIndex':2," CDL_FIELDS,
+     [] { return lutc_send_cdl(1, 2, true, &values); }},
+    {"sendCDL", "'resetAndApply':false," CDL_FIELDS, [] { return lutc_send_cdl(0, 0, false, &values); }},
+    {"sendCDL", "'resetAndApply':false," CDL_FIELDS, [] { return lutc_send_cdl(-1, -1, false, &values); }},
+    {"sendSaturation", "'channelIndex':1,'resetAndApply':true,'saturationIndex':2,'saturation':0.25",
+     [] { return lutc_send_saturation(1, 2, true, 0.25); }},
+    {"sendSaturation", "'resetAndApply':false,'saturation':1.0", [] { return lutc_send_saturation(0, 0, false, 1); }},
+    {"sendSaturation", "'resetAndApply':false,'saturation':1.0", [] { return lutc_send_saturation(-1, -1, false, 1); }},
+    {"sendLive", "'channelIndex':1,'gradeComboIndex':2,'resetAndApply':true,'gradeCombo':[]",
+     [] { return lutc_send_live(1, 2, true, nullptr, 0); }},
+    {"sendLive", "'resetAndApply':false,'gradeCombo':[]", [] { return lutc_send_live(0, 0, false, nullptr, -1); }},
+    {"sendLive", "'resetAndApply':false,'gradeCombo':[]", [] { return lutc_send_live(-1, -1, false, nullptr, 0); }},
+    {"sendLive",
+     "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'tpg','patternType':'square','videoFormat':3,"
+     "'squareSize':0.25,'fgColor':[65535,0,1],'bgColor':[0,2,0]},"
+     "{'type':'tpg','patternType':'Square','videoFormat':-1},"
+     "{'type':'3dlut','dataFormat':'f16','data':'hex:0102'},{'type':'cdl','dataFormat':'cdl'," CDL_FIELDS "},{}]",
+     [] {
+         return live({patternComponent(1, &square), patternComponent(0, &bars), dataComponent(3, -1, 2),
+                      cdlComponent(0, 0), component(5, 0)});
+     }},
+    {"sendPreset",
+     "'presetName':'a','toIndex':2,'gradeComboIndex':3,'applyPreset':true,'applyChannel':4,'gradeCombo':[]",
+     [] { return lutc_send_preset("a", 1, 2, 3, true, 4, nullptr, 0); }},
+    {"sendPreset", "'presetIndex':5,'applyPreset':true,'gradeCombo':[]",
+     [] { return lutc_send_preset(nullptr, 5, 0, 0, true, 0, nullptr, 0); }},
+    {"sendPreset", "'gradeCombo':[]", [] { return lutc_send_preset(nullptr, 0, -1, -1, false, 3, nullptr, -1); }},
+    {"sendPreset", "'presetName':'','gradeCombo':[]",
+     [] { return lutc_send_preset("", 3, 0, 0, false, 0, nullptr, 0); }},
+    {"sendPreset",
+     "'gradeCombo':[{'typeIndex':1,'type':'cdl','dataFormat':'cdl'," CDL_FIELDS "},"
+     "{'type':'cdl','dataFormat':'cdl','data':'hex:'},{'type':'saturation','dataFormat':'cdl'," CDL_FIELDS "},"
+     "{'type':'saturation','dataFormat':'cdl','data':'hex:0102'},"
+     "{'typeIndex':2,'type':'1dlut','dataFormat':'f16','data':'hex:01020304'},"
+     "{'type':'3dlut','dataFormat':'f16','data':'hex:'},{'typeIndex':7},{},{'typeIndex':9},{},{}]",
+     [] {
+         return store({cdlComponent(0, 1), dataComponent(0, 0, 0), cdlComponent(1, -1), dataComponent(1, 0, 2),
+                       dataComponent(2, 2, 4), dataComponent(3, 0, 0), patternComponent(7, nullptr),
+                       patternComponent(0, &square), component(9, 9), component(-1, 0), dataComponent(5, 0, 3)});
+     }},
+    {"getPreset", "'presetName':'a'", [] { return readPreset("a", 1); }},
+    {"getPreset", "'presetName':'" + name32 + "'", [] { return readPreset(name32.c_str(), 0); }},
+    {"getPreset", "'presetIndex':1", [] { return readPreset(nullptr, 1); }},
+    {"getPreset", "", [] { return readPreset(nullptr, 0); }},
+    {"sendClientInfo", "'clientModel':'m','versionNumber':'v','clientSerial':'s'",
+     [] { return lutc_client_info("m", "v", "s"); }},
+    {"sendClientInfo", "'clientModel':'','clientSerial':''", [] { return lutc_client_info("", nullptr, ""); }},
+    {"sendClientInfo", "'clientModel':'m'", [] { return lutc_client_info("m", nullptr, nullptr); }},
+    {"getModelInfo", "", [] { return lutc_model_info(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); }},
+    {"getColorTransformState", "'channelIndex':1",
+     [] {
+         int state = 0;
+         return lutc_get_state(&state, 1);
+     }},
+    {"getColorTransformState", "",
+     [] {
+         int state = 0;
+         return lutc_get_state(&state, -1);
+     }},
+    {"setColorTransformState", "'channelIndex':1,'colorTransformState':-5", [] { return lutc_set_state(-5, 1); }},
+    {"setColorTransformState", "'colorTransformState':0", [] { return lutc_set_state(0, 0); }},
+    {"getVideoConnections", "",
+     [] {
+         videoConnection connections[8];
+         int count = 0;
+         return lutc_get_video_connections(connections, &count);
+     }},
+    {"setVideoConnection", "'sourceType':'input','sourceIndex':1,'destinationType':'channel','destinationIndex':2",
+     [] { return connectVideo(0, 1, 1, 2); }},
+    {"setVideoConnection", "'sourceType':'channel','sourceIndex':-1,'destinationType':'output','destinationIndex':0",
+     [] { return connectVideo(1, -1, 2, 0); }},
+    {"setVideoConnection", "'sourceIndex':0,'destinationIndex':0", [] { return connectVideo(2, 0, 0, 0); }},
+    {"setVideoConnection", "'sourceIndex':1,'destinationIndex':1", [] { return connectVideo(-1, 1, 3, 1); }},
+    {"getOption", "'name':''", [] { return lutc_get_option("", nullptr, 0); }},
+    {"setOption", "'name':'n','value':'10'", [] { return lutc_set_option("n", "10"); }},
+    {"setOption", "'name':'','value':''", [] { return lutc_set_option("", ""); }},
+};
+
+std::string commandText(const std::string& command, const std::string& fields) {
+    return "{'protocolVersion':'2.0','type':'command','msgID':1,'command':'" + command + "'" +
+           (fields.empty() ? "" : "," + fields) + "}";
+}
+
+TEST(Commands, areSentFieldByField) {
+    for (const auto& row : sent) {
+        SCOPED_TRACE(row.command + (" " + row.fields));
+        ScriptedService service({send(encoded(anyReply)), hangUp()});
+        EXPECT_EQ(row.call(), 0);
+        EXPECT_EQ(decoded(service.command()), commandText(row.command, row.fields));
+    }
+}
+
+TEST(Commands, failWithACodeOtherThanZero) {
+    for (const auto& row : sent) {
+        SCOPED_TRACE(row.command);
+        for (const int code : {1, -1}) {
+            const auto reply = documentFrom(anyReply);
+            reply->getElementWithKey("code", 0)->setInt32Value(code);
+            ScriptedService service({send(encoded(*reply)), hangUp()});
+            EXPECT_EQ(row.call(), -1);
+        }
+    }
+}
+
+TEST(Commands, mayBeLarge) {
+    std::vector<unsigned char> lut(65 * 65 * 65 * 3 * sizeof(float));
+    for (std::size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<unsigned char>(i * 7);
+    gradeComponent component = dataComponent(LUTC_KIND_LUT_3D, 1, 0);
+    component.data = lut.data();
+    component.dataSize = static_cast<int>(lut.size());
+    ScriptedService service({send(encoded(anyReply)), hangUp()});
+    EXPECT_EQ(live({component}), 0);
+    EXPECT_EQ(decoded(service.command()),
+              commandText("sendLive",
+                          "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'3dlut',"
+                          "'dataFormat':'f16','data':'hex:" +
+                              toHex(lut.data(), lut.size()) + "'}]"));
+}
+
+// No service is there, so that a connect fails the test.
+TEST(Commands, thatCantBeMadeAreRefusedBeforeAnyConnection) {
+    const char* const longName = name33.c_str();
+    char text[32] = "unchanged";
+    int number = 7, *const none = nullptr;
+    presetEntry* presets = nullptr;
+    gradeCombo* combos = nullptr;
+    gradeChannel* channels = nullptr;
+    gradeComponent record = component(77, 77);
+    videoConnection connections[8];
+    const testPattern unnamed{};
+
+    EXPECT_EQ(lutc_preset_list(nullptr, &number, &number), -1);
+    EXPECT_EQ(lutc_preset_list(&presets, none, &number), -1);
+    EXPECT_EQ(lutc_preset_list(&presets, &number, none), -1);
+    EXPECT_EQ(lutc_delete_preset(longName, 1), -1);
+    EXPECT_EQ(lutc_rename_preset(longName, 1, "a"), -1);
+    EXPECT_EQ(lutc_rename_preset("a", 1, nullptr), -1);
+    EXPECT_EQ(lutc_move_preset(longName, 1, 1), -1);
+    EXPECT_EQ(lutc_get_preset(1, nullptr, &number), -1);
+    EXPECT_EQ(lutc_get_preset(1, text, none), -1);
+    EXPECT_EQ(lutc_set_preset(0, longName, 1), -1);
+    EXPECT_EQ(lutc_get_override_preset(nullptr, &number), -1);
+    EXPECT_EQ(lutc_get_override_preset(text, none), -1);
+    EXPECT_EQ(lutc_set_override_preset(longName, 1), -1);
+    EXPECT_EQ(lutc_send_cdl(1, 1, true, nullptr), -1);
+    EXPECT_EQ(lutc_send_lut(1, 1, true, nullptr, "f", table, 1), -1);
+    EXPECT_EQ(lutc_send_lut(1, 1, true, "1dlut", nullptr, table, 1), -1);
+    EXPECT_EQ(lutc_send_lut(1, 1, true, "1dlut", "f", nullptr, 1), -1);
+    EXPECT_EQ(lutc_send_lut(1, 1, true, "1dlut", "f", table, -1), -1);
+    EXPECT_EQ(lutc_send_live(1, 1, true, nullptr, 1), -1);
+    EXPECT_EQ(lutc_send_preset("a", 1, 1, 1, true, 1, nullptr, 1), -1);
+    EXPECT_EQ(lutc_send_preset(longName, 1, 1, 1, true, 1, nullptr, 0), -1);
+    for (const int kind : {0, 1, 2, 3}) {
+        gradeComponent negative = dataComponent(kind, 1, -1), null = dataComponent(kind, 1, 1);
+        null.data = nullptr;
+        for (const gradeComponent& refused : {negative, null}) {
+            EXPECT_EQ(live({cdlComponent(0, 1), refused}), -1);
+            EXPECT_EQ(store({cdlComponent(0, 1), refused}), -1);
+        }
+    }
+    for (const int kind : {2, 3}) {
+        gradeComponent refused = dataComponent(kind, 1, 1);
+        refused.dataFormat = nullptr;
+        EXPECT_EQ(live({refused}), -1);
+        EXPECT_EQ(store({refused}), -1);
+    }
+    EXPECT_EQ(live({patternComponent(1, nullptr)}), -1);
+    EXPECT_EQ(live({patternComponent(1, &unnamed)}), -1);
+    EXPECT_EQ(lutc_recv_preset(longName, 1, &number, &record, &number), -1);
+    EXPECT_EQ(lutc_recv_preset("a", 1, &number, &record, none), -1);
+    EXPECT_EQ(lutc_recv_preset("a", 1, none, nullptr, &number), -1);
+    EXPECT_EQ(lutc_client_info(nullptr, "v", "s"), -1);
+    EXPECT_EQ(lutc_model_info(text, text, text, &combos, none, &channels, &number), -1);
+    EXPECT_EQ(lutc_model_info(text, text, text, &combos, &number, &channels, none), -1);
+    EXPECT_EQ(lutc_get_state(none, 1), -1);
+    EXPECT_EQ(lutc_get_video_connections(nullptr, &number), -1);
+    EXPECT_EQ(lutc_get_video_connections(connections, none), -1);
+    EXPECT_EQ(lutc_set_video_connection(nullptr), -1);
+    EXPECT_EQ(lutc_get_option(nullptr, text, 32), -1);
+    EXPECT_EQ(lutc_get_option("n", nullptr, 1), -1);
+    EXPECT_EQ(lutc_set_option(nullptr, "v"), -1);
+    EXPECT_EQ(lutc_set_option("n", nullptr), -1);
+    EXPECT_STREQ(text, "unchanged");
+    EXPECT_EQ(number, 7);
+    EXPECT_TRUE(!presets && !combos && !channels && record.kind == 77);
+}
+
+}  // namespace

@@ -1,0 +1,173 @@
+// The exchange: how a reply is received, what is skipped, and what ends a call.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "interface/lutc.h"
+#include "tests/support/documents.h"
+#include "tests/support/scripted_service.h"
+
+namespace {
+
+using Line = ScriptedService::Line;
+
+const std::string ok = encoded("{'type':'response','code':0}");
+const std::string event = encoded("{'type':'event','code':7,'x':'yz'}");
+constexpr int apart = 60;  // milliseconds that part two messages
+
+// A reply of exactly that size.
+std::string padded(const std::string& fields, std::size_t size) {
+    const auto document = documentFrom("{'type':'response','code':0," + fields + "}");
+    document->addBinaryElement("fill", nullptr, 0);
+    const std::string fill(size - document->calculateMessageSizeFromKeyValueList(), 'f');
+    document->getElementWithKey("fill", 0)->setBinaryValue(bytesOf(fill), sizeOf(fill), true, 0);
+    return encoded(*document);
+}
+
+int save(std::vector<Step> script, Line line = Line::Socket) {
+    ScriptedService service(std::move(script), line);
+    return lutc_save_presets_to_media();
+}
+
+int list() {
+    presetEntry* presets = nullptr;
+    int count = 0, most = 0;
+    const int result = lutc_preset_list(&presets, &count, &most);
+    free(presets);
+    return result;
+}
+
+int receive() {
+    int count = 0;
+    return lutc_recv_preset("p", 0, nullptr, nullptr, &count);
+}
+
+std::vector<Step> script(std::initializer_list<std::vector<Step>> parts) {
+    std::vector<Step> all;
+    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
+    const struct {
+        std::size_t capacity;
+        int (*call)();
+        const char* fields;
+    } rows[] = {
+        {1024, lutc_save_presets_to_media, "'a':1"},
+        {524288, list, "'maxPresetsListSize':1,'presetsList':[]"},
+        {2097152, receive, "'gradeCombo':[]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.capacity);
+        const std::string fits = padded(row.fields, row.capacity), tooLong = padded(row.fields, row.capacity + 1);
+        const std::size_t piece = row.capacity / 16;
+        EXPECT_EQ(punctually({send(fits)}, row.call), 0);
+        EXPECT_EQ(punctually({send(tooLong)}, row.call), -1);
+        EXPECT_EQ(punctually(dribble(fits, piece, 2), row.call), 0);
+        EXPECT_EQ(punctually(dribble(tooLong, piece, 2), row.call), -1);
+    }
+}
+
+TEST(Exchange, aPauseEndsAMessage) {
+    for (const std::size_t first : {std::size_t{1}, ok.size() / 2, ok.size() - 1}) {
+        EXPECT_EQ(punctually(dribble(ok, first, 3), lutc_save_presets_to_media), 0);
+        EXPECT_EQ(save({send(ok.substr(0, first)), pause(apart), send(ok.substr(first))}), -1);
+    }
+}
+
+TEST(Exchange, messagesOfAnotherTypeAreSkipped) {
+    const auto afterwards = [](const std::string& message) {
+        return save({send(message), pause(apart), send(ok), hangUp()});
+    };
+    EXPECT_EQ(afterwards(event), 0);
+    EXPECT_EQ(save({send(event), pause(apart), send(event), pause(apart), send(ok)}), 0);
+    EXPECT_EQ(afterwards(event + ok), -1);  // one message of the wrong length
+    EXPECT_EQ(save({send(event), pause(apart), send(encoded("{'type':'response','code':1}"))}), -1);
+    EXPECT_EQ(save({send(event), hangUp()}), -1);
+    EXPECT_EQ(save({send(event), reset()}), -1);
+    EXPECT_EQ(save({send(ok + ok)}), -1);
+    EXPECT_EQ(afterwards(encoded("{'type':'Response','code':0}")), 0);
+    // No message at all, or one without a type: nothing is waited for any more.
+    for (const char* text : {"{}", "{'code':0}", "{'type':1,'code':0}", "{'type':{},'code':0}"}) {
+        EXPECT_EQ(afterwards(encoded(text)), -1) << text;
+    }
+    EXPECT_EQ(afterwards("no document"), -1);
+    EXPECT_EQ(afterwards(encoded("{'type':'response','code':0.0}")), -1);
+    EXPECT_EQ(afterwards(encoded("{'type':'response','code':false}")), -1);
+    EXPECT_EQ(afterwards(encoded("{'type':'response'}")), -1);
+    EXPECT_EQ(save({send(encoded("{'code':0,'type':'response'}"))}), 0);
+}
+
+TEST(Exchange, closeAndResetAtEachStage) {
+    const std::string half = ok.substr(0, 9);
+    for (const auto& end : {hangUp(), reset()}) {
+        EXPECT_EQ(save({end}), -1);
+        EXPECT_EQ(save({send(half), end}), -1);
+        EXPECT_EQ(save({send(ok), end}), 0);
+    }
+}
+
+TEST(Exchange, anyDescriptorServes) {
+    EXPECT_EQ(save({send(ok)}, Line::DescriptorZero), 0);
+    EXPECT_EQ(save({}, Line::Refused), -1);  // and is disconnected; see the service
+}
+
+// A reply sees the call through 200 ms in which a signal arrives each millisecond, in the wait and in the message.
+TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
+    static volatile sig_atomic_t count;
+    count = 0;
+    struct sigaction action {
+    }, before{};
+    action.sa_handler = [](int) { count = count + 1; };
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
+    sigevent target{};
+    target.sigev_notify = SIGEV_THREAD_ID;
+    target.sigev_signo = SIGUSR1;
+    target._sigev_un._tid = static_cast<pid_t>(syscall(SYS_gettid));
+    timer_t timer;
+    ASSERT_EQ(timer_create(CLOCK_MONOTONIC, &target, &timer), 0);
+    const itimerspec everyMillisecond{{0, 1000000}, {0, 1000000}};
+    timer_settime(timer, 0, &everyMillisecond, nullptr);
+
+    EXPECT_EQ(punctually(script({{pause(200)}, dribble(ok, 6, 3)}), lutc_save_presets_to_media), 0);
+    EXPECT_GT(count, 50);
+    EXPECT_EQ(save({send(ok.substr(0, 9)), pause(apart), send(ok.substr(9))}), -1);
+
+    timer_delete(timer);
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+// SIGPIPE has its default disposition here, which would end the test.
+TEST(Exchange, aClosedPeerRaisesNoSignal) {
+    sigset_t sigpipe, mask, pending;
+    sigemptyset(&sigpipe);
+    sigaddset(&sigpipe, SIGPIPE);
+    for (const Line line : {Line::ClosedSocket, Line::ClosedPipe}) {
+        for (const bool alreadyPending : {false, true}) {
+            if (alreadyPending) {
+                pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
+                pthread_kill(pthread_self(), SIGPIPE);
+            }
+            EXPECT_EQ(save({}, line), -1);
+            pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+            sigpending(&pending);
+            EXPECT_EQ(sigismember(&mask, SIGPIPE), alreadyPending ? 1 : 0);
+            EXPECT_EQ(sigismember(&pending, SIGPIPE), alreadyPending ? 1 : 0);
+            if (!alreadyPending) continue;
+            const timespec now{0, 0};
+            EXPECT_EQ(sigtimedwait(&sigpipe, nullptr, &now), SIGPIPE);
+            pthread_sigmask(SIG_UNBLOCK, &sigpipe, nullptr);
+        }
+    }
+    struct sigaction action {};
+    sigaction(SIGPIPE, nullptr, &action);
+    EXPECT_EQ(action.sa_handler, SIG_DFL);
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+// The stand-in for the RPC client library, against listeners on ports of their own.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <list>
+#include <string>
+
+#include "platform/qv_rpc_client.h"
+
+namespace {
+
+// A loopback socket on that port, or on one of its own; it listens if a backlog is given.
+class Port {
+  public:
+    explicit Port(int backlog, int number = 0) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(number));
+        bound_ = bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        socklen_t size = sizeof address;
+        getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+        number_ = ntohs(address.sin_port);
+        if (backlog >= 0) listen(socket_, backlog);
+    }
+    ~Port() { close(socket_); }
+
+    int listener() const { return socket_; }
+    bool bound() const { return bound_; }
+    int number() const { return number_; }
+    std::string text() const { return std::to_string(number_); }
+
+  private:
+    int socket_;
+    bool bound_;
+    int number_;
+};
+
+struct Connection {
+    std::uint32_t status = 99, localPort = 99;
+    int descriptor;
+
+    explicit Connection(const std::string& port, const char* host = "127.0.0.1")
+        : descriptor(qv_rpc_client_connect(host, port.c_str(), &status, &localPort)) {}
+    ~Connection() {
+        qv_rpc_client_disconnect(descriptor, &status, &localPort);
+        EXPECT_EQ(status, 0u);
+        EXPECT_EQ(localPort, 0u);
+        EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
+    }
+
+    // What a call sees when the service can't be reached.
+    bool failsAtOnce() const {
+        char byte;
+        pollfd waiting{descriptor, POLLIN, 0};
+        return descriptor < 0 || (poll(&waiting, 1, 0) != 0 && read(descriptor, &byte, 1) <= 0);
+    }
+};
+
+TEST(Qv, connects) {
+    const Port port(4);
+    const Connection connection(port.text());
+    ASSERT_EQ(connection.status, 0u);
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    const int accepted = accept(port.listener(), reinterpret_cast<sockaddr*>(&peer), &size);
+    ASSERT_GE(accepted, 0);
+    EXPECT_EQ(connection.localPort, ntohs(peer.sin_port));
+
+    int noDelay = 0;
+    size = sizeof noDelay;
+    getsockopt(connection.descriptor, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+    EXPECT_NE(noDelay, 0);
+    EXPECT_EQ(fcntl(connection.descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    EXPECT_EQ(fcntl(connection.descriptor, F_GETFL) & O_NONBLOCK, 0);
+
+    char byte = 'x';
+    EXPECT_EQ(write(connection.descriptor, &byte, 1), 1);
+    byte = 0;
+    EXPECT_EQ(read(accepted, &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+    close(accepted);
+    EXPECT_EQ(read(connection.descriptor, &byte, 1), 0);
+}
+
+TEST(Qv, failsAtOnceWhereNobodyListens) {
+    const Port port(-1);
+    const Connection connection(port.text());
+    EXPECT_EQ(connection.status, static_cast<std::uint32_t>(ECONNREFUSED));
+    EXPECT_EQ(connection.localPort, 0u);
+    EXPECT_TRUE(connection.failsAtOnce());
+    for (const char* bad : {"", "x", "0", "65536", "80x", "-1"}) {
+        const Connection refused(bad);
+        EXPECT_NE(refused.status, 0u) << bad;
+        EXPECT_TRUE(refused.failsAtOnce()) << bad;
+    }
+}
+
+// Local ports are handed out in turn, and a connect picks even ones first, so that within so many attempts at a free even
+// port the connection's own end gets that port, and reaches itself.
+TEST(Qv, aConnectionToItselfCountsAsRefused) {
+    int free = Port(-1).number() & ~1;
+    while (!Port(-1, free).bound()) free += 2;
+    for (int attempt = 0; attempt < 40000; ++attempt) {
+        const Connection connection(std::to_string(free));
+        ASSERT_EQ(connection.status, static_cast<std::uint32_t>(ECONNREFUSED)) << attempt;
+        ASSERT_TRUE(connection.failsAtOnce());
+    }
+}
+
+TEST(Qv, aFullBacklogIsGivenUp) {
+    const Port port(0);
+    const auto begin = std::chrono::steady_clock::now();
+    std::list<Connection> connections;
+    while (connections.size() < 4 && (connections.empty() || connections.back().status == 0)) {  // nobody accepts
+        connections.emplace_back(port.text());
+    }
+    EXPECT_TRUE(connections.back().failsAtOnce());
+    EXPECT_EQ(connections.back().status, static_cast<std::uint32_t>(ETIMEDOUT));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+}
+
+}  // namespace

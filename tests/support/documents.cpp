@@ -1,0 +1,112 @@
+#include "tests/support/documents.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+std::unique_ptr<bsonDocument> fromJson(const json& object) {
+    auto document = std::make_unique<bsonDocument>();
+    for (const auto& item : object.items()) {
+        const std::string& key = item.key();
+        const json& value = item.value();
+        if (value.is_structured()) {
+            document->addDocumentElement(key, fromJson(value).release(), value.is_array());
+        } else if (value.is_boolean()) {
+            document->addBooleanElement(key, value.get<bool>());
+        } else if (value.is_number_integer()) {
+            document->addInt32Element(key, value.get<std::int32_t>());
+        } else if (value.is_number_float()) {
+            document->addDoubleElement(key, value.get<double>());
+        } else if (value.is_null()) {
+            document->elementList.push_back(new bsonElement(key));
+        } else if (const auto text = value.get<std::string>(); text.rfind("hex:", 0) == 0) {
+            const std::string bytes = fromHex(text.substr(4));
+            document->addBinaryElement(key, bytesOf(bytes), sizeOf(bytes));
+        } else {
+            document->addStringElement(key, text);
+        }
+    }
+    return document;
+}
+
+std::string valueText(const bsonElement& element) {
+    switch (element.valueType) {
+        case 0x01:
+            return json(element.getDoubleValue()).dump();
+        case 0x02:
+            return "'" + element.getStringValue() + "'";
+        case 0x03:
+        case 0x04:
+            return textOf(*element.documentValue, element.valueType == 0x04);
+        case 0x05:
+            if (element.binarySubtype != 0) break;
+            return "'hex:" + toHex(element.value, element.valueSize) + "'";
+        case 0x08:
+            return element.getBoolValue() ? "true" : "false";
+        case 0x0A:
+            return "null";
+        case 0x10:
+            return std::to_string(element.getInt32Value());
+    }
+    return "<" + toHex(&element.valueType, 1) + " " + toHex(&element.binarySubtype, 1) + ":" +
+           toHex(element.value, element.valueSize) + ">";
+}
+
+}  // namespace
+
+std::unique_ptr<bsonDocument> documentFrom(const std::string& text) {
+    std::string quoted = text;
+    std::replace(quoted.begin(), quoted.end(), '\'', '"');
+    return fromJson(json::parse(quoted));
+}
+
+std::string textOf(const bsonDocument& document, bool isArray) {
+    std::string text;
+    std::size_t index = 0;
+    for (const bsonElement* element : document.elementList) {
+        if (!text.empty()) text += ",";
+        if (!isArray) {
+            text += "'" + element->key + "':";
+        } else if (element->key != std::to_string(index++)) {
+            text += "<key " + element->key + ">";
+        }
+        text += valueText(*element);
+    }
+    return isArray ? "[" + text + "]" : "{" + text + "}";
+}
+
+std::string encoded(bsonDocument& document) {
+    document.convertElementListToMessage();
+    return std::string(reinterpret_cast<const char*>(document.message), document.messageSize);
+}
+
+std::string encoded(const std::string& text) { return encoded(*documentFrom(text)); }
+
+std::string decoded(const std::string& bytes) {
+    bsonDocument document(bytesOf(bytes), sizeOf(bytes), true, false);
+    return document.convertMessageToElementList(true) == 1 ? textOf(document) : "<invalid>";
+}
+
+std::string fromHex(const std::string& hex) {
+    std::string digits;
+    std::copy_if(hex.begin(), hex.end(), std::back_inserter(digits), [](char c) { return c != ' '; });
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
+std::string toHex(const void* bytes, std::size_t size) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string hex;
+    for (std::size_t i = 0; i < size; ++i) {
+        const unsigned char byte = static_cast<const unsigned char*>(bytes)[i];
+        hex += digits[byte >> 4];
+        hex += digits[byte & 15];
+    }
+    return hex;
+}

@@ -1,0 +1,188 @@
+#include "tests/support/scripted_service.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/qv_rpc_client.h"
+
+namespace {
+
+thread_local ScriptedService* current = nullptr;
+constexpr std::uint32_t firstMark = 0xC0FFEE01, secondMark = 0xC0FFEE02;
+
+}  // namespace
+
+int qv_rpc_client_connect(const char* host, const char* port, std::uint32_t* status, std::uint32_t* localPort) {
+    if (current) return current->connect(host, port, status, localPort);
+    ADD_FAILURE() << "a call connected that must not";
+    return -1;
+}
+
+void qv_rpc_client_disconnect(int descriptor, std::uint32_t* status, std::uint32_t* localPort) {
+    if (current) current->disconnect(descriptor, status, localPort);
+}
+
+std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds) {
+    std::vector<Step> steps;
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        if (at != 0) steps.push_back(pause(milliseconds));
+        steps.push_back(send(bytes.substr(at, piece)));
+    }
+    return steps;
+}
+
+ScriptedService::ScriptedService(std::vector<Step> script, Line line) : script_(std::move(script)), line_(line) {
+    current = this;
+}
+
+ScriptedService::~ScriptedService() {
+    finish();
+    current = nullptr;
+    if (savedZero_ >= 0) {
+        dup2(savedZero_, 0);
+        close(savedZero_);
+    }
+    EXPECT_EQ(disconnects_, connects_);
+}
+
+int ScriptedService::connect(const char* host, const char* port, std::uint32_t* first, std::uint32_t* second) {
+    EXPECT_STREQ(host, "127.0.0.1");
+    EXPECT_STREQ(port, "54440");
+    EXPECT_EQ(*first, 0u);
+    EXPECT_EQ(*second, 0u);
+    EXPECT_EQ(++connects_, 1);
+    values_[0] = first;
+    values_[1] = second;
+    *first = firstMark;
+    *second = secondMark;
+    if (line_ == Line::Refused) return descriptor_ = -1;
+
+    int ends[2];
+    const int made =
+        line_ == Line::ClosedPipe ? pipe2(ends, O_CLOEXEC) : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
+    if (made != 0) {
+        ADD_FAILURE() << "no connection: " << strerror(errno);
+        return descriptor_ = -1;
+    }
+    peer_ = ends[0];
+    descriptor_ = ends[1];
+    if (line_ == Line::DescriptorZero) {
+        savedZero_ = fcntl(0, F_DUPFD_CLOEXEC, 3);
+        dup2(descriptor_, 0);
+        close(descriptor_);
+        descriptor_ = 0;
+    }
+    if (line_ == Line::ClosedSocket || line_ == Line::ClosedPipe) {
+        close(peer_);
+        peer_ = -1;
+    } else {
+        sigset_t all, before;  // signals of the tests are for the calling threads
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+        thread_ = std::thread([this] { run(); });
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+    return descriptor_;
+}
+
+void ScriptedService::disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second) {
+    EXPECT_EQ(descriptor, descriptor_);
+    EXPECT_EQ(++disconnects_, 1);
+    EXPECT_EQ(first, values_[0]);
+    EXPECT_EQ(second, values_[1]);
+    EXPECT_EQ(*first, firstMark);
+    EXPECT_EQ(*second, secondMark);
+    if (descriptor >= 0) close(descriptor);
+}
+
+const std::string& ScriptedService::command() {
+    finish();
+    return command_;
+}
+
+bool ScriptedService::punctual() {
+    finish();
+    return longestGap_ <= std::chrono::milliseconds(9);
+}
+
+// The call has returned: what it wrote is still read, anything else that the service waits for ends.
+void ScriptedService::finish() {
+    if (!thread_.joinable()) return;
+    shutdown(peer_, SHUT_RDWR);
+    thread_.join();
+    close(peer_);
+}
+
+// A socket that is closed before everything was read is reset, so a script with a reset leaves the last byte unread.
+void ScriptedService::readCommand() {
+    const bool leaveOne =
+        std::any_of(script_.begin(), script_.end(), [](const Step& step) { return step.kind == Step::Reset; });
+    std::size_t wanted = 4;
+    while (command_.size() < wanted) {
+        char buffer[65536];
+        const ssize_t got = recv(peer_, buffer, std::min(sizeof buffer, wanted - command_.size()), 0);
+        if (got <= 0) return;
+        command_.append(buffer, static_cast<std::size_t>(got));
+        if (command_.size() == 4) {
+            std::uint32_t length;
+            memcpy(&length, command_.data(), 4);
+            wanted = length - (leaveOne ? 1 : 0);
+        }
+    }
+}
+
+bool ScriptedService::sendInChunks(const std::string& bytes) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        const auto begin = Clock::now();
+        const ssize_t sent =
+            ::send(peer_, bytes.data() + at, std::min<std::size_t>(bytes.size() - at, 65536), MSG_NOSIGNAL);
+        if (sent < 0) return false;
+        at += static_cast<std::size_t>(sent);
+        if (lastSend_ != Clock::time_point()) longestGap_ = std::max(longestGap_, Clock::now() - lastSend_);
+        lastSend_ = begin;
+    }
+    return true;
+}
+
+void ScriptedService::run() {
+    readCommand();
+    for (const Step& step : script_) {
+        switch (step.kind) {
+            case Step::Send:
+                if (!sendInChunks(step.bytes)) return;
+                break;
+            case Step::Pause:
+                for (int unread = 1; ioctl(peer_, SIOCOUTQ, &unread) == 0 && unread > 0;) {
+                    std::this_thread::sleep_for(std::chrono::microseconds(100));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(step.milliseconds));
+                break;
+            case Step::Close:
+            case Step::Reset:
+                close(peer_.exchange(-1));
+                return;
+        }
+    }
+    char more[256];  // a call writes its command and nothing else
+    for (ssize_t got; (got = recv(peer_, more, sizeof more, 0)) > 0;) {
+        command_.append(more, static_cast<std::size_t>(got));
+    }
+}
+
+int punctually(const std::vector<Step>& script, const std::function<int()>& call) {
+    for (int attempt = 0; attempt < 50; ++attempt) {
+        ScriptedService service(script);
+        const int result = call();
+        if (service.punctual()) return result;
+    }
+    ADD_FAILURE() << "the machine is too busy: no attempt had its pieces sent in time";
+    return -2;
+}

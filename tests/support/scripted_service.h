@@ -1,0 +1,71 @@
+// A service that says exactly what arrives when, over a socket pair. It supplies qv_rpc_client_connect and
+// qv_rpc_client_disconnect; a connect reaches the service that the calling thread created last, so tests in several
+// threads don't meet. A connect in a thread without one is a test failure, as is a second connect, a connection that isn't
+// disconnected exactly once, and out-values that aren't handed back.
+#ifndef LUTC_TESTS_SUPPORT_SCRIPTED_SERVICE_H
+#define LUTC_TESTS_SUPPORT_SCRIPTED_SERVICE_H
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+// One thing that the service does once it has read the command.
+struct Step {
+    enum Kind { Send, Pause, Close, Reset } kind;
+    std::string bytes;
+    int milliseconds;
+};
+inline Step send(std::string bytes) { return {Step::Send, std::move(bytes), 0}; }
+inline Step pause(int milliseconds) { return {Step::Pause, {}, milliseconds}; }  // once the client has read all
+inline Step hangUp() { return {Step::Close, {}, 0}; }
+inline Step reset() { return {Step::Reset, {}, 0}; }
+std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds);
+
+class ScriptedService {
+  public:
+    // What connect returns: a socket; the same as descriptor 0; -1; a socket, or the writing end of a pipe, whose other end
+    // is closed.
+    enum class Line { Socket, DescriptorZero, Refused, ClosedSocket, ClosedPipe };
+
+    // After the last step the service is silent.
+    explicit ScriptedService(std::vector<Step> script, Line line = Line::Socket);
+    ~ScriptedService();
+
+    // After the call: the bytes that it wrote, and whether no more than 9 ms lay between any two of the service's sends,
+    // which decides whether a call had to take them as one message.
+    const std::string& command();
+    bool punctual();
+
+    int connect(const char* host, const char* port, std::uint32_t* first, std::uint32_t* second);
+    void disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void run();
+    void readCommand();
+    bool sendInChunks(const std::string& bytes);
+    void finish();
+
+    std::vector<Step> script_;
+    Line line_;
+    std::atomic<int> peer_{-1};
+    int descriptor_ = -1;
+    int savedZero_ = -1;
+    std::uint32_t* values_[2] = {};
+    int connects_ = 0;
+    int disconnects_ = 0;
+    std::string command_;
+    Clock::time_point lastSend_;
+    Clock::duration longestGap_{};
+    std::thread thread_;
+};
+
+// Runs the attempt anew, up to 50 times, while the machine was too busy for the service to send in time.
+int punctually(const std::vector<Step>& script, const std::function<int()>& call);
+
+#endif
