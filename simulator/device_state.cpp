@@ -31,7 +31,7 @@ struct option_model {
 
 const std::map<std::string, option_model>& option_models() {
     static const std::map<std::string, option_model> models{
-        {"deviceName", {"Simulated device", false, {}}},
+        {"friendlyName", {"Simulated device", false, {}}},
         {"note", {"", false, {}}},
         {"videoFormat", {"1080p25", false, {"720p50", "1080p25", "1080p50", "2160p25", "2160p50"}}},
         {"rangeMode", {"full", false, {"full", "legal"}}},
@@ -185,7 +185,7 @@ const std::string& device_state::serial() {
     return number;
 }
 
-std::string device_state::friendly_name() const { return option("deviceName"); }
+std::string device_state::friendly_name() const { return option("friendlyName"); }
 
 const std::vector<std::vector<std::string>>& device_state::grade_combinations() {
     static const std::vector<std::vector<std::string>> combinations{

@@ -88,7 +88,7 @@ TEST_F(Device, RefusesWhatIsNoCommand) {
 }
 
 TEST_F(Device, DescribesItself) {
-    ASSERT_EQ("{}", call("setOption", "{'name':'deviceName','value':'" + std::string(256, 'x') + "'}"));
+    ASSERT_EQ("{}", call("setOption", "{'name':'friendlyName','value':'" + std::string(256, 'x') + "'}"));
     EXPECT_LE(replyBytes(device, commandBytes("getModelInfo")).size(), 1024u);
     const std::string model = call("getModelInfo");
     EXPECT_EQ(0u, model.find("{'modelName':'lutc simulated device','friendlyName':'xxx"));
