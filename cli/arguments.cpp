@@ -70,9 +70,7 @@ void add_cdl_values(CLI::App& command, cdl& values) {
     add_number(command, "--saturation", values.saturation, "Saturation (default 1)");
 }
 
-cdl neutral_cdl() {
-    return cdl{{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0};
-}
+cdl neutral_cdl() { return cdl{{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0}; }
 
 void PresetSelector::add_to(CLI::App& command) {
     const auto read_name = [this](const std::string& text) {

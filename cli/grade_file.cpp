@@ -22,13 +22,9 @@ constexpr std::size_t JSON_LIMIT = 16u << 20;
 constexpr std::array<const char*, 5> TYPE_NAMES = {"cdl", "saturation", "1dlut", "3dlut", "tpg"};
 const char* const SQUARE = "square";
 
-const char* type_name(const Component& component) {
-    return TYPE_NAMES[static_cast<std::size_t>(component.kind)];
-}
+const char* type_name(const Component& component) { return TYPE_NAMES[static_cast<std::size_t>(component.kind)]; }
 
-bool has_payload(const Component& component) {
-    return component.kind != LUTC_KIND_TEST_PATTERN && !component.values;
-}
+bool has_payload(const Component& component) { return component.kind != LUTC_KIND_TEST_PATTERN && !component.values; }
 
 // ---- Reading
 
@@ -213,9 +209,7 @@ std::string payload_name(const std::string& stem, std::size_t position, const Co
     return stem + "-" + std::to_string(position) + "-" + type_name(component) + ".bin";
 }
 
-ordered_json triple_of(const double (&values)[3]) {
-    return ordered_json::array({values[0], values[1], values[2]});
-}
+ordered_json triple_of(const double (&values)[3]) { return ordered_json::array({values[0], values[1], values[2]}); }
 
 ordered_json member_list(const Component& component, const std::string& payload) {
     ordered_json object = {{"type", type_name(component)}};

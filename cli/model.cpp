@@ -21,9 +21,7 @@ struct ClientOptions {
     std::optional<std::string> serial;
 };
 
-const char* or_null(const std::optional<std::string>& text) {
-    return text ? text->c_str() : nullptr;
-}
+const char* or_null(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
 ordered_json combination(int index, const gradeCombo& combo) {
     ordered_json slots = ordered_json::array();

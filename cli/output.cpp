@@ -72,9 +72,7 @@ void print_result(const Context& context, const ordered_json& result) {
     }
 }
 
-void print_done(const Context& context) {
-    print_done(context, ordered_json::object());
-}
+void print_done(const Context& context) { print_done(context, ordered_json::object()); }
 
 void print_done(const Context& context, const ordered_json& members) {
     if (!context.json) return;
@@ -115,9 +113,7 @@ void print_error(const std::string& message) {
     std::fprintf(stderr, "lutc: %s\n", printable(message).c_str());
 }
 
-void print_notice(const std::string& message) {
-    print_error("note: " + message);
-}
+void print_notice(const std::string& message) { print_error("note: " + message); }
 
 void confirm(bool yes, const std::string& question) {
     if (yes) return;
@@ -132,8 +128,6 @@ void confirm(bool yes, const std::string& question) {
     }
 }
 
-bool flush_output() {
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-}
+bool flush_output() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
 
 }  // namespace lutc_cli
