@@ -36,6 +36,6 @@ int main(int count, char** arguments) {
             ++files;
         }
     }
-    std::cout << files << " inputs\n";
+    std::cerr << files << " inputs\n";
     return files > 0 ? 0 : 1;
 }

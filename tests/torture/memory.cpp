@@ -2,7 +2,8 @@
 // clean run, then has the k-th fail for every k, that one alone and all from it on. Each failure must be reported, with the
 // caller's outputs as they were, not one block or descriptor more than before, and the next run must succeed.
 //
-// malloc and its family are replaced here, for operator new and strdup alike.
+// malloc and its family are replaced here, for operator new and strdup alike. With LUTC_WRAP_MALLOC they are wrapped
+// instead (by the linker, operator new here), so that a sanitizer's own malloc stays underneath.
 #include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
@@ -20,11 +21,19 @@
 #include "interface/lutc.h"
 #include "tests/support/prepared_service.h"
 
+#ifdef LUTC_WRAP_MALLOC
+#define HERE(name) __wrap_##name
+#define BENEATH(name) __real_##name
+#else
+#define HERE(name) name
+#define BENEATH(name) __libc_##name
+#endif
+
 extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-void __libc_free(void*);
+void* BENEATH(malloc)(std::size_t);
+void* BENEATH(calloc)(std::size_t, std::size_t);
+void* BENEATH(realloc)(void*, std::size_t);
+void BENEATH(free)(void*);
 }
 
 namespace {
@@ -55,21 +64,30 @@ void* counted(void* block) {
 
 extern "C" {
 
-void* malloc(std::size_t size) { return mayAllocate() ? counted(__libc_malloc(size)) : nullptr; }
-void* calloc(std::size_t count, std::size_t size) {
-    return mayAllocate() ? counted(__libc_calloc(count, size)) : nullptr;
+void* HERE(malloc)(std::size_t size) { return mayAllocate() ? counted(BENEATH(malloc)(size)) : nullptr; }
+void* HERE(calloc)(std::size_t count, std::size_t size) {
+    return mayAllocate() ? counted(BENEATH(calloc)(count, size)) : nullptr;
 }
-void* realloc(void* block, std::size_t size) {
+void* HERE(realloc)(void* block, std::size_t size) {
     if (!mayAllocate()) return nullptr;
-    void* const moved = __libc_realloc(block, size);
+    void* const moved = BENEATH(realloc)(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
-void free(void* block) {
+void HERE(free)(void* block) {
     if (block != nullptr) --blocks;
-    __libc_free(block);
+    BENEATH(free)(block);
 }
 
 }  // extern "C"
+
+#ifdef LUTC_WRAP_MALLOC
+void* operator new(std::size_t size) {
+    if (void* const block = HERE(malloc)(size)) return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { HERE(free)(block); }
+void operator delete(void* block, std::size_t) noexcept { HERE(free)(block); }
+#endif
 
 namespace {
 

@@ -1,0 +1,212 @@
+// Many threads against the service on its own port, and a thread that is cancelled inside a call.
+//
+//   torture_threads THREADS ROUNDS       each thread, in each round, makes calls of all kinds on a preset of its own
+//   torture_threads --same THREADS       all threads call at once; each reads a preset of its own
+//   torture_threads --cancel             the service must delay "getOption"
+//
+// Every answer must be the one to the thread's own question.
+#include <dirent.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <numeric>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "interface/lutc.h"
+#include "tests/support/check.h"
+
+namespace {
+
+std::size_t openDescriptors() {
+    DIR* const folder = opendir("/proc/self/fd");
+    CHECK(folder != nullptr);
+    std::size_t count = 0;
+    while (readdir(folder) != nullptr) ++count;
+    closedir(folder);
+    return count;
+}
+
+template <class Work>
+void inThreads(int count, Work work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
+    for (std::thread& thread : threads) thread.join();
+}
+
+std::vector<unsigned char> tableOf(int owner, int round) {
+    std::vector<unsigned char> table(static_cast<std::size_t>(100 + owner));
+    std::iota(table.begin(), table.end(), static_cast<unsigned char>(owner * 31 + round));
+    return table;
+}
+
+std::string nameOf(int owner) { return "preset of thread " + std::to_string(owner); }
+
+void store(int owner, int round) {
+    std::vector<unsigned char> table = tableOf(owner, round);
+    std::string format = "format " + std::to_string(owner);
+    gradeComponent lut{};
+    lut.kind = LUTC_KIND_LUT_3D;
+    lut.data = table.data();
+    lut.dataSize = static_cast<int>(table.size());
+    lut.typeIndex = 1;
+    lut.dataFormat = format.data();
+    CHECK(lutc_send_preset(nameOf(owner).c_str(), 0, 0, 1, false, 0, &lut, 1) == 0);
+}
+
+void fetch(int owner, int round) {
+    gradeComponent lut{};
+    int count = 1, combination = 0;
+    CHECK(lutc_recv_preset(nameOf(owner).c_str(), 0, &combination, &lut, &count) == 0);
+    CHECK(count == 1 && combination == 1 && lut.kind == LUTC_KIND_LUT_3D);
+    CHECK(lut.dataFormat == "format " + std::to_string(owner));
+    CHECK(std::vector<unsigned char>(lut.data, lut.data + lut.dataSize) == tableOf(owner, round));
+    std::free(lut.data);
+    std::free(lut.dataFormat);
+}
+
+void list(int owner) {
+    presetEntry* presets = nullptr;
+    int count = 0, most = 0, mine = 0;
+    CHECK(lutc_preset_list(&presets, &count, &most) == 0 && count <= most);
+    for (int i = 0; i < count; ++i) {
+        if (presets[i].presetName == nameOf(owner)) ++mine;
+        for (char* const slot : presets[i].gradeCombo.slots) std::free(slot);
+    }
+    std::free(presets);
+    CHECK(mine == 1);
+}
+
+void readDevice() {
+    char model[LUTC_MODEL_STRING_BUFFER_SIZE], value[64];
+    gradeCombo* combos = nullptr;
+    gradeChannel* channels = nullptr;
+    int comboCount = 0, channelCount = 0, state = 0, routes = 0;
+    videoConnection connections[LUTC_MAX_VIDEO_CONNECTIONS];
+    CHECK(lutc_model_info(model, nullptr, nullptr, &combos, &comboCount, &channels, &channelCount) == 0);
+    CHECK(std::string(model) == "lutc simulated device" && comboCount == 4 && channelCount == 2);
+    for (int i = 0; i < comboCount; ++i) {
+        for (char* const slot : combos[i].slots) std::free(slot);
+    }
+    std::free(combos);
+    std::free(channels);
+    CHECK(lutc_get_option("serialNumber", value, sizeof value) == 0 && std::string(value) == "SIM-0001");
+    CHECK(lutc_get_option("no such option", value, sizeof value) == -1);
+    CHECK(lutc_get_state(&state, 1) == 0 && state >= 0 && state < 1000);
+    CHECK(lutc_get_video_connections(connections, &routes) == 0 && routes >= 2);
+}
+
+// Another thread may have chosen its preset meanwhile, renamed it, or deleted it.
+template <class Read>
+void checkChoice(Read read) {
+    char name[33] = {};
+    int index = 0;
+    const int result = read(name, &index);
+    const std::string text = name;
+    CHECK(result == 0 ? index >= 1 && (text.rfind("preset of ", 0) == 0 || text.rfind("other ", 0) == 0)
+                      : result == -1 && index == 0 && text.empty());
+}
+
+void writeDevice(int owner) {
+    const cdl values{{0, 0, 0}, {1, 1, 1}, {1, 1, 1}, 0.9};
+    const videoConnection route{LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_CHANNEL, 1};
+    unsigned char table[3] = {1, 2, 3};
+    const int channel = 1 + owner % 2;
+    CHECK(lutc_client_info("torture", nullptr, nameOf(owner).c_str()) == 0);
+    CHECK(lutc_set_state(owner, channel) == 0 && lutc_set_video_connection(&route) == 0);
+    CHECK(lutc_send_cdl(channel, 1, true, &values) == 0 && lutc_send_saturation(channel, 1, false, 0.5) == 0);
+    CHECK(lutc_send_lut(channel, 1, false, "1dlut", "float", table, 3) == 0);
+    CHECK(lutc_send_combination(channel, true, 1) == 0 && lutc_send_live(channel, 1, true, nullptr, 0) == 0);
+    CHECK(lutc_set_option("note", nameOf(owner).c_str()) == 0);
+    CHECK(lutc_set_preset(channel, nameOf(owner).c_str(), 0) == 0);
+    CHECK(lutc_set_override_preset(nameOf(owner).c_str(), 0) == 0);
+    checkChoice([channel](char* name, int* index) { return lutc_get_preset(channel, name, index); });
+    checkChoice(lutc_get_override_preset);
+    CHECK(lutc_move_preset(nameOf(owner).c_str(), 0, 1) == 0);
+    const std::string other = "other " + std::to_string(owner);
+    CHECK(lutc_rename_preset(nameOf(owner).c_str(), 0, other.c_str()) == 0);
+    CHECK(lutc_delete_preset(other.c_str(), 0) == 0);
+}
+
+// 24 or 25 calls a round.
+void mixed(int threads, int rounds) {
+    inThreads(threads, [rounds](int owner) {
+        for (int round = 0; round < rounds; ++round) {
+            store(owner, round);
+            fetch(owner, round);
+            list(owner);
+            readDevice();
+            if (owner % 2 == 0) {
+                writeDevice(owner);
+            } else {
+                for (int again = 0; again < 17; ++again) fetch(owner, round);
+            }
+        }
+    });
+}
+
+// The threads wait for each other and then call in the same moment.
+void atOnce(int threads) {
+    constexpr int presets = 100;
+    for (int owner = 0; owner < presets; ++owner) store(owner, 0);
+    std::mutex mutex;
+    std::condition_variable changed;
+    int waiting = 0;
+    inThreads(threads, [&](int i) {
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            if (++waiting == threads) changed.notify_all();
+            changed.wait(lock, [&] { return waiting >= threads; });
+        }
+        fetch(i % presets, 0);
+    });
+}
+
+struct cancelled_call {
+    std::atomic<int> result{1};
+    bool wentOn = false;
+};
+
+// The call is finished, and then the thread ends: before it does anything else.
+void cancelInside() {
+    cancelled_call call;
+    const auto body = [](void* argument) -> void* {
+        auto* const mine = static_cast<cancelled_call*>(argument);
+        char value[64];
+        mine->result = lutc_get_option("serialNumber", value, sizeof value);
+        pthread_testcancel();
+        mine->wentOn = true;
+        return nullptr;
+    };
+    pthread_t thread;
+    void* end = nullptr;
+    const std::size_t before = openDescriptors();
+    CHECK(pthread_create(&thread, nullptr, body, &call) == 0);
+    while (openDescriptors() == before && call.result == 1) std::this_thread::yield();  // until it is connected
+    CHECK(pthread_cancel(thread) == 0 && pthread_join(thread, &end) == 0);
+    CHECK(end == PTHREAD_CANCELED && call.result == 0 && !call.wentOn);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const std::string what = count > 1 ? arguments[1] : "";
+    const std::size_t descriptors = openDescriptors();
+    if (what == "--cancel") {
+        cancelInside();
+    } else if (what == "--same" && count == 3) {
+        atOnce(std::atoi(arguments[2]));
+    } else if (count == 3) {
+        mixed(std::atoi(arguments[1]), std::atoi(arguments[2]));
+    } else {
+        std::fputs("usage: torture_threads THREADS ROUNDS | --same THREADS | --cancel\n", stderr);
+        return 2;
+    }
+    CHECK(openDescriptors() == descriptors);
+    return 0;
+}

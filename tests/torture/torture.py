@@ -1,0 +1,490 @@
+#!/usr/bin/env python3
+"""Faults of the service, the network and the host, many threads, and abuse of the simulator.
+
+    torture.py BUILD [--full] [--sanitized] [unittest arguments]
+
+BUILD is a build folder with liblutc.so, lutc-simulator and torture_threads. --full makes the numbers those of
+docs/reliability.md; without it they are small enough for every run of the tests. --sanitized leaves out what loads the
+library into this interpreter. Uses the service's own port. No test asserts a time but for generous bounds.
+"""
+import contextlib
+import ctypes
+import os
+import pathlib
+import resource
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fuzz"))
+from make_corpus import array, document, inner, int32, text  # noqa: E402
+
+FULL = "--full" in sys.argv
+SANITIZED = "--sanitized" in sys.argv
+ARGUMENTS = [a for a in sys.argv[1:] if a not in ("--full", "--sanitized")]
+BUILD = pathlib.Path(ARGUMENTS[0] if ARGUMENTS else ".").resolve()
+ADDRESS = ("127.0.0.1", 54440)
+FIRST_BYTE = 15.0  # seconds that a call waits for a reply
+AT_ONCE = 5.0      # far below that, far above what a busy machine needs
+
+library = None if SANITIZED else ctypes.CDLL(str(BUILD / "lib" / "liblutc.so"))
+
+
+class Simulator:
+    """lutc-simulator while the context lasts; it must then end cleanly."""
+
+    def __init__(self, *options, folder="/nowhere", wrap=()):
+        self.command = [*wrap, str(BUILD / "bin" / "lutc-simulator"), "--quiet", "--media", folder, *options]
+
+    def __enter__(self):
+        self.process = subprocess.Popen(self.command, stdout=subprocess.PIPE, text=True)
+        line = self.process.stdout.readline()
+        assert "listening on" in line, line
+        return self
+
+    def memory(self):
+        status = pathlib.Path("/proc/%d/status" % self.process.pid).read_text()
+        return int(status.split("VmHWM:")[1].split()[0]) * 1024
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+
+    def __exit__(self, kind, *_):
+        if self.process.returncode is None:
+            self.process.terminate()
+            result = self.process.wait(30)
+            self.process.stdout.close()
+            assert kind is not None or result == 0, "the simulator ended with %d" % result
+
+
+@contextlib.contextmanager
+def service(serve, backlog=100):
+    """A listener on the service's port; serve(connection) is called for each connection, in a thread."""
+    listener = socket.socket()
+    listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+    listener.bind(ADDRESS)
+    listener.listen(backlog)
+
+    def run():
+        while True:
+            try:
+                connection, _ = listener.accept()
+            except OSError:
+                return
+            with contextlib.suppress(OSError):
+                serve(connection)
+
+    thread = threading.Thread(target=run, daemon=True)
+    if serve:
+        thread.start()
+    try:
+        yield
+    finally:
+        listener.shutdown(socket.SHUT_RDWR)
+        listener.close()
+        if serve:
+            thread.join(AT_ONCE)
+
+
+def exchange(raw, timeout=AT_ONCE):
+    """Sends bytes to the service and returns all that comes back."""
+    with socket.create_connection(ADDRESS, timeout) as connection:
+        connection.sendall(raw)
+        pieces = []
+        while piece := connection.recv(65536):
+            pieces.append(piece)
+        return b"".join(pieces)
+
+
+def command(name, *fields):
+    return document(text("protocolVersion", "2.0"), text("type", "command"), int32("msgID", 1), text("command", name),
+                    *fields)
+
+
+GET_SERIAL = command("getOption", text("name", "serialNumber"))
+
+
+def refused(reply):
+    return b"\x10code\0\0\0\0\0" not in reply and b"\x10code\0" in reply
+
+
+def get_option(name=b"serialNumber"):
+    """The option's text; None when the call failed, with the buffer as it was."""
+    value = ctypes.create_string_buffer(b"\xA5" * 32, 32)
+    result = library.lutc_get_option(name, value, 32)
+    if result == 0:
+        return value.value
+    assert result == -1 and value.raw == b"\xA5" * 32
+    return None
+
+
+class Component(ctypes.Structure):
+    _fields_ = [("kind", ctypes.c_int32), ("data", ctypes.c_void_p), ("dataSize", ctypes.c_int32),
+                ("typeIndex", ctypes.c_int32), ("dataFormat", ctypes.c_char_p), ("cdlValues", ctypes.c_void_p),
+                ("pattern", ctypes.c_void_p)]
+
+
+def send_preset(name, table):
+    data = ctypes.create_string_buffer(table, len(table))
+    lut = Component(3, ctypes.addressof(data), len(table), 1, b"float", None, None)
+    return library.lutc_send_preset(name, 0, 0, 1, False, 0, ctypes.byref(lut), 1)
+
+
+def recv_preset(name=b"large"):
+    count, combination = ctypes.c_int(0), ctypes.c_int(-7)
+    result = library.lutc_recv_preset(name, 0, ctypes.byref(combination), None, ctypes.byref(count))
+    assert combination.value == (1 if result == 0 else -7)
+    return None if result else combination.value
+
+
+def set_state():
+    return True if library.lutc_set_state(1, 1) == 0 else None
+
+
+def descriptors():
+    return sorted(os.listdir("/proc/self/fd"))
+
+
+def timed(call):
+    before = time.monotonic()
+    result = call()
+    return result, time.monotonic() - before
+
+
+def elsewhere(program, wrap=()):
+    """Runs Python code in a new interpreter that has this module as `t`; returns its exit code."""
+    start = "import sys; sys.argv = %r; sys.path.insert(0, %r); import torture as t\n" % (
+        ["torture.py", str(BUILD)], str(pathlib.Path(__file__).parent))
+    return subprocess.run([*wrap, sys.executable, "-B", "-c", start + program], timeout=120).returncode
+
+
+@unittest.skipIf(SANITIZED, "a sanitized library can't be loaded")
+class ServiceFaults(unittest.TestCase):
+    # kind, whether the call succeeds, least seconds that it takes
+    KINDS = [("refuse", False, 0), ("silence,800", False, 0.8), ("close", False, 0), ("close,300", False, 0.3),
+             ("reset", False, 0), ("truncate", False, 0), ("trickle,60", False, 0), ("delay,500", True, 0.5),
+             ("garbage", False, 0), ("length", False, 0), ("event-first", True, 0), ("event-glued", False, 0)]
+    CALLS = [("getOption", get_option), ("getPreset", recv_preset), ("setColorTransformState", set_state)]
+
+    def test_every_kind_in_every_kind_of_call(self):
+        options = []
+        for name, _ in self.CALLS:
+            for number, (kind, *_) in enumerate(self.KINDS):
+                options += ["--fault", "%s:%d=%s" % (name, 2 * number + 1, kind)]
+        with Simulator(*options):
+            self.assertEqual(send_preset(b"large", bytes(range(256)) * 4000), 0)
+            before = descriptors()
+            for name, call in self.CALLS:
+                for kind, succeeds, least in self.KINDS:
+                    with self.subTest(command=name, kind=kind):
+                        result, seconds = timed(call)
+                        self.assertEqual(result is not None, succeeds)
+                        self.assertGreaterEqual(seconds, least * 0.9)
+                        self.assertLess(seconds, least + AT_ONCE)
+                        self.assertIsNotNone(call())  # the next one works
+            self.assertEqual(descriptors(), before)
+
+    def test_pieces_that_come_fast_are_one_reply(self):
+        with Simulator("--fault", "getOption=trickle,1"):
+            self.assertTrue(any(get_option() for _ in range(20)))  # a busy machine may pause in one of them
+
+    def test_a_service_that_goes_away(self):
+        reply = document(text("type", "response"), int32("code", 0), text("value", "x"))
+
+        def reads(count):
+            def serve(connection):
+                with connection:
+                    if count:
+                        connection.recv(count)
+                    connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            return serve
+
+        for stage in (0, 1, 50):
+            with self.subTest(read=stage), service(reads(stage)):
+                for call in (get_option, lambda: send_preset(b"p", bytes(5000000)) == 0 or None):
+                    result, seconds = timed(call)
+                    self.assertIsNone(result)
+                    self.assertLess(seconds, AT_ONCE)
+
+        def answers_early(connection):
+            with connection:
+                connection.sendall(reply)
+                connection.shutdown(socket.SHUT_WR)
+                while connection.recv(65536):
+                    pass
+
+        with service(answers_early):
+            self.assertEqual(get_option(), b"x")
+
+    def test_nobody_listens(self):
+        before = descriptors()
+        for _ in range(10000 if FULL else 1000):
+            self.assertIsNone(get_option())
+        self.assertEqual(descriptors(), before)
+        self.assertLess(timed(get_option)[1], AT_ONCE)
+
+    @unittest.skipUnless(FULL, "takes 45 s")
+    def test_waits_are_bounded_under_a_signal_storm(self):
+        large = b"x" * 50000000  # more than any socket takes unread
+        stuck = []
+        for name, call in [("silent", get_option), ("does not read", lambda: send_preset(b"p", large) == 0 or None)]:
+            with self.subTest(name), service(stuck.append):
+                signal.signal(signal.SIGALRM, lambda *_: None)
+                signal.setitimer(signal.ITIMER_REAL, 0.001, 0.001)
+                result, seconds = timed(call)
+                signal.setitimer(signal.ITIMER_REAL, 0)
+                self.assertIsNone(result)
+                self.assertTrue(FIRST_BYTE * 0.99 <= seconds < FIRST_BYTE + AT_ONCE, seconds)
+            while stuck:
+                stuck.pop().close()
+
+    @unittest.skipUnless(FULL, "takes up to 75 s")
+    def test_random_faults(self):
+        with Simulator("--random-faults", "60", "--seed", "6"):
+            results, slowest = [], [0.0]
+
+            def calls():
+                for _ in range(4):
+                    result, seconds = timed(get_option)
+                    results.append(result)
+                    slowest[0] = max(slowest[0], seconds)
+
+            threads = [threading.Thread(target=calls) for _ in range(64)]
+            for thread in threads:
+                thread.start()
+            for thread in threads:
+                thread.join()
+            self.assertEqual(set(results), {None, b"SIM-0001"})
+            self.assertLess(slowest[0], 2 * FIRST_BYTE + AT_ONCE)
+
+
+@unittest.skipIf(SANITIZED, "a sanitized library can't be loaded")
+class Host(unittest.TestCase):
+    def test_signals_through_a_wait(self):
+        with Simulator("--fault", "getOption=delay,1500"):
+            signal.signal(signal.SIGALRM, lambda *_: None)
+            signal.setitimer(signal.ITIMER_REAL, 0.001, 0.001)
+            result, seconds = timed(get_option)
+            signal.setitimer(signal.ITIMER_REAL, 0)
+            self.assertEqual(result, b"SIM-0001")
+            self.assertTrue(1.4 < seconds < 1.5 + AT_ONCE, seconds)
+
+    def test_standard_descriptors_closed(self):
+        with Simulator():
+            self.assertEqual(elsewhere("import os\nfor d in (0, 1, 2): os.close(d)\n"
+                                       "good = all(t.get_option() == b'SIM-0001' for _ in range(10))\n"
+                                       "os._exit(0 if good else 1)"), 0)
+
+    def test_descriptor_table_full(self):
+        with Simulator():
+            self.assertEqual(elsewhere(
+                "import os, resource\n"
+                "while True:\n"
+                "    resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))\n"
+                "    try: last = os.open('/dev/null', os.O_RDONLY)\n"
+                "    except OSError: break\n"
+                "result, seconds = t.timed(t.get_option)\n"
+                "os.close(last)\n"
+                "os._exit(0 if result is None and seconds < t.AT_ONCE and t.get_option() else 1)"), 0)
+
+    def test_no_sigpipe(self):
+        def serve(connection):
+            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            connection.close()
+
+        with service(serve):
+            self.assertEqual(elsewhere(
+                "import os, signal\nsignal.signal(signal.SIGPIPE, signal.SIG_DFL)\n"
+                "os._exit(0 if all(t.send_preset(b'p', bytes(5000000)) == -1 for _ in range(20)) else 1)"), 0)
+
+    def test_no_descriptor_is_left_or_inherited(self):
+        with Simulator("--fault", "getPreset=delay,1000"):
+            before = descriptors()
+            for _ in range(10000 if FULL else 1000):
+                self.assertIsNone(get_option(b"no such option"))
+            self.assertEqual(descriptors(), before)
+            self.assertEqual(send_preset(b"large", bytes(100)), 0)
+            listing = [sys.executable, "-c", "import os; print(len(os.listdir('/proc/self/fd')))"]
+            usual = subprocess.run(listing, capture_output=True, close_fds=False).stdout
+            call = threading.Thread(target=recv_preset)
+            call.start()
+            while len(descriptors()) == len(before):
+                time.sleep(0.001)
+            during = subprocess.run(listing, capture_output=True, close_fds=False).stdout
+            self.assertTrue(call.is_alive())
+            call.join()
+            self.assertEqual(during, usual)
+
+    @unittest.skipUnless(FULL, "takes 5 s; the tests of the stand-in have it too")
+    def test_backlog_full(self):
+        waiting = []
+        with service(None, backlog=0):
+            for _ in range(4):  # the queue takes one or two; the rest are never answered
+                one = socket.socket()
+                one.setblocking(False)
+                with contextlib.suppress(BlockingIOError):
+                    one.connect(ADDRESS)
+                waiting.append(one)
+            result, seconds = timed(get_option)
+            self.assertIsNone(result)
+            self.assertLess(seconds, FIRST_BYTE + AT_ONCE)
+        for one in waiting:
+            one.close()
+
+    def test_a_connection_to_itself_is_nobody(self):
+        # In a network of its own, where the service's port is one of two that connections come from.
+        program = (
+            "import fcntl, os, socket, struct\n"
+            "lo = struct.pack('16sH14s', b'lo', 1, b'')\n"
+            "fcntl.ioctl(socket.socket(), 0x8914, lo)\n"  # up
+            "open('/proc/sys/net/ipv4/ip_local_port_range', 'w').write('54440 54441')\n"
+            "itself = socket.socket(); itself.bind(t.ADDRESS); itself.connect(t.ADDRESS); itself.close()\n"
+            "os._exit(0 if all(t.get_option() is None for _ in range(500)) else 1)")
+        if subprocess.run(["unshare", "-rn", "true"], capture_output=True).returncode:
+            self.skipTest("no network namespaces here")
+        self.assertEqual(elsewhere(program, ["unshare", "-rn"]), 0)
+
+
+class Threads(unittest.TestCase):
+    def threads(self, *arguments):
+        done = subprocess.run([str(BUILD / "bin" / "torture_threads"), *map(str, arguments)], capture_output=True,
+                              text=True, timeout=900)
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_calls_of_all_kinds(self):
+        with Simulator():
+            self.threads(64 if FULL else 16, 9 if FULL else 2)
+
+    def test_all_at_once(self):
+        with Simulator():
+            self.threads("--same", 1000 if FULL else 200)
+
+    def test_cancellation_waits_for_the_end_of_a_call(self):
+        with Simulator("--fault", "getOption=delay,300"):
+            self.threads("--cancel")
+
+
+class SimulatorAbuse(unittest.TestCase):
+    def test_bad_and_half_commands(self):
+        with Simulator("--idle-timeout", "1") as simulator:
+            for raw in [b"\0\0\0\0", b"\4\0\0\0", b"\xff\xff\xff\xff", b"\xff\xff\xff\x7f" + bytes(1000), b"\5\0\0\0\1",
+                        document(), command("noSuchCommand"), command("getOption"), GET_SERIAL[:-1] + b"\1",
+                        command("sendLive", array("gradeCombo", inner, [[text("type", "tpg")]])),
+                        b"GET / HTTP/1.1\r\n\r\n" + bytes(2**20)]:
+                with self.subTest(raw[:40]):
+                    self.assertTrue(refused(exchange(raw)))
+            for length in range(0, len(GET_SERIAL), 7):  # the rest never comes
+                with socket.create_connection(ADDRESS, AT_ONCE) as half:
+                    half.sendall(GET_SERIAL[:length])
+            self.assertIn(b"SIM-0001", exchange(GET_SERIAL))
+            self.assertLess(simulator.memory(), 2**30)
+
+    def test_silent_clients_are_closed(self):
+        with Simulator("--idle-timeout", "1"):
+            clients = [socket.create_connection(ADDRESS, AT_ONCE) for _ in range(500 if FULL else 100)]
+            for number, client in enumerate(clients):
+                client.sendall(GET_SERIAL[:number % 5])
+            self.assertIn(b"SIM-0001", exchange(GET_SERIAL))  # served meanwhile
+            for client in clients:
+                client.settimeout(20)
+                self.assertEqual(client.recv(1), b"")
+                client.close()
+
+    def test_many_connections(self):
+        with Simulator() as simulator:
+            for _ in range(100):
+                exchange(GET_SERIAL)
+            before, open_before = simulator.memory(), len(os.listdir("/proc/%d/fd" % simulator.process.pid))
+            for number in range(10000 if FULL else 1000):
+                if number % 3:
+                    self.assertIn(b"SIM-0001", exchange(GET_SERIAL))
+                else:
+                    socket.create_connection(ADDRESS, AT_ONCE).close()
+            self.assertIn(b"SIM-0001", exchange(GET_SERIAL))
+            self.assertLess(simulator.memory() - before, 2**24)
+            self.assertLessEqual(len(os.listdir("/proc/%d/fd" % simulator.process.pid)), open_before + 1)
+
+
+def upload(name, size=300000):
+    part = inner("0", [text("type", "3dlut"), text("dataFormat", "float"), int32("typeIndex", 1),
+                       b"\x05data\0" + struct.pack("<ib", size, 0) + bytes(size)])
+    return exchange(command("sendPreset", text("presetName", name), b"\x04gradeCombo\0" + document(part)), 20)
+
+
+def names():
+    reply = exchange(command("getPresetsList"))
+    return [name for name in (b"old", b"new", b"first") if name + b"\0" in reply]
+
+
+class Media(unittest.TestCase):
+    SAVE, LOAD = command("savePresetsToMedia"), command("loadPresetsFromMedia")
+
+    def refused_and_kept(self, raw, expected):
+        self.assertTrue(refused(exchange(raw)))
+        self.assertEqual(names(), expected)
+
+    def test_media_that_is_full(self):
+        if subprocess.run(["unshare", "-rm", "true"], capture_output=True).returncode:
+            self.skipTest("no mount namespaces here")
+        with tempfile.TemporaryDirectory() as folder:
+            mount = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs -o size=64k full "$0" && exec "$@"', folder]
+            with Simulator(folder=folder, wrap=mount):
+                upload("first", 100)
+                self.assertFalse(refused(exchange(self.SAVE)))
+                upload("new", 200000)
+                self.refused_and_kept(self.SAVE, [b"new", b"first"])
+                self.assertFalse(refused(exchange(self.LOAD)))
+                self.assertEqual(names(), [b"first"])
+
+    def test_media_that_can_not_be_written_or_read(self):
+        with tempfile.TemporaryDirectory() as folder:
+            in_a_file = os.path.join(folder, "file")
+            pathlib.Path(in_a_file).write_bytes(b"")
+            for media in (in_a_file, "/proc/no-media"):
+                with self.subTest(media), Simulator(folder=media):
+                    upload("first", 100)
+                    for raw in (self.SAVE, self.LOAD):
+                        self.refused_and_kept(raw, [b"first"])
+
+    def test_a_broken_file(self):
+        with tempfile.TemporaryDirectory() as folder, Simulator(folder=folder):
+            upload("first", 100)
+            self.assertFalse(refused(exchange(self.SAVE)))
+            file = pathlib.Path(folder, "lutc-presets.bson")
+            whole = file.read_bytes()
+            for broken in (b"", whole[:-1], whole + b"\0", whole[:40], b"\xff" * 100, whole[:5] + bytes(len(whole) - 5)):
+                file.write_bytes(broken)
+                self.refused_and_kept(self.LOAD, [b"first"])
+
+    def test_killed_while_saving(self):
+        with tempfile.TemporaryDirectory() as folder:
+            ends = set()
+            for attempt in range(60 if FULL else 8):
+                with Simulator(folder=folder) as simulator:
+                    exchange(command("deleteAllPresets"))
+                    upload("old")
+                    self.assertFalse(refused(exchange(self.SAVE)))
+                    for _ in range(5):
+                        exchange(command("renamePreset", text("presetName", "old"), text("newName", "new")))
+                        upload("first", 1500000)
+                    with socket.create_connection(ADDRESS) as connection:
+                        connection.sendall(self.SAVE)
+                        time.sleep(attempt * 0.0002)
+                        simulator.kill()
+                with Simulator(folder=folder):
+                    self.assertFalse(refused(exchange(self.LOAD)))
+                    ends.add(tuple(names()))
+            self.assertLessEqual(ends, {(b"old",), (b"new", b"first")})
+
+
+if __name__ == "__main__":
+    resource.setrlimit(resource.RLIMIT_NOFILE, (4096, resource.getrlimit(resource.RLIMIT_NOFILE)[1]))
+    unittest.main(argv=[sys.argv[0], *ARGUMENTS[1:]], verbosity=2 if FULL else 1)
