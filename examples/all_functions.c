@@ -38,8 +38,7 @@ static int read_device(void) {
     int comboCount = 0;
     int channelCount = 0;
     int found = 1;
-    report("lutc_model_info",
-           lutc_model_info(model, NULL, NULL, &combos, &comboCount, &channels, &channelCount));
+    report("lutc_model_info", lutc_model_info(model, NULL, NULL, &combos, &comboCount, &channels, &channelCount));
     printf("    %s: %d combinations, %d channels\n", model, comboCount, channelCount);
     for (int i = LUTC_GRADE_COMBO_SLOTS - 1; channelCount > 0 && i >= 0; --i) {
         const int index = channels[0].supportedGradeComboIndices[i];
@@ -106,8 +105,7 @@ static void read_presets(void) {
     int receivedCount = 4;
     report("lutc_recv_preset", lutc_recv_preset("all functions", 0, &combination, received, &receivedCount));
     for (int i = 0; i < receivedCount; ++i) {
-        printf("    component %d: kind %d, %d bytes\n", i + 1, (int)received[i].kind,
-               (int)received[i].dataSize);
+        printf("    component %d: kind %d, %d bytes\n", i + 1, (int)received[i].kind, (int)received[i].dataSize);
         free(received[i].data);
         free(received[i].dataFormat);
         free(received[i].cdlValues);

@@ -45,7 +45,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "upload_and_apply: the service did not take the preset\n");
         return 1;
     }
-    std::printf("preset \"%s\" stored with %zu bytes of LUT and shown on channel %d\n", argv[1], table.size(),
-                channel);
+    std::printf("preset \"%s\" stored with %zu bytes of LUT and shown on channel %d\n", argv[1], table.size(), channel);
     return 0;
 }
