@@ -104,6 +104,7 @@ void addFloor(const subject& sample) {
 
 void addPeers(const subject& sample) {
     add(sample, "validate/libbson", [&sample] { return libbson_tree::validate(sample.encoded); });
+    add(sample, "validate/libbson-walk", [&sample] { return libbson_tree::walk(sample.encoded); });
     add(sample, "decode/libbson", [&sample] {
         libbson_tree tree;
         return libbson_tree::validate(sample.encoded) && tree.fill(sample.encoded);

@@ -89,6 +89,16 @@ bool fillList(bson_iter_t* iterator, node_list& list) {
     return true;
 }
 
+bool walkList(bson_iter_t* iterator) {
+    while (bson_iter_next(iterator)) {
+        const bson_type_t type = bson_iter_type(iterator);
+        if (type != BSON_TYPE_DOCUMENT && type != BSON_TYPE_ARRAY) continue;
+        bson_iter_t inner;
+        if (!bson_iter_recurse(iterator, &inner) || !walkList(&inner)) return false;
+    }
+    return iterator->err_off == 0;
+}
+
 bool appendList(bson_t* out, const node_list& list);
 
 bool appendNode(bson_t* out, const node& source) {
@@ -132,6 +142,13 @@ bool libbson_tree::validate(const bytes& source) {
     bson_t document;
     return bson_init_static(&document, source.data(), source.size()) &&
            bson_validate(&document, BSON_VALIDATE_NONE, nullptr);
+}
+
+bool libbson_tree::walk(const bytes& source) {
+    bson_t document;
+    bson_iter_t iterator;
+    return bson_init_static(&document, source.data(), source.size()) && bson_iter_init(&iterator, &document) &&
+           walkList(&iterator);
 }
 
 bool libbson_tree::fill(const bytes& source) {

@@ -31,6 +31,7 @@ class libbson_tree {
     libbson_tree& operator=(const libbson_tree&) = delete;
 
     static bool validate(const bytes& source);  // bson_validate without any of its extra checks
+    static bool walk(const bytes& source);      // the walk of fill, without a tree
     bool fill(const bytes& source);             // bson_iter_next and bson_iter_recurse
     std::size_t encode() const;                 // the bson_append_ functions into a new bson_t; its length
 
