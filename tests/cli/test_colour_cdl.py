@@ -26,7 +26,7 @@ class CdlFileTest(WithSimulator):
                                  "power": [1.0, 2.5, 3.0], "saturation": 0.75})
         self.simulator.stop()
         log, = (line for line in self.simulator.lines if "sendCDL" in line)
-        for part in ("channelIndex=2", "power=[1 2.5 3]", "slope=[1.1 1.23456", "offset=[0.1 -0.2 0.3]",
+        for part in ("channelIndex=2", "power=[1 2.5 3]", "slope=[1.1 1.23457 1.3]", "offset=[0.1 -0.2 0.3]",
                      "saturation=0.75"):
             self.assertIn(part, log)
 
