@@ -15,6 +15,7 @@ extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 }
 
@@ -49,6 +50,10 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) { return c
 
 __attribute__((visibility("default"))) void* calloc(std::size_t count, std::size_t size) {
     return counted(__libc_calloc(count, size));
+}
+
+__attribute__((visibility("default"))) void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    return counted(__libc_memalign(alignment, size));
 }
 
 __attribute__((visibility("default"))) void* realloc(void* block, std::size_t size) {
