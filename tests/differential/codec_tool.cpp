@@ -1,0 +1,123 @@
+// The document classes as a filter, for comparison with another codec.
+//
+// Standard input: documents, each with its length in front (4 bytes, low byte first). Standard output: a line for each:
+//
+//   refused                           no valid document, or one that doesn't decode
+//   ENCODED REBUILT VALUES            what the decoded document encodes to, what one encodes to that is put together anew
+//                                     from the values, both in hexadecimal; and the values
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bson/bsonDocument.h"
+
+namespace {
+
+using document_ptr = std::unique_ptr<bsonDocument>;
+
+std::string hexOf(const void* bytes, std::size_t size) {
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<const unsigned char*>(bytes)[i]);
+        text += digits;
+    }
+    return text;
+}
+
+std::string encodingOf(bsonDocument& document) {
+    document.convertElementListToMessage();
+    return hexOf(document.message, document.messageSize);
+}
+
+std::string valuesOf(const bsonDocument& document);
+
+std::string valueOf(const bsonElement& element) {
+    char text[64];
+    const std::string bytes = hexOf(element.getValue(), element.getValueSize());
+    switch (element.getValueType()) {
+        case 0x01:
+            std::snprintf(text, sizeof text, "real:%.17g", element.getDoubleValue());
+            return text;
+        case 0x02:
+            return "text:" + hexOf(element.getStringValue().data(), element.getStringValue().size());
+        case 0x03:
+            return "{" + valuesOf(*element.getDocumentValue()) + "}";
+        case 0x04:
+            return "[" + valuesOf(*element.getDocumentValue()) + "]";
+        case 0x05:
+            return "bytes:" + bytes;
+        case 0x07:
+            return "id:" + bytes;
+        case 0x08:
+            return element.getBoolValue() ? "true" : "false";
+        case 0x09:
+            std::snprintf(text, sizeof text, "time:%" PRId64, element.getInt64Value());
+            return text;
+        case 0x0A:
+            return "null";
+        case 0x10:
+            std::snprintf(text, sizeof text, "int32:%" PRId32, element.getInt32Value());
+            return text;
+        case 0x12:
+            std::snprintf(text, sizeof text, "int64:%" PRId64, element.getInt64Value());
+            return text;
+        default:
+            std::snprintf(text, sizeof text, "%02x:", element.getValueType());
+            return text + bytes;
+    }
+}
+
+std::string valuesOf(const bsonDocument& document) {
+    std::string text;
+    for (const bsonElement* const element : document.elementList) {
+        text += hexOf(element->key.data(), element->key.size()) + "=" + valueOf(*element) + ",";
+    }
+    return text;
+}
+
+// The same document through constructors and setters.
+document_ptr rebuilt(const bsonDocument& source) {
+    auto document = std::make_unique<bsonDocument>();
+    for (const bsonElement* const element : source.elementList) {
+        const std::string& key = element->key;
+        const std::uint8_t type = element->getValueType();
+        if (type == 0x03 || type == 0x04) {
+            document->addDocumentElement(key, rebuilt(*element->getDocumentValue()).release(), type == 0x04);
+            continue;
+        }
+        auto made = std::make_unique<bsonElement>(type, key, element->getValue(), element->getValueSize(), true,
+                                                  std::uint8_t{0});
+        if (type == 0x01) made->setDoubleValue(element->getDoubleValue());
+        if (type == 0x02) made->setStringValue(element->getStringValue());
+        if (type == 0x05) made->setBinaryValue(element->getValue(), element->getValueSize(), true, 0);
+        if (type == 0x08) made->setBoolValue(element->getBoolValue());
+        if (type == 0x0A) made->setNullValue();
+        if (type == 0x10) made->setInt32Value(element->getInt32Value());
+        if (type == 0x12) made->setInt64Value(element->getInt64Value());
+        document->elementList.push_back(made.release());
+    }
+    return document;
+}
+
+}  // namespace
+
+int main() {
+    unsigned char head[4];
+    while (std::fread(head, 1, 4, stdin) == 4) {
+        std::vector<unsigned char> bytes(head[0] | head[1] << 8 | head[2] << 16);
+        if (std::fread(bytes.data(), 1, bytes.size(), stdin) != bytes.size()) return 1;
+        bsonDocument document(bytes.data(), static_cast<std::uint32_t>(bytes.size()), true, false);
+        if (document.convertMessageToElementList(true) != 1) {
+            std::puts("refused");
+            continue;
+        }
+        const document_ptr again = rebuilt(document);
+        const std::string values = valuesOf(document);
+        std::printf("%s %s %s\n", encodingOf(document).c_str(), encodingOf(*again).c_str(), values.c_str());
+    }
+    return 0;
+}
