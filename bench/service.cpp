@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "bson/wire_format.h"
+
 namespace lutc_bench {
 namespace {
 
@@ -34,8 +36,7 @@ bytes readDocument(int descriptor) {
         if (more <= 0) return {};
         count += static_cast<std::size_t>(more);
         if (count != 4 || document.size() != 4) continue;
-        const std::size_t size = document[0] | document[1] << 8U | document[2] << 16U;
-        document.resize(std::max<std::size_t>(size, 5));
+        document.resize(std::max<std::size_t>(lutc_bson::load32(document.data()), 5));
     }
     return document;
 }
