@@ -14,6 +14,8 @@ namespace {
 // An answer of 2 MiB has no room for more components.
 constexpr std::size_t MOST_COMPONENTS = 1 << 16;
 constexpr int KIND_NOT_WRITTEN = -1;
+// On a busy machine a pause within a long answer looks like its end; asking again changes nothing.
+constexpr int DOWNLOAD_ATTEMPTS = 3;
 
 std::vector<std::string> take_strings(gradeCombo& combo) {
     std::vector<std::string> strings;
@@ -123,10 +125,15 @@ Grade download_preset(const std::string& what, const ListedPreset& preset, std::
     gradeComponent untouched = {};
     untouched.kind = KIND_NOT_WRITTEN;
     std::vector<gradeComponent> records(MOST_COMPONENTS, untouched);
-    int count = static_cast<int>(records.size());
+    int count = 0;
     Grade grade;
     grade.name = preset.name;
-    require_success(what, lutc_recv_preset(preset.name.c_str(), 0, &grade.gradeComboIndex, records.data(), &count));
+    int result = -1;
+    for (int attempt = 0; result != 0 && attempt < DOWNLOAD_ATTEMPTS; ++attempt) {
+        count = static_cast<int>(records.size());
+        result = lutc_recv_preset(preset.name.c_str(), 0, &grade.gradeComboIndex, records.data(), &count);
+    }
+    require_success(what, result);
     records.resize(static_cast<std::size_t>(count));
     for (const gradeComponent& record : records) grade.components.push_back(component_of(record));
     release(records);

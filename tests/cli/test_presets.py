@@ -154,7 +154,8 @@ class Presets(WithSimulator):
         self.assertEqual(self.simulator.count("deletePreset"), 0)
 
     def test_backup_writes_whole_or_not_at_all(self):
-        self.start("--fault", "getPreset:5=truncate")
+        # One bad answer is asked for again; three in a row are a failure.
+        self.start(*(part for call in (2, 6, 7, 8) for part in ("--fault", f"getPreset:{call}=truncate")))
         self.expect(DONE, "presets", "restore", self.make_backup("made", 3))
         folder = self.path("b")
         self.expect(DONE, "presets", "backup", folder)
