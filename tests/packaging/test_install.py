@@ -163,8 +163,20 @@ class Completion(Staged):
         self.assertEqual(simulator.returncode, 0)
 
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
-    def test_the_zsh_completion_parses(self):
-        run("zsh", "-n", f"{self.stage}/share/zsh/vendor-completions/_lutc")
+    def test_zsh_offers_the_same(self):
+        def complete(*words):
+            # Only zsh's line editor has these builtins: what is handed to them is what it would offer.
+            script = ('compadd() { print -l -- "${(@P)2}" }; _files() { print "files $*" }; compset() { : }; '
+                      'file=$1; shift; words=("$@"); CURRENT=$#; . "$file"')
+            file = f"{self.stage}/share/zsh/vendor-completions/_lutc"
+            return run("zsh", "-f", "-c", script, "zsh", file, *words, env=self.environment).splitlines()
+
+        self.assertIn("presets", complete("lutc", ""))
+        self.assertIn("download", complete("/anywhere/lutc", "--json", "presets", "d"))
+        self.assertIn("--channel", complete("lutc", "grade", "cdl", "--ch"))
+        self.assertEqual(complete("lutc", "dump", ""), ["files "])
+        self.assertEqual(complete("lutc", "presets", "restore", ""), ["files -/"])
+        self.assertEqual(complete("lutc", "lut", "pack", "--byte-order="), ["little", "big"])
 
 
 if __name__ == "__main__":
