@@ -9,11 +9,12 @@
 
 namespace lutc_bson {
 
-// visitor.visit(element)         is called for every element; returns the embedded document to go into, or
-// null visitor.leave(holder, mark)    is called behind the last element of the embedded document of holder
-// visitor.mark                   what visitor holds when it goes into an embedded document; leave gets it
-// back, and
-//                                it is restored after leave
+// visitor.visit(element) is called for every element. It returns the embedded document to go into, or null.
+//
+// visitor.leave(holder, mark) is called behind the last element of the embedded document of holder.
+//
+// visitor.mark is what the visitor holds for the document that it is in. leave gets the one with which the document was
+// entered; afterwards it is the holding document's again.
 template <class Visitor>
 void walkTree(const bsonDocument& root, Visitor& visitor) {
     struct place {
