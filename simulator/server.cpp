@@ -184,7 +184,8 @@ class session : public std::enable_shared_from_this<session> {
     void limit(milliseconds time, Action action) {
         timer_.expires_after(time);
         timer_.async_wait([self = shared_from_this(), action](std::error_code error) {
-            if (!error) action();
+            // A wait that had ended when another time was set is delivered without an error.
+            if (!error && self->timer_.expiry() <= std::chrono::steady_clock::now()) action();
         });
     }
 
