@@ -15,11 +15,21 @@ namespace {
 struct kind_model {
     const char* name;
     std::uint32_t milliseconds;  // unless given
+    const char* help;
 };
 
 constexpr kind_model kinds[] = {
-    {"refuse", 0},   {"silence", 60000}, {"close", 0},  {"reset", 0},        {"truncate", 0},    {"trickle", 2},
-    {"delay", 1000}, {"garbage", 0},     {"length", 0}, {"event-first", 60}, {"event-glued", 0},
+    {"refuse", 0, "a reply with a code other than 0, after MS; the command isn't performed"},
+    {"silence", 60000, "no reply; the connection is closed after MS"},
+    {"close", 0, "no reply; the connection is closed, after MS"},
+    {"reset", 0, "no reply; the connection is reset, after MS"},
+    {"truncate", 0, "half of the reply, after MS"},
+    {"trickle", 2, "the reply in up to 100 pieces, MS apart"},
+    {"delay", 1000, "the reply, after MS"},
+    {"garbage", 0, "random bytes instead of the reply, after MS"},
+    {"length", 0, "a reply that says it is one byte longer than it is, after MS"},
+    {"event-first", 60, "a message of another type, and the reply MS after it"},
+    {"event-glued", 0, "a message of another type and the reply in one piece, after MS"},
 };
 constexpr std::size_t kind_count = sizeof kinds / sizeof kinds[0];
 
@@ -70,6 +80,16 @@ const std::vector<std::string>& fault_names() {
     return names;
 }
 
+std::string fault_help() {
+    std::string help;
+    for (const kind_model& kind : kinds) {
+        std::string name = kind.name;
+        name.resize(13, ' ');
+        help += "  " + name + kind.help + " [" + std::to_string(kind.milliseconds) + "]\n";
+    }
+    return help;
+}
+
 void fault_plan::add(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos)
@@ -97,16 +117,13 @@ void fault_plan::add(const std::string& text) {
 }
 
 std::optional<fault> fault_plan::next(const std::string& command) {
-    const std::uint64_t of_all = ++calls_["*"];
-    // Names that no command has would fill the memory; no rule can ask for them.
-    const std::vector<std::string> commands = command_names();
-    const bool known = std::find(commands.begin(), commands.end(), command) != commands.end();
-    const std::uint64_t of_this = known ? ++calls_[command] : 0;
-    for (const rule& one : rules_) {
-        const bool any = one.command == "*";
-        if (!any && one.command != command) continue;
-        if (one.call == 0 || one.call == (any ? of_all : of_this)) return one.what;
+    std::optional<fault> meant;
+    for (rule& one : rules_) {
+        if (one.command != "*" && one.command != command) continue;
+        ++one.seen;
+        if (!meant && (one.call == 0 || one.call == one.seen)) meant = one.what;
     }
+    if (meant) return meant;
     if (random_percent_ == 0 || random_() % 100 >= random_percent_) return std::nullopt;
     const std::size_t kind = random_() % kind_count;
     return fault{static_cast<fault_kind>(kind), kinds[kind].milliseconds};

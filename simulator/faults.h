@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <random>
 #include <string>
@@ -13,7 +12,7 @@
 namespace simulator {
 
 enum class fault_kind {
-    refuse,       // the command isn't performed; the reply has a "code" other than 0
+    refuse,       // the reply has a "code" other than 0; the command isn't performed
     silence,      // no reply; the connection stays open
     close,        // no reply; the connection is closed
     reset,        // no reply; the connection is reset
@@ -28,6 +27,9 @@ enum class fault_kind {
 
 // The names as options give them, in the order of fault_kind.
 const std::vector<std::string>& fault_names();
+
+// A line of help for each kind, with the milliseconds that are meant when none are given.
+std::string fault_help();
 
 struct fault {
     fault_kind kind;
@@ -56,9 +58,9 @@ class fault_plan {
         std::string command;  // "*": any
         std::uint64_t call;   // 0: every one
         fault what;
+        std::uint64_t seen = 0;  // calls of that command so far
     };
     std::vector<rule> rules_;
-    std::map<std::string, std::uint64_t> calls_;  // "*": all
     unsigned random_percent_ = 0;
     std::mt19937_64 random_;
 };

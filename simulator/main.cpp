@@ -9,23 +9,14 @@ namespace {
 
 constexpr int exit_stopped = 0, exit_failed = 1, exit_usage = 2;
 
-const char* const footer = R"(
+const char* const faults_footer = R"(
 Faults:
   COMMAND      a command's name, or * for any
   N            the N-th call of that command, from 1; without it every call
   MS           a pause in milliseconds
-  refuse       a reply with a code other than 0; the command isn't performed
-  silence      no reply; the connection is closed after MS [60000]
-  close        no reply; the connection is closed, after MS [0]
-  reset        no reply; the connection is reset, after MS [0]
-  truncate     half of the reply, after MS [0]
-  trickle      the reply in up to 100 pieces, MS [2] apart
-  delay        the reply after MS [1000]
-  garbage      random bytes instead of the reply, after MS [0]
-  length       a reply that says it is one byte longer than it is, after MS [0]
-  event-first  a message of another type, and the reply MS [60] after it
-  event-glued  a message of another type and the reply in one piece, after MS [0]
+)";
 
+const char* const codes_footer = R"(
 Exit codes:
   0  stopped by SIGINT or SIGTERM
   1  it can't listen, or can't go on
@@ -41,7 +32,7 @@ struct settings {
 
 void describe(CLI::App& app, settings& to) {
     app.set_version_flag("--version", "lutc-simulator " LUTC_VERSION);
-    app.footer(footer);
+    app.footer(faults_footer + simulator::fault_help() + codes_footer);
     app.option_defaults()->always_capture_default();
     app.add_option("--address", to.server.address, "Address to listen on")->check(CLI::ValidIPV4);
     app.add_option("--port", to.server.port, "Port to listen on; 0 takes a free one");
