@@ -110,12 +110,8 @@ void send_grade_combo(device_state& device, const fields& command, bsonDocument&
 
 // Puts one component on a channel. slot_key names the field of its slot; without it the first slot is meant.
 void send_component(device_state& device, const fields& command, const char* slot_key, grade_component component) {
-    const std::int32_t slot = command.optional_int32(slot_key).value_or(1);
-    if (slot < 1 || slot > slots_of(component.type))
-        throw refusal(reason::bad_field, command.name(slot_key) + " is " + std::to_string(slot) + ": slots of type " +
-                                             quoted(component.type) + " count from 1 to " +
-                                             std::to_string(slots_of(component.type)));
-    component.type_index = slot;
+    component.type_index = command.optional_int32(slot_key).value_or(1);
+    check_slot(command.name(slot_key), component.type_index, component.type);
     std::vector<grade_component> components;
     components.push_back(std::move(component));
     device.grade(read_channel(command), command.boolean("resetAndApply"), std::nullopt, std::move(components));
@@ -306,6 +302,9 @@ void describe_value(const bsonElement& element, int depth, std::string& text) {
             text += is_array ? "]" : "}";
             return;
         }
+        case 0x0A:
+            text += "null";
+            return;
         case 0x08:
             text += element.getBoolValue() ? "true" : "false";
             return;

@@ -1,6 +1,7 @@
 #include "simulator/device_state.h"
 
 #include <algorithm>
+#include <numeric>
 #include <set>
 
 #include "simulator/media.h"
@@ -55,21 +56,21 @@ void check_range(const char* field, std::int32_t value, std::size_t last, const 
                   std::string(field) + " is " + std::to_string(value) + ": no such " + what + ", " + range);
 }
 
-void check_name(const char* field, const std::string& name) {
+void check_text(const char* field, const std::string& text, std::size_t most = max_text_size) {
     const std::string subject(field);
-    if (name.empty()) throw refusal(reason::bad_field, subject + " is empty");
-    if (name.size() > max_name_size)
-        throw refusal(reason::bad_field, subject + " has " + std::to_string(name.size()) + " bytes; at most " +
-                                             std::to_string(max_name_size) + " are allowed");
-    if (name.find('\0') != std::string::npos) throw refusal(reason::bad_field, subject + " contains a zero byte");
+    if (text.size() > most)
+        throw refusal(reason::bad_field, subject + " has " + std::to_string(text.size()) + " bytes; at most " +
+                                             std::to_string(most) + " are allowed");
+    if (text.find('\0') != std::string::npos) throw refusal(reason::bad_field, subject + " contains a zero byte");
 }
 
-void check_text(const char* field, const std::string& text) {
-    const std::string subject(field);
-    if (text.size() > max_text_size)
-        throw refusal(reason::bad_field, subject + " has " + std::to_string(text.size()) + " bytes; at most " +
-                                             std::to_string(max_text_size) + " are allowed");
-    if (text.find('\0') != std::string::npos) throw refusal(reason::bad_field, subject + " contains a zero byte");
+void check_not_empty(const char* field, const std::string& text) {
+    if (text.empty()) throw refusal(reason::bad_field, std::string(field) + " is empty");
+}
+
+void check_name(const char* field, const std::string& name) {
+    check_not_empty(field, name);
+    check_text(field, name, max_name_size);
 }
 
 void check_combination(std::int32_t index) {
@@ -90,7 +91,7 @@ std::vector<std::size_t> channels_to_set(const char* field, std::optional<std::i
         return {static_cast<std::size_t>(*channel - 1)};
     }
     std::vector<std::size_t> all(count);
-    for (std::size_t i = 0; i < count; ++i) all[i] = i;
+    std::iota(all.begin(), all.end(), std::size_t{0});
     return all;
 }
 
@@ -107,8 +108,6 @@ std::vector<slot> slots_for(const std::vector<grade_component>& components) {
     std::set<slot> taken;
     for (const grade_component& component : components) {
         if (component.type_index == 0) continue;
-        check_range("\"typeIndex\"", component.type_index, static_cast<std::size_t>(slots_of(component.type)),
-                    ("slot of type " + quoted(component.type)).c_str());
         if (!taken.emplace(component.type, component.type_index).second)
             throw refusal(reason::bad_field, "two components are for slot " + std::to_string(component.type_index) +
                                                  " of type " + quoted(component.type));
@@ -120,8 +119,8 @@ std::vector<slot> slots_for(const std::vector<grade_component>& components) {
             do ++where.second;
             while (taken.count(where) != 0);
             if (where.second > slots_of(component.type))
-                throw refusal(reason::bad_field, "more components of type " + quoted(component.type) + " than its " +
-                                                     std::to_string(slots_of(component.type)) + " slots");
+                throw refusal(reason::bad_field, "more components of type " + quoted(component.type) + " than slots (" +
+                                                     std::to_string(slots_of(component.type)) + ")");
             taken.insert(where);
         }
         result.push_back(std::move(where));
@@ -154,6 +153,12 @@ std::int32_t slots_of(const std::string& type) {
     return known ? slots_of_a_type : 0;
 }
 
+void check_slot(const std::string& field, std::int32_t slot, const std::string& type) {
+    if (slot < 1 || slot > slots_of(type))
+        throw refusal(reason::bad_field, field + " is " + std::to_string(slot) + ": slots of type " + quoted(type) +
+                                             " count from 1 to " + std::to_string(slots_of(type)));
+}
+
 void check_library(const std::vector<preset>& presets) {
     if (presets.size() > library_capacity)
         throw refusal(reason::not_possible, std::to_string(presets.size()) + " presets; the library holds at most " +
@@ -169,9 +174,8 @@ void check_library(const std::vector<preset>& presets) {
 device_state::device_state(std::string media_folder)
     : media_folder_(std::move(media_folder)), channels_(channel_models().size()) {
     library_.reserve(library_capacity);  // so that storing a preset that was checked can't fail half-way
-    for (const char* destination : {"channel", "output"})
-        for (std::int32_t i = 1; i <= endpoints_of_a_type; ++i)
-            routes_.push_back({{destination == std::string("channel") ? "input" : "channel", i}, {destination, i}});
+    for (std::int32_t i = 1; i <= endpoints_of_a_type; ++i) routes_.push_back({{"input", i}, {"channel", i}});
+    for (std::int32_t i = 1; i <= endpoints_of_a_type; ++i) routes_.push_back({{"channel", i}, {"output", i}});
     for (const auto& [name, model] : option_models()) options_[name] = model.initial;
 }
 
@@ -208,7 +212,7 @@ const std::vector<std::int32_t>& device_state::supported_combinations(std::int32
 }
 
 void device_state::register_client(client_info client) {
-    if (client.model.empty()) throw refusal(reason::bad_field, "\"clientModel\" is empty");
+    check_not_empty("\"clientModel\"", client.model);
     check_text("\"clientModel\"", client.model);
     check_text("\"versionNumber\"", client.version);
     check_text("\"clientSerial\"", client.serial);

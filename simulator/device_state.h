@@ -40,7 +40,7 @@ struct test_pattern {
 
 struct grade_component {
     std::string type;             // "cdl", "saturation", "1dlut", "3dlut" or "tpg"
-    std::int32_t type_index = 0;  // slot among the components of its type; 0: not given
+    std::int32_t type_index = 0;  // slot, one that its type has; 0: not given
     std::string data_format;      // every type but "tpg"
     std::vector<unsigned char> data;
     std::optional<cdl_values> values;     // "cdl" and "saturation" given as values rather than as data
@@ -176,6 +176,9 @@ void check_library(const std::vector<preset>& presets);
 
 // How many components of a type a grade may hold; 0 for a type that doesn't exist.
 std::int32_t slots_of(const std::string& type);
+
+// Refuses a slot that the type doesn't have.
+void check_slot(const std::string& field, std::int32_t slot, const std::string& type);
 
 }  // namespace simulator
 

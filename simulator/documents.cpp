@@ -47,15 +47,11 @@ test_pattern read_pattern(const fields& from) {
 grade_component read_component(const fields& from, bool with_patterns) {
     grade_component component;
     component.type = from.string("type");
-    const std::int32_t slots = slots_of(component.type);
-    if (slots == 0)
+    if (slots_of(component.type) == 0)
         throw refusal(reason::bad_field,
                       from.name("type") + " is " + quoted(component.type) + ": no such component type");
     component.type_index = from.optional_int32("typeIndex").value_or(0);
-    if (component.type_index < 0 || component.type_index > slots)
-        throw refusal(reason::bad_field, from.name("typeIndex") + " is " + std::to_string(component.type_index) +
-                                             ": slots of type " + quoted(component.type) + " count from 1 to " +
-                                             std::to_string(slots));
+    if (component.type_index != 0) check_slot(from.name("typeIndex"), component.type_index, component.type);
     if (component.type == "tpg") {
         if (!with_patterns)
             throw refusal(reason::bad_field, from.name("type") + " is \"tpg\": a preset can't hold a test pattern");
