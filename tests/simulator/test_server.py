@@ -1,0 +1,121 @@
+"""lutc-simulator as a process of its own, on a free port: its sockets, log, faults and ends."""
+import os
+import re
+import socket
+import struct
+import subprocess
+import unittest
+
+import bson
+
+SIMULATOR = os.environ["LUTC_SIMULATOR"]
+DEADLINE = 20
+EVENT = bson.encode({"type": "event", "msgID": 1, "event": "simulated"})
+
+
+def command(name, /, **fields):
+    return bson.encode({"protocolVersion": "2.0", "type": "command", "msgID": 1, "command": name, **fields})
+
+
+GET_OPTION = command("getOption", name="rangeMode")
+
+
+def run(*options):
+    """Runs the simulator to its end; exit code and standard error."""
+    result = subprocess.run([SIMULATOR, *options], capture_output=True, text=True, timeout=DEADLINE)
+    return result.returncode, result.stderr
+
+
+class Server(unittest.TestCase):
+    def start(self, *options):
+        self.process = subprocess.Popen([SIMULATOR, "--port", "0", *options], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(self.stop)
+        ready = self.process.stdout.readline()
+        self.assertRegex(ready, r"^lutc-simulator: listening on 127\.0\.0\.1:\d+\n$")
+        self.port = ready.strip().rpartition(":")[2]
+
+    def stop(self):
+        if self.process.returncode is None:
+            self.process.terminate()
+            self.assertEqual(self.process.wait(DEADLINE), 0)
+            self.process.stdout.close()
+
+    def send(self, *pieces):
+        """Everything that comes until the service closes its side; None when it resets the connection."""
+        with socket.create_connection(("127.0.0.1", int(self.port)), DEADLINE) as connection:
+            connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            received = b""
+            try:
+                for piece in pieces:
+                    connection.sendall(piece)
+                while block := connection.recv(65536):
+                    received += block
+            except ConnectionResetError:
+                return None
+            return received
+
+    def message(self, *pieces):
+        return bson.decode(self.send(*pieces))["message"]
+
+    def test_answers_logs_and_stops(self):
+        self.start()
+        self.assertEqual(bson.decode(self.send(command("getColorTransformState", channelIndex=1))),
+                         {"type": "response", "msgID": 1, "code": 0, "message": "ok", "colorTransformState": 0})
+        self.send(command("x", data=b"\0\1", message="no\nline", none=None, list=[1.5, {"deep": True}]))
+        self.process.terminate()
+        self.assertEqual(self.process.wait(DEADLINE), 0)
+        with self.process.stdout as log:
+            self.assertEqual(log.read().splitlines(), [
+                "1 < getColorTransformState channelIndex=1",
+                '1 > code=0 message="ok" colorTransformState=0',
+                r'2 < x data=[2 bytes 00 01] message="no\x0aline" none=null list=[1.5 {deep=true}]',
+                r'2 > code=2 message="there is no command \"x\""'])
+
+    def test_puts_commands_together(self):
+        self.start("--quiet")
+        model = command("getModelInfo")
+        expected = self.send(model)
+        for cut in range(1, len(model)):
+            self.assertEqual(self.send(model[:cut], model[cut:]), expected, cut)
+        self.assertEqual(self.send(model + model), expected, "one command a connection")
+
+    def test_refuses_impossible_lengths_without_losing_the_reply(self):
+        self.start("--quiet", "--max-command", "1000")
+        self.assertEqual(self.message(b"\4\0\0\0"), "the command claims a length of 4")
+        longest = command("x", fill="x" * 915)
+        self.assertEqual(len(longest), 1000)
+        self.assertEqual(self.message(longest), 'there is no command "x"')
+        for size in (1001, 2**32 - 1):
+            self.assertEqual(self.message(struct.pack("<I", size), bytes(5000000)),
+                             f"the command has {size} bytes; at most 1000 are taken")
+
+    def test_goes_wrong_on_demand(self):
+        kinds = ["reset", "close", "silence,50", "event-first", "trickle"]
+        faults = [f"--fault=getOption:{number}={kind}" for number, kind in enumerate(kinds, 1)]
+        self.start("--quiet", *faults, "--fault=setOption=refuse")
+        self.assertEqual([self.send(GET_OPTION) for _ in range(3)], [None, b"", b""])
+        self.assertEqual(self.message(command("setOption", name="rangeMode", value="legal")), "refused on demand")
+        after_event, trickled, usual = (self.send(GET_OPTION) for _ in range(3))
+        self.assertEqual(bson.decode(usual)["value"], "full")
+        self.assertEqual((after_event, trickled), (EVENT + usual, usual))
+
+    def test_ends_with_a_reason_when_it_can_not_start(self):
+        self.start("--quiet")
+        taken = f"lutc-simulator: can't listen on 127.0.0.1:{self.port}: Address already in use\n"
+        self.assertEqual(run("--port", self.port), (1, taken))
+        self.assertEqual(run("--fault", "getOption=fire"), (2, 'lutc-simulator: --fault: there is no fault "fire"\n'))
+        self.assertEqual(run("--porl", "1")[0], 2)
+
+    def test_its_document_says_what_its_help_says(self):
+        shown = subprocess.run([SIMULATOR, "--help"], capture_output=True, text=True, check=True).stdout
+        with open(os.path.join(os.environ["LUTC_SOURCE_DIR"], "docs", "simulator.md")) as file:
+            document = file.read()
+        options = set(re.findall(r"^  (?:-\w,)?(--[a-z-]+)", shown, re.M)) - {"--help", "--version"}
+        self.assertEqual(options, set(re.findall(r"^\| `(--[a-z-]+)", document, re.M)))
+        faults = re.findall(r"^  ([a-z-]+) .* \[(\d+)\]$", shown, re.M)
+        self.assertEqual(len(faults), 11)
+        self.assertEqual(faults, re.findall(r"^\| `([a-z-]+)` \| .* (\d+) \|$", document, re.M))
+
+
+if __name__ == "__main__":
+    unittest.main()
