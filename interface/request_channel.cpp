@@ -234,11 +234,6 @@ const bsonDocument* get_document(const bsonElement& element) {
     return document != nullptr && lutc_bson::isDecodedWhole(*document) ? document : nullptr;
 }
 
-const bsonDocument* get_document(const bsonDocument& document, std::string_view key) {
-    const bsonElement* const element = find_element(document, key);
-    return element != nullptr ? get_document(*element) : nullptr;
-}
-
 std::string_view text_of(const bsonElement& element) {
     if (lutc_bson::readableSize(element) == 0) return {};
     return {reinterpret_cast<const char*>(element.value), element.valueSize - 1};

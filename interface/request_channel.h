@@ -66,9 +66,6 @@ const bsonElement* find_element(const bsonDocument& document, std::string_view k
 // The embedded document or array of the element, or null: it holds none, or one with elements of an unknown type.
 const bsonDocument* get_document(const bsonElement& element);
 
-// The same for the first element with the key.
-const bsonDocument* get_document(const bsonDocument& document, std::string_view key);
-
 // The characters of a string element, inner zero bytes included: text compares as a whole.
 std::string_view text_of(const bsonElement& element);
 

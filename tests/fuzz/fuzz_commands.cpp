@@ -11,6 +11,7 @@
 #include <string>
 
 #include "simulator/commands.h"
+#include "simulator/description.h"
 #include "simulator/media.h"
 #include "tests/fuzz/target.h"
 #include "tests/support/check.h"

@@ -85,6 +85,7 @@ def documents():
     yield "array_keys_00", document(element(0x04, "a", document(int32("00", 1), int32(" +1", 2), int32("2x", 3))))
     yield "array_keys_gap", document(element(0x04, "a", document(int32("0", 1), int32("2", 2))))
     yield "lengths_of_0", document(element(0x02, "s", bytes(4)), element(0x0C, "p", bytes(16)), binary("b", b""))
+    yield "length_of_0_last", document(element(0x02, "s", bytes(4)))
     yield "negative_length", document(element(0x02, "s", b"\xff\xff\xff\xff\0"))
     yield "length_wraps", document(element(0x05, "b", b"\xfb\xff\xff\xff\0\0"), element(0x0A, "n"))
     yield "scope_is_short", document(element(0x0F, "w", struct.pack("<ii", 9, 1) + b"\0" + document()))
