@@ -144,10 +144,11 @@ bool ScriptedService::sendInChunks(const std::string& bytes) {
         const auto begin = Clock::now();
         const ssize_t sent =
             ::send(peer_, bytes.data() + at, std::min<std::size_t>(bytes.size() - at, 65536), MSG_NOSIGNAL);
-        if (sent < 0) return false;
-        at += static_cast<std::size_t>(sent);
+        // Also when the client is gone: it may have taken this very gap for the end.
         if (lastSend_ != Clock::time_point()) longestGap_ = std::max(longestGap_, Clock::now() - lastSend_);
         lastSend_ = begin;
+        if (sent < 0) return false;
+        at += static_cast<std::size_t>(sent);
     }
     return true;
 }
