@@ -32,10 +32,6 @@ std::unique_ptr<bsonDocument> refusing_reply(reason why, const std::string& mess
 // The whole way: the bytes of a command in, the bytes of its reply out, whatever the bytes are.
 std::vector<unsigned char> answer(device_state& device, const std::vector<unsigned char>& command);
 
-// A document's fields on one line of a log, such as: channelIndex=1 data=[14 bytes 00 01 02 ...]. Long ones are cut.
-// The fields that are the same in every message are left out.
-std::string described(const bsonDocument& document);
-
 }  // namespace simulator
 
 #endif

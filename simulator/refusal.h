@@ -21,6 +21,9 @@ enum class reason : std::int32_t {
     internal = 8,         // out of memory
 };
 
+// Bytes of a reply's "message": a client reads most replies into 1024 bytes.
+constexpr std::size_t max_message_size = 600;
+
 class refusal : public std::runtime_error {
   public:
     refusal(reason why, const std::string& message) : std::runtime_error(message), why_(why) {}

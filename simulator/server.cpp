@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "simulator/commands.h"
+#include "simulator/description.h"
 #include "simulator/documents.h"
 
 namespace simulator {
