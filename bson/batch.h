@@ -23,6 +23,10 @@ struct slot {
     block* origin;
 };
 
+// Keeps malloc's alignment for an object that was allocated alone.
+constexpr std::size_t aloneOffset = alignof(std::max_align_t);
+static_assert(sizeof(slot) <= aloneOffset);
+
 inline slot* slotOf(void* object) noexcept { return static_cast<slot*>(object) - 1; }
 
 inline void leaveBlock(block* from, std::uint32_t users) noexcept {
@@ -31,16 +35,16 @@ inline void leaveBlock(block* from, std::uint32_t users) noexcept {
 
 // The class's operator new and operator delete.
 inline void* newAlone(std::size_t size) {
-    auto* const at = reinterpret_cast<slot*>(newBytes(sizeof(slot) + size));
-    at->origin = nullptr;
-    return at + 1;
+    unsigned char* const object = newBytes(aloneOffset + size) + aloneOffset;
+    slotOf(object)->origin = nullptr;
+    return object;
 }
 
 inline void deletePlaced(void* object) noexcept {
     if (object == nullptr) return;
     slot* const at = slotOf(object);
     if (at->origin == nullptr) {
-        std::free(at);
+        std::free(static_cast<unsigned char*>(object) - aloneOffset);
     } else {
         leaveBlock(at->origin, 1);
     }

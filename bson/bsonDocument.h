@@ -6,14 +6,15 @@
 //    (ownsValue, ownsMessage) says whether the object releases it. A buffer held with the flag clear is borrowed: its
 //    owner keeps it alive and unchanged for as long as the object refers to it. A null pointer with a size reads as
 //    no bytes.
-// 2. Elements and documents are created with new and destroyed with delete, one by one. A document owns the elements
-//    of its list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
+// 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding takes their memory in
+//    blocks of up to 256 objects; a block goes with the last of its objects.) A document owns the elements of its list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
 //    A document must not contain itself, directly or through elements that refer to it.
 // 3. The message and the element list of a document are independent. Encoding rewrites the message from the list,
 //    decoding rewrites the list from the message; nothing else brings them together.
 // 4. Out of memory: std::bad_alloc. Nothing is leaked, and every object involved can still be used and destroyed.
 //    Clearing and destroying allocate nothing and never throw. No operation recurses on the depth of a document, and
-//    all but convertElementListToMessage (see there) take time and memory linear in its size.
+//    all but convertElementListToMessage (see there) and the indentation of debugPrint take time and memory linear in
+//    its size.
 // 5. Nothing is shared between objects except borrowed buffers and documents, and there are no locks: one object is
 //    used by one thread at a time.
 // 6. Keys are free of zero bytes. They match when they have the same length and the same bytes. An occurrence counts
@@ -48,11 +49,30 @@ struct is_plain_value
                                        (std::is_convertible<T, std::string>::value &&
                                         !std::is_same<T, std::nullptr_t>::value)> {};
 
+// Signed integers that are neither int32_t nor int64_t but have the size of one of them, such as long long where
+// int64_t is long.
 template <class T>
-using refuse_other_values = typename std::enable_if<!is_plain_value<typename std::decay<T>::type>::value>::type;
+struct is_other_integer
+    : std::integral_constant<bool, std::is_integral<T>::value && std::is_signed<T>::value &&
+                                       (sizeof(T) == 4 || sizeof(T) == 8) && !std::is_same<T, std::int32_t>::value &&
+                                       !std::is_same<T, std::int64_t>::value && !std::is_same<T, wchar_t>::value> {};
+
+template <class T>
+using accept_other_integers = typename std::enable_if<is_other_integer<T>::value, int>::type;
+
+template <std::size_t size>
+using integer_of_size = typename std::conditional<size == 4, std::int32_t, std::int64_t>::type;
+
+template <class T>
+using refuse_other_values =
+    typename std::enable_if<!is_plain_value<typename std::decay<T>::type>::value && !is_other_integer<T>::value>::type;
 
 template <class T>
 using refuse_other_than_bool = typename std::enable_if<!std::is_same<typename std::decay<T>::type, bool>::value>::type;
+
+template <class T>
+using refuse_other_numbers_than_int32 =
+    typename std::enable_if<std::is_arithmetic<T>::value && !std::is_same<T, std::int32_t>::value>::type;
 
 }  // namespace lutc_bson
 
@@ -100,7 +120,7 @@ class LUTC_BSON_EXPORT bsonElement {
     bsonElement(const std::string& key, std::int64_t value);
     bsonElement(const std::string& key, double value);
     bsonElement(const std::string& key, const std::string& value);
-    bsonElement(const std::string& key, const char* value);  // a string, zero-terminated
+    bsonElement(const std::string& key, const char* value);  // a string, zero-terminated; null is the empty string
     bsonElement(const std::string& key, const unsigned char* bytes, std::uint32_t size, bool copy,
                 std::uint8_t subtype);
     bsonElement(const std::string& key, bsonDocument* document, bool adopt, bool isArray);
@@ -111,6 +131,9 @@ class LUTC_BSON_EXPORT bsonElement {
     bsonElement(std::uint8_t type, const std::string& key, const unsigned char* bytes, std::uint32_t size, bool copy,
                 std::uint8_t subtype);
 
+    template <class T, lutc_bson::accept_other_integers<T> = 0>
+    bsonElement(const std::string& name, T number)
+        : bsonElement(name, static_cast<lutc_bson::integer_of_size<sizeof(T)>>(number)) {}
     template <class T, class = lutc_bson::refuse_other_values<T>>
     bsonElement(const std::string& key, T value) = delete;
     explicit bsonElement(std::nullptr_t) = delete;
@@ -131,7 +154,7 @@ class LUTC_BSON_EXPORT bsonElement {
     void setInt32Value(std::int32_t value);
     void setInt64Value(std::int64_t value);
     void setDoubleValue(double value);
-    void setStringValue(const std::string& value);  // inner zero bytes included
+    void setStringValue(const std::string& value);  // inner zero bytes included; std::length_error from 4 GiB on
     // copy set: the element owns a copy of the size bytes. copy clear: it borrows the bytes.
     void setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype);
     // adopt set: the element destroys the document with its value. adopt clear: the caller keeps it alive.
@@ -246,6 +269,10 @@ class LUTC_BSON_EXPORT bsonDocument {
 
     template <class T, class = lutc_bson::refuse_other_than_bool<T>>
     void addBooleanElement(const std::string& key, T value) = delete;
+    template <class Key, class T, class = lutc_bson::refuse_other_numbers_than_int32<T>>
+    void addInt32Element(const Key& key, T value) = delete;
+    template <class Key, class T, class = lutc_bson::refuse_other_numbers_than_int32<T>>
+    void addStringElement(const Key& key, T value) = delete;
 
     // Typed getters. Each looks at the first element with the key alone. 1: the value was written. 0: no such
     // element. -1: it is of another kind. The outputs are written only with 1. Bytes and documents stay the

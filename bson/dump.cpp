@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "bson/bsonDocument.h"
@@ -15,6 +16,42 @@ void indent(std::int32_t level) {
     for (; level > 0; --level) std::putchar('\t');
 }
 
+struct kind {
+    std::uint8_t valueType;
+    const char* name;
+};
+
+constexpr kind kinds[] = {
+    {type::real, "double"},
+    {type::string, "string"},
+    {type::document, "embedded document"},
+    {type::array, "array document"},
+    {type::binary, "binary"},
+    {type::undefined, "undefined"},
+    {type::objectId, "object id"},
+    {type::boolean, "boolean"},
+    {type::utc, "utc"},
+    {type::null, "null"},
+    {type::regularExpression, "regular expression"},
+    {type::dbPointer, "db pointer"},
+    {type::javascript, "javascript"},
+    {type::symbol, "deprecated"},
+    {type::javascriptWithScope, "javascript with scope"},
+    {type::int32, "int32"},
+    {type::timestamp, "timestamp"},
+    {type::int64, "int64"},
+    {type::maxKey, "max key"},
+    {type::minKey, "min key"},
+};
+
+std::string kindOf(const bsonElement& element) {
+    const auto* const known = std::find_if(std::begin(kinds), std::end(kinds),
+                                           [&](const kind& k) { return k.valueType == element.valueType; });
+    if (known == std::end(kinds)) return "unknown";
+    if (element.valueType != type::binary) return known->name;
+    return "binary [length=" + std::to_string(static_cast<std::int32_t>(element.valueSize)) + "]";
+}
+
 // The first eight bytes in hexadecimal.
 std::string previewOf(const bsonElement& element) {
     constexpr std::uint32_t shown = 8;
@@ -28,74 +65,35 @@ std::string previewOf(const bsonElement& element) {
     return size > shown ? text + ",..." : text;
 }
 
-void printLine(const bsonElement& element) {
-    const char* const key = element.key.c_str();
+// What follows the kind; nothing for kinds whose value isn't shown.
+std::string valueOf(const bsonElement& element) {
     switch (element.valueType) {
         case type::real:
-            std::printf("%s:(double)%f\n", key, element.getDoubleValue());
-            break;
+            return std::to_string(element.getDoubleValue());  // six decimals
         case type::string:
-            std::printf("%s:(string)%s\n", key, element.getStringValue().c_str());
-            break;
-        case type::document:
-            std::printf("%s:(embedded document){\n", key);
-            break;
-        case type::array:
-            std::printf("%s:(array document)[\n", key);
-            break;
-        case type::binary:
-            std::printf("%s:(binary [length=%d])%s\n", key, static_cast<int>(element.valueSize),
-                        previewOf(element).c_str());
-            break;
-        case type::undefined:
-            std::printf("%s:(undefined)\n", key);
-            break;
-        case type::objectId:
-            std::printf("%s:(object id)\n", key);
-            break;
-        case type::boolean:
-            std::printf("%s:(boolean)%s\n", key, element.getBoolValue() ? "true" : "false");
-            break;
-        case type::utc:
-            std::printf("%s:(utc)%lld\n", key, static_cast<long long>(element.getInt64Value()));
-            break;
-        case type::null:
-            std::printf("%s:(null)\n", key);
-            break;
-        case type::regularExpression:
-            std::printf("%s:(regular expression)\n", key);
-            break;
-        case type::dbPointer:
-            std::printf("%s:(db pointer)\n", key);
-            break;
         case type::javascript:
-            std::printf("%s:(javascript)%s\n", key, element.getStringValue().c_str());
-            break;
-        case type::symbol:
-            std::printf("%s:(deprecated)\n", key);
-            break;
-        case type::javascriptWithScope:
-            std::printf("%s:(javascript with scope)\n", key);
-            break;
+            return element.getStringValue();
+        case type::document:
+            return "{";
+        case type::array:
+            return "[";
+        case type::binary:
+            return previewOf(element);
+        case type::boolean:
+            return element.getBoolValue() ? "true" : "false";
         case type::int32:
-            std::printf("%s:(int32)%d\n", key, element.getInt32Value());
-            break;
+            return std::to_string(element.getInt32Value());
+        case type::utc:
         case type::timestamp:
-            std::printf("%s:(timestamp)%lld\n", key, static_cast<long long>(element.getInt64Value()));
-            break;
         case type::int64:
-            std::printf("%s:(int64)%lld\n", key, static_cast<long long>(element.getInt64Value()));
-            break;
-        case type::maxKey:
-            std::printf("%s:(max key)\n", key);
-            break;
-        case type::minKey:
-            std::printf("%s:(min key)\n", key);
-            break;
+            return std::to_string(element.getInt64Value());
         default:
-            std::printf("%s:(unknown)\n", key);
-            break;
+            return {};
     }
+}
+
+void printLine(const bsonElement& element) {
+    std::printf("%s:(%s)%s\n", element.key.c_str(), kindOf(element).c_str(), valueOf(element).c_str());
 }
 
 // mark is the level of the lines.
@@ -112,7 +110,7 @@ struct printer {
 
     void leave(const bsonElement& holder, std::int32_t level) {
         indent(level - 1);
-        std::printf(holder.valueType == type::array ? "%s]\n" : "%s}\n", "");
+        std::puts(holder.valueType == type::array ? "]" : "}");
     }
 };
 

@@ -1,5 +1,6 @@
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 
 #include "bson/batch.h"
 #include "bson/bsonDocument.h"
@@ -139,7 +140,7 @@ void bsonElement::setDoubleValue(double newValue) {
 
 void bsonElement::setStringValue(const std::string& newValue) {
     const std::size_t size = newValue.size() + 1;
-    if (size > UINT32_MAX) throw std::bad_alloc();
+    if (size > UINT32_MAX) throw std::length_error("the string is longer than 32 bits can say");
     replaceValue(*this, type::string, newCopyOfBytes(reinterpret_cast<const unsigned char*>(newValue.c_str()), size),
                  static_cast<std::uint32_t>(size));
 }

@@ -17,10 +17,6 @@ inline std::uint32_t readableSize(const bsonElement& element) {
 // A copy that holds no embedded document yet.
 std::unique_ptr<bsonElement> copyWithoutDocument(const bsonElement& source);
 
-// Whether every element of the document's message is in its list, as decoding left it: decoding stops at an unknown
-// type byte, and what follows is missing. Looks at the document itself alone, not into embedded ones.
-bool isDecodedWhole(const bsonDocument& document);
-
 // Appends an element that the list then owns.
 inline void append(std::vector<bsonElement*>& list, std::unique_ptr<bsonElement> element) {
     list.push_back(element.get());

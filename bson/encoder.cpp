@@ -1,6 +1,7 @@
 #include "bson/encoder.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "bson/element.h"
 #include "bson/tree_walk.h"

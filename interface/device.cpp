@@ -18,7 +18,9 @@ bool read_wanted_text(const bsonDocument& reply, const char* key, const char* wa
 }
 
 void hand_over_text(char* destination, std::string_view text) {
-    if (destination != nullptr) copy_text(destination, text.size() + 1, text);
+    if (destination == nullptr) return;
+    text = up_to_zero(text);
+    copy_text(destination, text.size() + 1, text);
 }
 
 bool read_channel(const bsonElement* element, gradeChannel& channel) {

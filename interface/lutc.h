@@ -19,7 +19,9 @@
  *     call hands out was allocated with malloc, calloc or strdup, is the caller's, and goes back with free.
  *  8. Threads. There is no state between calls and nothing to initialise: any number of threads may call at once.
  *  9. Time. A call blocks its thread until the service has answered: up to 15 seconds for the first byte of an answer,
- *     and again for each message of another kind that arrives before it. 10 milliseconds of silence end a message.
+ *     and again for each message of another kind that arrives before it. 10 milliseconds of silence end a message. In
+ *     front of that stand the connect (5 seconds at most with the stand-in for the RPC client library) and, when the
+ *     service doesn't take the command off its hands, up to 15 seconds in which it is written.
  *     Signals neither end nor lengthen a wait. A thread can't be cancelled inside a call; it is cancelled after it.
  * 10. The process. No output, no environment, no signal dispositions, no threads, no SIGPIPE, no descriptor that a
  *     child inherits, and no C++ exception leaves a call.
@@ -283,15 +285,16 @@ LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int to
  * Fields written in each record, by the component's "type":
  *
  *   "1dlut", "3dlut"                 typeIndex; kind 2 or 3; dataFormat, data and dataSize
- *   "saturation", "cdl" with values  typeIndex; kind 1; cdlValues (a triple that is missing stays 0.0)
+ *   "saturation", "cdl" with values  typeIndex; kind 1; cdlValues (what is missing of the triples stays 0.0)
  *   "saturation", "cdl" as bytes     typeIndex; kind 0; data and dataSize
  *   any other                        typeIndex
  *
  * The other fields keep their contents. data, dataFormat and cdlValues are new blocks, overwritten without a look at
  * what they held: free them before you use a record again. Empty data gives NULL and 0.
  *
- * Fails also when a component lacks one of these fields or has it with another type, when a list element is not a
- * document, and when gradeComboIndex is asked for and missing.
+ * A preset without a list of components has none. Fails also when a component lacks one of these fields or has it
+ * with another type, when the list or an element of it is not a document or holds a value of a type unknown to BSON,
+ * and when gradeComboIndex is asked for and missing.
  */
 LUTC_EXPORT int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboIndex,
                                  gradeComponent* components, int* componentCount) LUTC_NOEXCEPT;

@@ -44,14 +44,17 @@ bool read_table(const bsonDocument& component, std::int32_t kind, received_compo
     return true;
 }
 
-// A triple that is missing stays as it is, and so does each of its values that is.
+// A triple that is missing stays as it is, and so does each of its values that is. What is there are doubles.
 bool read_triple(const bsonDocument& component, const char* key, double (&values)[3]) {
     const bsonElement* const element = find_element(component, key);
     if (element == nullptr) return true;
     const bsonDocument* const triple = get_document(*element);
     if (triple == nullptr) return false;
     const std::size_t count = std::min<std::size_t>(triple->elementList.size(), 3);
-    for (std::size_t i = 0; i < count; ++i) values[i] = triple->elementList[i]->getDoubleValue();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (triple->elementList[i]->valueType != type::real) return false;
+        values[i] = triple->elementList[i]->getDoubleValue();
+    }
     return true;
 }
 

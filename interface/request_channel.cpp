@@ -252,14 +252,14 @@ bool read_text(const bsonDocument& document, std::string_view key, std::string_v
 }
 
 void copy_text(char* destination, std::size_t size, std::string_view text) {
-    text = text.substr(0, text.find('\0'));
+    text = up_to_zero(text);
     const std::size_t kept = text.size() < size ? text.size() : size;
     if (kept > 0) std::memcpy(destination, text.data(), kept);
     if (size > kept) std::memset(destination + kept, 0, size - kept);
 }
 
 char* new_text(std::string_view text) {
-    text = text.substr(0, text.find('\0'));
+    text = up_to_zero(text);
     auto* const copy = reinterpret_cast<char*>(lutc_bson::newBytes(text.size() + 1));
     copy_text(copy, text.size() + 1, text);
     return copy;

@@ -73,6 +73,9 @@ std::string_view text_of(const bsonElement& element);
 bool read_int32(const bsonDocument& document, std::string_view key, int& value);
 bool read_text(const bsonDocument& document, std::string_view key, std::string_view& text);
 
+// What a zero-terminated copy of the text holds.
+inline std::string_view up_to_zero(std::string_view text) { return text.substr(0, text.find('\0')); }
+
 // Writes exactly size bytes: the text up to its first zero byte, cut or filled with zero bytes.
 void copy_text(char* destination, std::size_t size, std::string_view text);
 

@@ -1,41 +1,15 @@
 // Nesting as deep as a message of 2 MiB can hold, on a small stack. Anything that takes time quadratic in the depth
 // runs into the test's time limit.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <cstring>
-#include <functional>
 #include <memory>
 
 #include "bson/bsonDocument.h"
 #include "tests/support/documents.h"
+#include "tests/support/nesting.h"
 
 namespace {
-
-void onSmallStack(std::function<void()> work) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-    pthread_t thread;
-    const auto run = [](void* argument) -> void* {
-        (*static_cast<std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
-
-std::string nested(std::uint8_t type, std::uint32_t depth) {
-    std::string bytes;
-    for (std::uint32_t level = depth; level > 0; --level) {
-        const std::uint32_t length = 5 + 8 * level;
-        bytes.append(reinterpret_cast<const char*>(&length), 4);
-        bytes += static_cast<char>(type);
-        bytes.append("0", 2);
-    }
-    return bytes + fromHex("0500000000") + std::string(depth, '\0');
-}
 
 std::uint32_t depthOf(const bsonDocument* document) {
     std::uint32_t depth = 0;

@@ -16,6 +16,7 @@ template <class T>
 constexpr bool makesElement = std::is_constructible<bsonElement, const char*, T>::value;
 static_assert(makesElement<bool> && makesElement<std::int32_t> && makesElement<std::int64_t> && makesElement<double> &&
               makesElement<const char*> && makesElement<std::string>);
+static_assert(makesElement<long long> && makesElement<float>);
 static_assert(!makesElement<void*> && !makesElement<const int*> && !makesElement<std::uint32_t> &&
               !makesElement<std::uint64_t> && !makesElement<char> && !makesElement<std::nullptr_t>);
 static_assert(!std::is_constructible<bsonElement, std::nullptr_t>::value);
@@ -104,6 +105,9 @@ TEST(Element, gettersReadWhateverBytesThereAre) {
         const std::string all = fromHex(row.hex);
         EXPECT_EQ(element->getStringValue(), all.substr(0, all.empty() ? 0 : all.size() - 1));
     }
+    bsonDocument document;  // null is written without a body, whatever it holds
+    document.elementList.push_back(raw(0x0A, "bytes").release());
+    EXPECT_EQ(toHex(encoded(document)), "080000000A6B0000");
     const bsonElement nothing(0x10, "k", nullptr, 4, true, 0);
     EXPECT_EQ(nothing.getInt32Value(), 0);
     EXPECT_EQ(nothing.getStringValue(), "");

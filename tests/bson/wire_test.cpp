@@ -144,6 +144,11 @@ TEST(Wire, decodingWithoutValidation) {
         bsonDocument vouched(bytesOf(bytes), sizeOf(bytes), true, false);
         EXPECT_EQ(vouched.convertMessageToElementList(false), 0) << reachingPast;
     }
+    // An embedded document is validated all the same: this one's boolean is 2.
+    const std::string bytes = wrapped(fromHex("03 6400 09000000 08 6200 02 00 0A 6E00"));
+    bsonDocument vouched(bytesOf(bytes), sizeOf(bytes), true, false);
+    EXPECT_EQ(vouched.convertMessageToElementList(false), 1);
+    EXPECT_EQ(textOf(vouched), "{'d':{},'n':null}");
 }
 
 TEST(Wire, embeddedDocumentsBorrowUntilTheyAreEncoded) {

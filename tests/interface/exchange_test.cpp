@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "interface/lutc.h"
 #include "tests/support/documents.h"
+#include "tests/support/nesting.h"
 #include "tests/support/scripted_service.h"
 
 namespace {
@@ -72,6 +74,13 @@ TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
         EXPECT_EQ(punctually(dribble(fits, piece, 2), row.call), 0);
         EXPECT_EQ(punctually(dribble(tooLong, piece, 2), row.call), -1);
     }
+}
+
+TEST(Exchange, aReplyMayNestAsDeepAsItFits) {
+    std::string reply = ok.substr(0, ok.size() - 1) + fromHex("03 6400") + nested(0x03, 260000) + '\0';
+    const std::uint32_t size = sizeOf(reply);
+    std::memcpy(&reply[0], &size, sizeof size);
+    onSmallStack([&] { EXPECT_EQ(punctually({send(reply), hangUp()}, receive), 0); });
 }
 
 TEST(Exchange, aPauseEndsAMessage) {
