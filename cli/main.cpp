@@ -15,7 +15,8 @@ const char* const EXIT_CODES =
     "  0    done\n"
     "  1    the service refused or gave no usable answer; a file can't be read or written;\n"
     "       a question was answered with no\n"
-    "  2    usage: wrong arguments, or an input file whose content is wrong\n"
+    "  2    usage: wrong arguments, or an input file whose content is wrong;\n"
+    "       a question that could not be asked\n"
     "  3    nobody listens on the service's port (127.0.0.1:54440)\n"
     "  130  a backup or restore was interrupted (SIGINT or SIGTERM)\n"
     "Every failure is one line on standard error, also with --json.";
@@ -23,12 +24,22 @@ const char* const EXIT_CODES =
 // CLI11 takes "-.5" for an option; "-0.5" it takes for a number.
 std::vector<std::string> with_leading_zeros(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (std::find(arguments.begin(), arguments.end(), "grade") == arguments.end()) return arguments;
+    const auto is_word = [](const std::string& argument) { return argument.empty() || argument[0] != '-'; };
+    const auto command = std::find_if(arguments.begin(), arguments.end(), is_word);
+    if (command == arguments.end() || *command != "grade") return arguments;
     for (std::string& argument : arguments) {
         const bool bare = argument.size() > 2 && argument.compare(0, 2, "-.") == 0;
         if (bare && argument[2] >= '0' && argument[2] <= '9') argument.insert(1, "0");
     }
     return arguments;
+}
+
+// Of an argument that stands where something else is required, CLI11 says only what is required.
+std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    std::string message = error.what();
+    if (error.get_name() == "RequiredError" && !unknown.empty()) message += "; '" + unknown[0] + "' is not known here";
+    return message + " (see --help)";
 }
 
 int run(int argc, char** argv) {
@@ -55,7 +66,7 @@ int run(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             app.exit(error);
         } else {
-            throw lutc_cli::Failure(lutc_cli::EXIT_USAGE, std::string(error.what()) + " (see --help)");
+            throw lutc_cli::Failure(lutc_cli::EXIT_USAGE, usage_message(app, error));
         }
     }
     if (!lutc_cli::flush_output()) {
