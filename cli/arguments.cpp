@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
-#include <limits>
 
 #include "cli/output.h"
 
@@ -69,8 +68,6 @@ void add_cdl_values(CLI::App& command, cdl& values) {
     add_triple(command, "--power", values.power, "Power of red, green and blue (default 1 1 1)");
     add_number(command, "--saturation", values.saturation, "Saturation (default 1)");
 }
-
-cdl neutral_cdl() { return cdl{{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0}; }
 
 void PresetSelector::add_to(CLI::App& command) {
     const auto read_name = [this](const std::string& text) {

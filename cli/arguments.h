@@ -2,7 +2,6 @@
 #ifndef LUTC_CLI_ARGUMENTS_H
 #define LUTC_CLI_ARGUMENTS_H
 
-#include <array>
 #include <string>
 
 #include "interface/lutc.h"
@@ -24,9 +23,6 @@ CLI::Option* add_triple(CLI::App& command, const std::string& name, double (&val
 CLI::Option* add_channel(CLI::App& command, int& channel);                    // --channel
 CLI::Option* add_yes(CLI::App& command, bool& yes, const std::string& what);  // --yes
 void add_cdl_values(CLI::App& command, cdl& values);                          // --slope --offset --power --saturation
-
-// The CDL that leaves the picture as it is.
-cdl neutral_cdl();
 
 // A preset, by --name or by --index; both together are refused.
 struct PresetSelector {

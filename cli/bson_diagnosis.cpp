@@ -1,10 +1,9 @@
 #include "cli/bson_diagnosis.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-
-#include "cli/output.h"
 
 namespace lutc_cli {
 namespace {

@@ -5,6 +5,7 @@
 #include "cli/arguments.h"
 #include "cli/colour_files.h"
 #include "cli/commands.h"
+#include "cli/grade_file.h"
 #include "cli/output.h"
 
 namespace lutc_cli {

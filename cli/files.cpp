@@ -70,6 +70,23 @@ bool write_all(int descriptor, const void* bytes, std::size_t size) {
     return true;
 }
 
+std::string part_of(const std::string& path) { return path + ".part" + std::to_string(getpid()); }
+
+void write_part(const NewFile& content) {
+    struct stat status {};
+    if (stat(content.path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        throw failed(content.path, "can't be written");
+    }
+    const std::string part = part_of(content.path);
+    Descriptor file(open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (file.number() < 0) throw failed(content.path, "can't be created");
+    if (write_all(file.number(), content.bytes, content.size) && fsync(file.number()) == 0 && file.shut()) return;
+    const Failure failure = failed(content.path, "can't be written");
+    unlink(part.c_str());
+    throw failure;
+}
+
 }  // namespace
 
 std::vector<unsigned char> read_file(const std::string& path, std::size_t limit) {
@@ -79,16 +96,23 @@ std::vector<unsigned char> read_file(const std::string& path, std::size_t limit)
     return read_all(file.number(), path, limit);
 }
 
+void write_files(const std::vector<NewFile>& files) {
+    std::size_t written = 0;
+    std::size_t placed = 0;
+    try {
+        for (; written < files.size(); ++written) write_part(files[written]);
+        for (; placed < files.size(); ++placed) {
+            const std::string& path = files[placed].path;
+            if (rename(part_of(path).c_str(), path.c_str()) != 0) throw failed(path, "can't be written");
+        }
+    } catch (const Failure&) {
+        for (std::size_t i = placed; i < written; ++i) unlink(part_of(files[i].path).c_str());
+        throw;
+    }
+}
+
 void write_file(const std::string& path, const void* bytes, std::size_t size) {
-    const std::string part = path + ".part" + std::to_string(getpid());
-    Descriptor file(open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (file.number() < 0) throw failed(path, "can't be created");
-    const bool written = write_all(file.number(), bytes, size) && fsync(file.number()) == 0 && file.shut() &&
-                         rename(part.c_str(), path.c_str()) == 0;
-    if (written) return;
-    const Failure failure = failed(path, "can't be written");
-    unlink(part.c_str());
-    throw failure;
+    write_files({NewFile{path, bytes, size}});
 }
 
 }  // namespace lutc_cli

@@ -12,8 +12,16 @@ namespace lutc_cli {
 // when it has more than limit bytes.
 std::vector<unsigned char> read_file(const std::string& path, std::size_t limit);
 
-// Replaces the file at once: whoever reads it sees the old bytes or the new ones. On failure (Failure, EXIT_REFUSED)
-// the old file stays and nothing is left beside it.
+struct NewFile {
+    std::string path;
+    const void* bytes;
+    std::size_t size;
+};
+
+// Replaces the files, in their order, when the bytes of all are on the disk; each at once: whoever reads it sees the
+// old bytes or the new ones. When they can't all be written (Failure, EXIT_REFUSED) the old files stay and nothing is
+// left beside them.
+void write_files(const std::vector<NewFile>& files);
 void write_file(const std::string& path, const void* bytes, std::size_t size);
 
 }  // namespace lutc_cli

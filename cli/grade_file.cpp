@@ -28,6 +28,8 @@ bool has_payload(const Component& component) { return component.kind != LUTC_KIN
 
 // ---- Reading
 
+std::string shown_path(const std::string& path) { return path == "-" ? "standard input" : path; }
+
 // One JSON object of the file, and where it stands. Every getter throws Failure with the place of what is wrong.
 class Fields {
   public:
@@ -110,26 +112,6 @@ class Fields {
     const ordered_json& object_;
 };
 
-ordered_json parse(const std::string& path) {
-    const std::vector<unsigned char> bytes = read_file(path, JSON_LIMIT);
-    // Of two members with the same key the parser would silently drop one.
-    std::vector<std::set<std::string>> keys;
-    const auto refuse_twins = [&keys, &path](int, ordered_json::parse_event_t event, ordered_json& value) {
-        if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
-        if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
-        if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
-            throw Failure(EXIT_USAGE, path + ": " + value.get<std::string>() + ": stands twice in one object");
-        }
-        return true;
-    };
-    try {
-        return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
-    } catch (const ordered_json::exception& error) {
-        const std::string text = error.what();
-        throw Failure(EXIT_USAGE, path + ": is no JSON: " + text.substr(text.find("] ") + 2));
-    }
-}
-
 std::vector<unsigned char> read_payload(const Fields& fields, const std::filesystem::path& folder, GradeUse use) {
     const std::string name = fields.text("file");
     if (name.empty()) throw fields.wrong("file: must not be empty");
@@ -146,7 +128,7 @@ std::vector<unsigned char> read_payload(const Fields& fields, const std::filesys
 
 void read_values(const Fields& fields, Component& component) {
     fields.allow_only({"type", "typeIndex", "slope", "offset", "power", "saturation"});
-    cdl values = {{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0};
+    cdl values = neutral_cdl();
     fields.triple("slope", values.slope);
     fields.triple("offset", values.offset);
     fields.triple("power", values.power);
@@ -193,11 +175,11 @@ Component read_component(const Fields& fields, const std::filesystem::path& fold
     return component;
 }
 
-void check_payloads(const std::string& path, const Grade& grade) {
+void check_payloads(const std::string& place, const Grade& grade) {
     std::size_t total = 0;
     for (const Component& component : grade.components) total += component.data.size();
     if (total > PRESET_PAYLOAD_LIMIT) {
-        throw Failure(EXIT_USAGE, path + ": the preset's payloads have " + std::to_string(total) +
+        throw Failure(EXIT_USAGE, place + ": the preset's payloads have " + std::to_string(total) +
                                       " bytes; more than " + std::to_string(PRESET_PAYLOAD_LIMIT) +
                                       " could never be downloaded again");
     }
@@ -275,6 +257,8 @@ std::string text_of(const Grade& grade, const std::string& stem) {
 
 }  // namespace
 
+cdl neutral_cdl() { return cdl{{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0}; }
+
 std::vector<gradeComponent> records_of(Grade& grade) {
     std::vector<gradeComponent> records;
     for (Component& component : grade.components) {
@@ -292,9 +276,31 @@ std::vector<gradeComponent> records_of(Grade& grade) {
     return records;
 }
 
+ordered_json read_json(const std::string& path) {
+    const std::vector<unsigned char> bytes = read_file(path, JSON_LIMIT);
+    const std::string place = shown_path(path);
+    // Of two members with the same key the parser would silently drop one.
+    std::vector<std::set<std::string>> keys;
+    const auto refuse_twins = [&keys, &place](int, ordered_json::parse_event_t event, ordered_json& value) {
+        if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
+        if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
+        if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
+            throw Failure(EXIT_USAGE, place + ": " + value.get<std::string>() + ": stands twice in one object");
+        }
+        return true;
+    };
+    try {
+        return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
+    } catch (const ordered_json::exception& error) {
+        const std::string text = error.what();
+        throw Failure(EXIT_USAGE, place + ": is no JSON: " + text.substr(text.find("] ") + 2));
+    }
+}
+
 Grade read_grade_file(const std::string& path, GradeUse use) {
-    const ordered_json document = parse(path);
-    const Fields fields(path, document);
+    const ordered_json document = read_json(path);
+    const std::string place = shown_path(path);
+    const Fields fields(place, document);
     fields.allow_only({"name", "gradeComboIndex", "components"});
     Grade grade;
     if (fields.find("name") != nullptr) {
@@ -311,10 +317,10 @@ Grade read_grade_file(const std::string& path, GradeUse use) {
     if (components == nullptr || !components->is_array()) throw fields.wrong("components: must be a list");
     const std::filesystem::path folder = path == "-" ? "" : std::filesystem::path(path).parent_path();
     for (std::size_t i = 0; i < components->size(); ++i) {
-        const Fields component(path + ": component " + std::to_string(i + 1), (*components)[i]);
+        const Fields component(place + ": component " + std::to_string(i + 1), (*components)[i]);
         grade.components.push_back(read_component(component, folder, use));
     }
-    if (use != GradeUse::LIVE) check_payloads(path, grade);
+    if (use != GradeUse::LIVE) check_payloads(place, grade);
     return grade;
 }
 
@@ -332,11 +338,14 @@ void write_grade_file(const std::string& path, const Grade& grade, const std::st
     check_writable(path, grade);
     const std::string text = text_of(grade, stem);
     const std::vector<std::string> names = grade_file_names(path, grade, stem);
-    std::size_t next = 0;
+    std::vector<NewFile> files;
     for (const Component& component : grade.components) {
-        if (has_payload(component)) write_file(names[next++], component.data.data(), component.data.size());
+        if (has_payload(component)) {
+            files.push_back({names[files.size()], component.data.data(), component.data.size()});
+        }
     }
-    write_file(path, text.data(), text.size());
+    files.push_back({path, text.data(), text.size()});
+    write_files(files);
 }
 
 }  // namespace lutc_cli

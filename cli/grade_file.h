@@ -3,6 +3,7 @@
 #define LUTC_CLI_GRADE_FILE_H
 
 #include <cstddef>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,8 +33,14 @@ struct Grade {
     std::vector<Component> components;
 };
 
+// The CDL that leaves the picture as it is.
+cdl neutral_cdl();
+
 // The records that the library takes; they point into the grade.
 std::vector<gradeComponent> records_of(Grade& grade);
+
+// The JSON of a file, or of standard input for "-". Throws Failure as read_grade_file does.
+nlohmann::ordered_json read_json(const std::string& path);
 
 enum class GradeUse {
     LIVE,    // test patterns are allowed
@@ -49,7 +56,8 @@ Grade read_grade_file(const std::string& path, GradeUse use);
 std::vector<std::string> grade_file_names(const std::string& path, const Grade& grade, const std::string& stem);
 
 // Writes the payloads as stem-N-TYPE.bin into the folder of path, then path itself. Throws Failure for a grade that
-// can't be written without loss (a name that is not UTF-8, values that are not finite) before anything is written.
+// can't be written without loss (a name that is not UTF-8, values that are not finite) before anything is written, and
+// when there is no room for all files, with none of them changed.
 void write_grade_file(const std::string& path, const Grade& grade, const std::string& stem);
 
 }  // namespace lutc_cli
