@@ -26,7 +26,6 @@ using nlohmann::ordered_json;
 
 const char* const INDEX_NAME = "library.json";
 constexpr int FORMAT_VERSION = 1;
-constexpr std::size_t INDEX_LIMIT = 16u << 20;
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -150,23 +149,16 @@ bool same_presets(const PresetList& one, const PresetList& other) {
     return std::equal(one.presets.begin(), one.presets.end(), other.presets.begin(), other.presets.end(), same);
 }
 
-void back_up_preset(const fs::path& folder, const ListedPreset& preset, std::size_t position) {
-    const std::string stem = stem_of(position, preset.name);
-    std::vector<std::size_t> ambiguous;
-    const Grade grade = download_preset("preset '" + preset.name + "'", preset, ambiguous);
-    write_grade_file(folder / (stem + ".json"), grade, stem);
-    for (const std::size_t component : ambiguous) {
-        print_notice("preset '" + preset.name + "': component " + std::to_string(component) +
-                     " is either a cdl or a saturation; the file has the more likely");
-    }
-}
-
-void write_backup(const fs::path& folder, const PresetList& list, std::size_t& done) {
+// Returns what there is to note.
+std::vector<std::string> write_backup(const fs::path& folder, const PresetList& list, std::size_t& done) {
+    std::vector<std::string> notices;
     Progress progress("backing up", list.presets.size());
     for (const ListedPreset& preset : list.presets) {
         if (interrupted != 0) throw Failure(EXIT_INTERRUPTED, "interrupted");
         progress.show(done + 1);
-        back_up_preset(folder, preset, done + 1);
+        const std::string stem = stem_of(done + 1, preset.name);
+        write_grade_file(folder / (stem + ".json"), download_preset("preset '" + preset.name + "'", preset, notices),
+                         stem);
         ++done;
     }
     if (!same_presets(list, list_presets("presets backup"))) {
@@ -174,6 +166,7 @@ void write_backup(const fs::path& folder, const PresetList& list, std::size_t& d
     }
     const std::string index = index_text(list);
     write_file(folder / INDEX_NAME, index.data(), index.size());
+    return notices;
 }
 
 // ---- Restore
@@ -194,9 +187,8 @@ Failure broken(const fs::path& file, const std::string& what) {
 }
 
 ordered_json read_index(const fs::path& file) {
-    const std::vector<unsigned char> bytes = read_file(file, INDEX_LIMIT);
-    ordered_json index = ordered_json::parse(bytes.begin(), bytes.end(), nullptr, false);
-    if (!index.is_object()) throw broken(file, "is no JSON object");
+    ordered_json index = read_json(file);
+    if (!index.is_object()) throw broken(file, "must be an object");
     for (const auto& member : index.items()) {
         static const std::set<std::string> known = {"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"};
         if (known.count(member.key()) == 0) throw broken(file, member.key() + ": is not a known field here");
@@ -248,12 +240,17 @@ void check_fits(const Backup& backup, const PresetList& list) {
                                       " presets; the device has room for " + std::to_string(list.maximum));
     }
     const std::vector<std::vector<std::string>> here = list_combinations("presets restore");
+    for (const BackedUpPreset& preset : backup.presets) {
+        if (preset.gradeComboIndex > static_cast<int>(here.size())) {
+            throw broken(preset.file, "gradeComboIndex: this device has no grade combination " +
+                                          std::to_string(preset.gradeComboIndex));
+        }
+    }
     for (const ordered_json& combo : backup.combos) {
         const auto index = combo.at("gradeComboIndex").get<std::int64_t>();
         const auto uses = [index](const BackedUpPreset& preset) { return preset.gradeComboIndex == index; };
         if (std::none_of(backup.presets.begin(), backup.presets.end(), uses)) continue;
-        const bool exists = index >= 1 && static_cast<std::uint64_t>(index) <= here.size();
-        if (!exists || ordered_json(here[static_cast<std::size_t>(index - 1)]) != combo.at("gradeCombo")) {
+        if (index < 1 || ordered_json(here[static_cast<std::size_t>(index - 1)]) != combo.at("gradeCombo")) {
             throw Failure(EXIT_USAGE, "presets restore: grade combination " + std::to_string(index) +
                                           " is not the same on this device as in the backup");
         }
@@ -327,17 +324,21 @@ void backup_presets(const Context& context, const std::string& name, bool yes) {
     fs::path folder = fs::absolute(name).lexically_normal();
     if (folder.filename().empty()) folder = folder.parent_path();
     const fs::path unfinished = folder.string() + ".part";
+    if (folder == fs::current_path()) {
+        throw Failure(EXIT_USAGE, name + ": is the current folder, which can't be replaced; give another");
+    }
     check_replaceable(folder);
     check_replaceable(unfinished);
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
     const PresetList list = list_presets("presets backup");
     check_names(list);
     std::size_t done = 0;
+    std::vector<std::string> notices;
     try {
         catch_interrupts();
         fs::remove_all(unfinished);
         fs::create_directory(unfinished);
-        write_backup(unfinished, list, done);
+        notices = write_backup(unfinished, list, done);
         put_in_place(unfinished, folder);
     } catch (const std::exception& error) {
         std::error_code ignored;
@@ -347,6 +348,7 @@ void backup_presets(const Context& context, const std::string& name, bool yes) {
                       "presets backup: " + std::string(error.what()) + "; " + count_of(done, list.presets.size()) +
                           " had been read, " + name + " is as it was");
     }
+    for (const std::string& notice : notices) print_notice(notice);
     print_result(context, {{"folder", name}, {"presets", list.presets.size()}});
 }
 

@@ -121,7 +121,7 @@ std::vector<std::vector<std::string>> list_combinations(const std::string& what)
     return list;
 }
 
-Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::size_t>& ambiguous) {
+Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::string>& notices) {
     gradeComponent untouched = {};
     untouched.kind = KIND_NOT_WRITTEN;
     std::vector<gradeComponent> records(MOST_COMPONENTS, untouched);
@@ -143,7 +143,10 @@ Grade download_preset(const std::string& what, const ListedPreset& preset, std::
                           what + ": component " + std::to_string(i + 1) + " is of a kind that lutc can't keep");
         }
     }
-    ambiguous = tell_cdl_from_saturation(grade.components, preset.gradeCombo);
+    for (const std::size_t component : tell_cdl_from_saturation(grade.components, preset.gradeCombo)) {
+        notices.push_back("preset '" + preset.name + "': component " + std::to_string(component) +
+                          " is either a cdl or a saturation; the file has the more likely");
+    }
     return grade;
 }
 

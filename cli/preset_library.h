@@ -27,8 +27,8 @@ PresetList list_presets(const std::string& what);
 std::vector<std::vector<std::string>> list_combinations(const std::string& what);
 
 // The whole preset. An answer doesn't say whether a component with CDL values or bytes is a CDL or a saturation: the
-// preset's combination decides (docs/grade-files.md). ambiguous receives the positions of those for which it can't.
-Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::size_t>& ambiguous);
+// preset's combination decides (docs/grade-files.md). Where it can't, notices gets a line that says so.
+Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::string>& notices);
 
 }  // namespace lutc_cli
 

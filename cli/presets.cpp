@@ -68,19 +68,17 @@ ListedPreset find_preset(const std::string& what, const PresetSelector& selector
 }
 
 void download(const Context& context, const Options& options) {
+    if (options.path == "-") throw Failure(EXIT_USAGE, "presets download: give a file: tables are written beside it");
     const std::string what = "presets download: " + options.preset.shown();
-    std::vector<std::size_t> ambiguous;
-    const Grade grade = download_preset(what, find_preset(what, options.preset), ambiguous);
+    std::vector<std::string> notices;
+    const Grade grade = download_preset(what, find_preset(what, options.preset), notices);
     const std::string stem = std::filesystem::path(options.path).stem();
     const std::vector<std::string> files = grade_file_names(options.path, grade, stem);
     for (const std::string& file : files) {
         if (std::filesystem::exists(file)) confirm(options.yes, "Replace " + file + "?");
     }
     write_grade_file(options.path, grade, stem);
-    for (const std::size_t component : ambiguous) {
-        print_notice("component " + std::to_string(component) +
-                     " is either a cdl or a saturation; the file has the more likely");
-    }
+    for (const std::string& notice : notices) print_notice(notice);
     print_result(context, {{"presetName", *grade.name}, {"files", files}});
 }
 
@@ -104,10 +102,16 @@ void on_preset(CLI::App* command, const SharedOptions& options, Context& context
     });
 }
 
+// An empty path would be the current folder, which nobody meant.
+void add_path(CLI::App& command, const std::string& name, std::string& path, const std::string& description) {
+    const auto fault = [](const std::string& text) { return text.empty() ? "must not be empty" : std::string(); };
+    command.add_option(name, path, description)->required()->check(fault);
+}
+
 void add_transfer(CLI::App& group, Context& context) {
     auto options = std::make_shared<Options>();
-    CLI::App* up = group.add_subcommand("upload", "Store a preset from a grade file");
-    up->add_option("file", options->path, "The grade file")->required();
+    CLI::App* up = group.add_subcommand("upload", "Store a preset from a grade file; it replaces one of its name");
+    add_path(*up, "file", options->path, "The grade file; - for standard input");
     options->preset.add_to(*up);
     add_integer(*up, "--to", options->to, 1, "Its place in the list, from 1");
     add_integer(*up, "--combination", options->combination, 1, "The grade combination, in place of the file's");
@@ -120,7 +124,7 @@ void add_transfer(CLI::App& group, Context& context) {
 
     options = std::make_shared<Options>();
     CLI::App* down = group.add_subcommand("download", "Fetch a preset into a grade file, its tables beside it");
-    down->add_option("file", options->path, "The grade file to write")->required();
+    add_path(*down, "file", options->path, "The grade file to write");
     options->preset.add_to(*down);
     add_yes(*down, options->yes, "Replace files");
     down->callback([options, &context] {
@@ -211,13 +215,13 @@ void add_library(CLI::App& group, Context& context) {
 void add_backup(CLI::App& group, Context& context) {
     auto options = std::make_shared<Options>();
     CLI::App* backup = group.add_subcommand("backup", "Write the whole library as files into a folder");
-    backup->add_option("folder", options->path, "A new or empty folder, or one with an earlier backup")->required();
+    add_path(*backup, "folder", options->path, "A new or empty folder, or one with an earlier backup");
     add_yes(*backup, options->yes, "Replace an earlier backup");
     backup->callback([options, &context] { backup_presets(context, options->path, options->yes); });
 
     options = std::make_shared<Options>();
     CLI::App* restore = group.add_subcommand("restore", "Replace the library by a backup");
-    restore->add_option("folder", options->path, "The folder of the backup")->required();
+    add_path(*restore, "folder", options->path, "The folder of the backup");
     add_yes(*restore, options->yes, "Replace presets");
     restore->callback([options, &context] { restore_presets(context, options->path, options->yes); });
 }

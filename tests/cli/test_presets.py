@@ -2,6 +2,7 @@
 import filecmp
 import json
 import os
+import resource
 import shutil
 import signal
 import subprocess
@@ -46,7 +47,9 @@ class Presets(WithSimulator):
         self.upload("first", to="1")
         self.assertEqual(self.names(), ["first", "a", "b", "12"])
         self.expect(DONE, "presets", "move", "--name", "12", "--to", "1")
-        self.expect(DONE, "presets", "rename", "--index", "2", "--new-name", "second")
+        self.expect(DONE, "presets", "rename", "--index", "2", "--new-name", "grade")
+        self.expect(DONE, "presets", "rename", "--name", "grade", "--new-name=-.5")
+        self.expect(DONE, "presets", "rename", "--name", "-.5", "--new-name", "second")
         self.expect(USAGE, "presets", "delete", "--name", "a")
         self.expect(DONE, "presets", "delete", "--name", "a", "--yes")
         self.assertEqual(self.names(), ["12", "second", "b"])
@@ -87,10 +90,24 @@ class Presets(WithSimulator):
         self.upload("q", [{"type": "saturation", "typeIndex": 1, **neutral}], 4)
         noticed = subprocess.run([LUTC, "presets", "download", self.path("q.json"), "--name", "q"], capture_output=True)
         self.assertEqual(noticed.returncode, DONE)
-        self.assertIn(b"note: component 1 is either a cdl or a saturation", noticed.stderr)
+        self.assertIn(b"note: preset 'q': component 1 is either a cdl or a saturation", noticed.stderr)
         self.expect(USAGE, "presets", "download", self.path("q.json"), "--name", "q")
         self.expect(REFUSED, "presets", "download", self.path("new.json"), "--index", "9")
         self.assertFalse(os.path.exists(self.path("new.json")))
+
+    def test_a_download_that_does_not_fit_changes_nothing(self):
+        self.write("small.bin", b"s")
+        self.write("large.bin", os.urandom(1 << 18))
+        self.upload("p", [{"type": "cdl", "file": "small.bin"}, {"type": "3dlut", "dataFormat": "f", "file": "large.bin"}])
+        old = self.write("down-1-cdl.bin", b"old")
+        before = os.listdir(self.folder)
+        limited = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 17, resource.RLIM_INFINITY))
+        result = subprocess.run([LUTC, "presets", "download", self.path("down.json"), "--name", "p", "--yes"],
+                                capture_output=True, preexec_fn=limited, restore_signals=False, timeout=60)
+        self.assertEqual((result.returncode, result.stderr.count(b"\n")), (REFUSED, 1), result.stderr)
+        self.assertEqual(os.listdir(self.folder), before)
+        with open(old, "rb") as file:
+            self.assertEqual(file.read(), b"old")
 
     def test_a_full_library_goes_round(self):
         made = self.path("made")
@@ -132,7 +149,8 @@ class Presets(WithSimulator):
                 ("002-p.json", {"components": []}, USAGE, "name: is missing"),
                 ("002-p.json", {**preset, "name": "preset/2"}, USAGE, "another preset's name"),
                 ("002-p.json", {**preset, "name": "n" * 33}, USAGE, "33 bytes"),
-                ("002-p.json", {**preset, "components": [{"type": "cdl", "file": "../t"}]}, USAGE, "same folder"),
+                ("002-p.json", {**preset, "gradeComboIndex": 5}, USAGE, "no grade combination 5"),
+                ("library.json", '{"formatVersion": 1 "presets": []}', USAGE, "line 1, column"),
                 ("t.bin", "t" * (2 << 20), USAGE, "more than 2097152"),
                 ("library.json", {"formatVersion": 2, "presets": []}, USAGE, "formatVersion"),
                 ("library.json", {"formatVersion": 1, "presets": ["../x.json"]}, USAGE, "same folder"),
