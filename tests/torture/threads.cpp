@@ -167,13 +167,15 @@ void atOnce(int threads) {
     });
 }
 
+[[maybe_unused]] constexpr int skipped = 77;
+
 struct cancelled_call {
     std::atomic<int> result{1};
     bool wentOn = false;
 };
 
 // The call is finished, and then the thread ends: before it does anything else.
-void cancelInside() {
+[[maybe_unused]] void cancelInside() {
     cancelled_call call;
     const auto body = [](void* argument) -> void* {
         auto* const mine = static_cast<cancelled_call*>(argument);
@@ -198,6 +200,9 @@ int main(int count, char** arguments) {
     const std::string what = count > 1 ? arguments[1] : "";
     const std::size_t descriptors = openDescriptors();
     if (what == "--cancel") {
+#ifdef __SANITIZE_ADDRESS__
+        return skipped;  // AddressSanitizer takes a cancelled thread's stack for damaged
+#endif
         cancelInside();
     } else if (what == "--same" && count == 3) {
         atOnce(std::atoi(arguments[2]));
