@@ -1,13 +1,15 @@
 """The tool and the simulator under test, for unittest."""
 import os
 import subprocess
+import sys
 import tempfile
-import threading
 import unittest
 
 LUTC = os.environ["LUTC_BIN"]
 SIMULATOR = os.environ["LUTC_SIMULATOR_BIN"]
 SOURCE = os.environ["LUTC_SOURCE_DIR"]
+sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
+from service import Simulator  # noqa: E402
 
 DONE, REFUSED, USAGE, NOBODY, INTERRUPTED = 0, 1, 2, 3, 130
 
@@ -18,40 +20,6 @@ def run(*arguments, input=b""):
     result.stdout = result.stdout.decode()
     result.stderr = result.stderr.decode()
     return result
-
-
-class Simulator:
-    """A simulator with an empty library on the service's port; collects its log."""
-
-    def __init__(self, folder, *arguments):
-        self.lines = []
-        self.grown = threading.Condition()
-        self.process = subprocess.Popen([SIMULATOR, "--media", os.path.join(folder, "media"), *arguments],
-                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-        self.reader = threading.Thread(target=self.read)
-        self.reader.start()
-        self.wait_for("listening")
-
-    def read(self):
-        for line in self.process.stdout:
-            with self.grown:
-                self.lines.append(line.decode())
-                self.grown.notify_all()
-
-    def count(self, text):
-        return sum(text in line for line in self.lines)
-
-    def wait_for(self, text, times=1):
-        """Until that many lines of the log hold the text."""
-        with self.grown:
-            if not self.grown.wait_for(lambda: self.count(text) >= times, timeout=60):
-                raise RuntimeError(f"the simulator never said '{text}': {self.lines[-3:]}")
-
-    def stop(self):
-        self.process.terminate()
-        self.process.wait(timeout=30)
-        self.reader.join()
-        self.process.stdout.close()
 
 
 class WithFolder(unittest.TestCase):
@@ -88,4 +56,4 @@ class WithSimulator(WithFolder):
             self.simulator.stop()
         else:
             self.addCleanup(lambda: self.simulator.stop())
-        self.simulator = Simulator(self.folder, *arguments)
+        self.simulator = Simulator(SIMULATOR, "--media", self.path("media"), *arguments)

@@ -1,14 +1,17 @@
-"""The programs under test, and a simulator that runs while a test needs it."""
+"""The programs under test."""
 import contextlib
 import os
 import subprocess
+import sys
 import tempfile
 
 SOURCE = os.environ["LUTC_SOURCE_DIR"]
+sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
+from service import Simulator  # noqa: E402
+
 TOOL = os.environ.get("LUTC_TOOL")  # not built everywhere
 SIMULATOR = os.environ["LUTC_SIMULATOR"]
 EXAMPLES = os.environ["LUTC_EXAMPLES"]
-ADDRESS = ("127.0.0.1", 54440)
 
 
 def run(*command, **options):
@@ -22,15 +25,6 @@ def run_example(name, *arguments, **options):
 
 @contextlib.contextmanager
 def simulator():
-    """A simulator with an empty library, listening on the service's port; gives the folder of its media."""
-    with tempfile.TemporaryDirectory() as media:
-        process = subprocess.Popen([SIMULATOR, "--media", media, "--quiet"], stdout=subprocess.PIPE, text=True)
-        try:
-            if "listening" not in process.stdout.readline():
-                raise RuntimeError("the simulator does not listen")
-            yield media
-        finally:
-            process.terminate()
-            process.stdout.close()
-            if process.wait(timeout=30) != 0:
-                raise RuntimeError(f"the simulator ended with {process.returncode}")
+    """A simulator with an empty library, on the service's port."""
+    with tempfile.TemporaryDirectory() as media, Simulator(SIMULATOR, "--media", media, "--quiet"):
+        yield

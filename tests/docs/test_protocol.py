@@ -1,13 +1,13 @@
 """docs/protocol.md against what the library sends and reads."""
+import contextlib
 import os
 import re
-import socket
 import struct
-import threading
 import unittest
 
 import bson
 import programs
+from service import listener
 
 TYPES = {"double": 0x01, "string": 0x02, "array": 0x04, "binary": 0x05, "boolean": 0x08, "int32": 0x10}
 CDL = {"type": "cdl", "typeIndex": 1, "power": [1.0] * 3, "slope": [1.0] * 3, "offset": [0.0] * 3, "saturation": 1.0}
@@ -58,33 +58,19 @@ def elements(message):
     return found
 
 
-class Service:
-    """Takes commands on the service's port while it is entered, and answers each with answer(message)."""
+@contextlib.contextmanager
+def service(answer):
+    """Answers each command with answer(message); gives the list of them."""
+    received = []
 
-    def __init__(self, answer):
-        self.answer, self.received = answer, []
+    def serve(connection):
+        with connection, connection.makefile("rb") as stream:
+            length = stream.read(4)
+            received.append(length + stream.read(struct.unpack("<I", length)[0] - 4))
+            connection.sendall(answer(received[-1]))
 
-    def __enter__(self):
-        self.listener = socket.create_server(programs.ADDRESS)
-        self.thread = threading.Thread(target=self.serve)
-        self.thread.start()
-        return self
-
-    def serve(self):
-        while True:
-            connection, _ = self.listener.accept()
-            with connection, connection.makefile("rb") as stream:
-                length = stream.read(4)
-                if not length:
-                    return  # __exit__ connected
-                message = length + stream.read(struct.unpack("<I", length)[0] - 4)
-                self.received.append(message)
-                connection.sendall(self.answer(message))
-
-    def __exit__(self, *_):
-        socket.create_connection(programs.ADDRESS).close()
-        self.thread.join()
-        self.listener.close()
+    with listener(serve):
+        yield received
 
 
 def command_name(message):
@@ -104,9 +90,9 @@ class Protocol(unittest.TestCase):
         return bytes.fromhex("".join(line[6:54] for line in block.splitlines()))
 
     def test_worked_example(self):
-        with Service(lambda message: self.bytes_of("reply")) as service:
+        with service(lambda message: self.bytes_of("reply")) as received:
             result = programs.run(os.environ["LUTC_WORKED_EXAMPLE"])
-        self.assertEqual(service.received, [self.bytes_of("command")])
+        self.assertEqual(received, [self.bytes_of("command")])
         self.assertEqual(result.stdout, "evening 3\n")
 
     def test_every_function_has_its_command(self):
@@ -117,12 +103,12 @@ class Protocol(unittest.TestCase):
                          {command.name: command.function for command in self.commands.values()})
 
     def test_fields_are_those_sent_and_replies_suffice(self):
-        with Service(lambda message: bson.encode(self.commands[command_name(message)].reply())) as service:
+        with service(lambda message: bson.encode(self.commands[command_name(message)].reply())) as received:
             result = programs.run_example("all_functions")
         self.assertEqual(result.returncode, 0, result.stdout)
 
         never_sent = {(command.name, tuple(names)) for command in self.commands.values() for names, _, _ in command.sent}
-        for message in service.received:
+        for message in received:
             command = self.commands[command_name(message)]
             sent = [(key, kind) for key, kind, _ in elements(message)]
             self.assertEqual(sent[:4], [("protocolVersion", 2), ("type", 2), ("msgID", 16), ("command", 2)])
@@ -135,7 +121,7 @@ class Protocol(unittest.TestCase):
                     self.assertNotIn("always", when, f"{command.name}: {names} is missing")
             self.assertEqual(sent, [], f"{command.name} sends more than the document lists, or in another order")
         self.assertEqual(never_sent, set())
-        self.assertEqual({command_name(message) for message in service.received}, set(self.commands))
+        self.assertEqual({command_name(message) for message in received}, set(self.commands))
 
 
 if __name__ == "__main__":

@@ -5,10 +5,14 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
 BUILD, SOURCE, CMAKE = os.environ["LUTC_BUILD"], os.environ["LUTC_SOURCE"], os.environ["CMAKE"]
+sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
+from service import Simulator  # noqa: E402
+
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -147,20 +151,13 @@ class Completion(Staged):
         grade = f"{self.folder}/grade.json"
         with open(grade, "w", encoding="utf-8") as file:
             file.write('{"gradeComboIndex": 1, "components": []}')
-        simulator = subprocess.Popen([f"{self.stage}/bin/lutc-simulator", "--media", f"{self.folder}/media"],
-                                     stdout=subprocess.PIPE, text=True)
-        try:
-            self.assertIn("listening on", simulator.stdout.readline())
+        with Simulator(f"{self.stage}/bin/lutc-simulator", "--media", f"{self.folder}/media"):
             for name in ["Day exterior", 'Night "two"', "dusk"]:
                 run(f"{self.stage}/bin/lutc", "presets", "upload", grade, "--name", name)
             self.assertEqual(self.complete("lutc", "presets", "delete", "--name", ""),
                              ["Day exterior", 'Night "two"', "dusk"])
             self.assertEqual(self.complete("lutc", "presets", "delete", "--name", "Day\\ e"), ["Day exterior"])
             self.assertEqual(self.complete("lutc", "presets", "delete", "--name", "=", "du"), ["dusk"])
-        finally:
-            simulator.terminate()
-            simulator.communicate(timeout=20)
-        self.assertEqual(simulator.returncode, 0)
 
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
     def test_zsh_offers_the_same(self):

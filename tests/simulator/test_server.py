@@ -4,9 +4,13 @@ import re
 import socket
 import struct
 import subprocess
+import sys
 import unittest
 
 import bson
+
+sys.path.insert(0, os.path.join(os.environ["LUTC_SOURCE_DIR"], "tests", "support"))
+from service import Simulator  # noqa: E402
 
 SIMULATOR = os.environ["LUTC_SIMULATOR"]
 DEADLINE = 20
@@ -28,21 +32,14 @@ def run(*options):
 
 class Server(unittest.TestCase):
     def start(self, *options):
-        self.process = subprocess.Popen([SIMULATOR, "--port", "0", *options], stdout=subprocess.PIPE, text=True)
-        self.addCleanup(self.stop)
-        ready = self.process.stdout.readline()
-        self.assertRegex(ready, r"^lutc-simulator: listening on 127\.0\.0\.1:\d+\n$")
-        self.port = ready.strip().rpartition(":")[2]
-
-    def stop(self):
-        if self.process.returncode is None:
-            self.process.terminate()
-            self.assertEqual(self.process.wait(DEADLINE), 0)
-            self.process.stdout.close()
+        self.simulator = Simulator(SIMULATOR, "--port", "0", *options)
+        self.addCleanup(self.simulator.stop)
+        self.port = self.simulator.port
+        self.assertEqual(self.simulator.lines[0], f"lutc-simulator: listening on 127.0.0.1:{self.port}\n")
 
     def send(self, *pieces):
         """Everything that comes until the service closes its side; None when it resets the connection."""
-        with socket.create_connection(("127.0.0.1", int(self.port)), DEADLINE) as connection:
+        with socket.create_connection(("127.0.0.1", self.port), DEADLINE) as connection:
             connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             received = b""
             try:
@@ -62,14 +59,12 @@ class Server(unittest.TestCase):
         self.assertEqual(bson.decode(self.send(command("getColorTransformState", channelIndex=1))),
                          {"type": "response", "msgID": 1, "code": 0, "message": "ok", "colorTransformState": 0})
         self.send(command("x", data=b"\0\1", message="no\nline", none=None, list=[1.5, {"deep": True}]))
-        self.process.terminate()
-        self.assertEqual(self.process.wait(DEADLINE), 0)
-        with self.process.stdout as log:
-            self.assertEqual(log.read().splitlines(), [
-                "1 < getColorTransformState channelIndex=1",
-                '1 > code=0 message="ok" colorTransformState=0',
-                r'2 < x data=[2 bytes 00 01] message="no\x0aline" none=null list=[1.5 {deep=true}]',
-                r'2 > code=2 message="there is no command \"x\""'])
+        self.simulator.stop()
+        self.assertEqual([line.rstrip("\n") for line in self.simulator.lines[1:]], [
+            "1 < getColorTransformState channelIndex=1",
+            '1 > code=0 message="ok" colorTransformState=0',
+            r'2 < x data=[2 bytes 00 01] message="no\x0aline" none=null list=[1.5 {deep=true}]',
+            r'2 > code=2 message="there is no command \"x\""'])
 
     def test_puts_commands_together(self):
         self.start("--quiet")
@@ -102,7 +97,7 @@ class Server(unittest.TestCase):
     def test_ends_with_a_reason_when_it_can_not_start(self):
         self.start("--quiet")
         taken = f"lutc-simulator: can't listen on 127.0.0.1:{self.port}: Address already in use\n"
-        self.assertEqual(run("--port", self.port), (1, taken))
+        self.assertEqual(run("--port", str(self.port)), (1, taken))
         self.assertEqual(run("--fault", "getOption=fire"), (2, 'lutc-simulator: --fault: there is no fault "fire"\n'))
         self.assertEqual(run("--porl", "1")[0], 2)
 
