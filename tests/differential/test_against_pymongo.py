@@ -8,6 +8,7 @@ we refuse, but for the deliberate differences of docs/protocol.md, which ALLOWED
 """
 import datetime
 import math
+import pathlib
 import random
 import re
 import struct
@@ -23,6 +24,9 @@ from bson.int64 import Int64
 from bson.objectid import ObjectId
 from bson.regex import Regex
 from bson.timestamp import Timestamp
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+from damage import damaged  # noqa: E402
 
 TOOL = sys.argv[1]
 NUMBER = int(sys.argv[2]) if len(sys.argv) > 2 else 1000
@@ -101,26 +105,6 @@ def value_of(value):
         return "11:" + struct.pack("<II", value.inc, value.time).hex()
     assert isinstance(value, Regex)
     return "0b:" + bson.encode({"": value})[6:-1].hex()
-
-
-def damaged(raw, generator):
-    raw = bytearray(raw)
-    for _ in range(generator.choice([1, 1, 1, 2, 3])):
-        at = generator.randrange(len(raw))
-        what = generator.randrange(6)
-        if what < 3:
-            raw[at] = generator.choice([0, 1, raw[at] ^ 1, (raw[at] + 1) % 256, generator.randrange(256)])
-        elif what == 3:
-            raw[at:at + 4] = struct.pack("<I", generator.choice([0, 1, 4, len(raw), 2**31 - 1, 2**31, 2**32 - 1]))
-        elif what == 4:
-            del raw[at:at + generator.randrange(1, 5)]
-        else:
-            raw[at:at] = generator.randbytes(generator.randrange(1, 5))
-        if not raw:
-            break
-    if len(raw) >= 4 and generator.random() < 0.7:  # so that the damage inside is reached
-        raw[:4] = struct.pack("<I", len(raw))
-    return bytes(raw)
 
 
 def through_tool(documents):

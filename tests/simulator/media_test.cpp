@@ -116,9 +116,13 @@ TEST_F(Media, AFailedSaveLeavesTheOldFile) {
     EXPECT_EQ(old, content());
     EXPECT_EQ(1, filesInFolder());
 
-    device = simulator::device_state(file());  // a file where the folder should be
-    EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
-    EXPECT_EQ(old, content());
+    // A file where the folder should be; a folder that can't be made.
+    for (const fs::path& bad : {file(), fs::path("/proc/no-media")}) {
+        device = simulator::device_state(bad);
+        EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
+        EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
+        EXPECT_EQ(old, content());
+    }
     device = simulator::device_state();
     EXPECT_EQ("6: there is no media", call("savePresetsToMedia"));
 }

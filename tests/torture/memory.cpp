@@ -12,14 +12,16 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <new>
 #include <string>
 
 #include "bson/bsonDocument.h"
 #include "interface/lutc.h"
+#include "tests/support/check.h"
+#include "tests/support/documents.h"
 #include "tests/support/prepared_service.h"
+#include "tests/support/readers.h"
 
 #ifdef LUTC_WRAP_MALLOC
 #define HERE(name) __wrap_##name
@@ -101,7 +103,7 @@ int lowestFreeDescriptor() {
 // nothing was written. It frees what it was given, and allocates nothing on its own account.
 struct use {
     const char* name;
-    std::function<bool()> run;
+    bool (*run)();
 };
 
 bool runWith(const use& one, long first, bool allAfter) {
@@ -145,69 +147,17 @@ const gradeComponent components[] = {{LUTC_KIND_CDL, nullptr, 0, 1, nullptr, &va
                                      {LUTC_KIND_TEST_PATTERN, nullptr, 0, 1, nullptr, nullptr, &pattern}};
 const videoConnection route{LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_OUTPUT, 1};
 
-void freeCombo(const gradeCombo& combo) {
-    for (char* const slot : combo.slots) std::free(slot);
-}
-
-bool presetList() {
-    output<presetEntry*> presets;
-    output<int> count, most;
-    if (!succeeded(lutc_preset_list(&presets.value, &count.value, &most.value), presets, count, most)) return false;
-    CHECK(count.value == 2 && std::strcmp(presets.value[1].presetName, "second") == 0);
-    for (int i = 0; i < count.value; ++i) freeCombo(presets.value[i].gradeCombo);
-    std::free(presets.value);
-    return true;
-}
-
-bool receivePreset() {
-    output<gradeComponent[4]> received;
-    output<int> combination;
-    int count = 4;
-    const int result = lutc_recv_preset("preset", 0, &combination.value, received.value, &count);
-    if (!succeeded(result, received, combination)) {
-        CHECK(count == 4);
-        return false;
-    }
-    CHECK(count == 3 && received.value[1].dataSize == 300 && received.value[0].cdlValues->saturation == 0.9);
-    std::free(received.value[0].cdlValues);
-    for (int i = 1; i < 3; ++i) std::free(received.value[i].data);
-    std::free(received.value[1].dataFormat);
-    return true;
-}
-
-bool modelInfo() {
-    output<char[LUTC_MODEL_STRING_BUFFER_SIZE]> model, friendly, serial;
-    output<gradeCombo*> combos;
-    output<gradeChannel*> channels;
-    output<int> comboCount, channelCount;
-    const int result = lutc_model_info(model.value, friendly.value, serial.value, &combos.value, &comboCount.value,
-                                       &channels.value, &channelCount.value);
-    if (!succeeded(result, model, friendly, serial, combos, comboCount, channels, channelCount)) return false;
-    CHECK(comboCount.value == 2 && channelCount.value == 2 && std::strcmp(combos.value[1].slots[1], "cdl") == 0);
-    for (int i = 0; i < comboCount.value; ++i) freeCombo(combos.value[i]);
-    std::free(combos.value);
-    std::free(channels.value);
-    return true;
-}
-
-template <class Read>
-bool readPlace(Read read) {
-    output<char[33]> name;
-    output<int> index;
-    return succeeded(read(name.value, &index.value), name, index);
-}
-
 const use calls[] = {
     {"lutc_load_presets_from_media", [] { return lutc_load_presets_from_media() == 0; }},
     {"lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }},
     {"lutc_delete_all_presets", [] { return lutc_delete_all_presets() == 0; }},
-    {"lutc_preset_list", presetList},
+    {"lutc_preset_list", readPresetList},
     {"lutc_delete_preset", [] { return lutc_delete_preset("a", 0) == 0; }},
     {"lutc_rename_preset", [] { return lutc_rename_preset("a", 0, "the new name of the preset") == 0; }},
     {"lutc_move_preset", [] { return lutc_move_preset("a", 0, 1) == 0; }},
-    {"lutc_get_preset", [] { return readPlace([](char* name, int* i) { return lutc_get_preset(1, name, i); }); }},
+    {"lutc_get_preset", readSelected},
     {"lutc_set_preset", [] { return lutc_set_preset(1, "a", 0) == 0; }},
-    {"lutc_get_override_preset", [] { return readPlace(lutc_get_override_preset); }},
+    {"lutc_get_override_preset", readOverride},
     {"lutc_set_override_preset", [] { return lutc_set_override_preset(nullptr, 0) == 0; }},
     {"lutc_send_combination", [] { return lutc_send_combination(1, true, 1) == 0; }},
     {"lutc_send_lut", [] { return lutc_send_lut(1, 1, true, "3dlut", "float", table, sizeof table) == 0; }},
@@ -215,105 +165,43 @@ const use calls[] = {
     {"lutc_send_saturation", [] { return lutc_send_saturation(1, 1, true, 0.5) == 0; }},
     {"lutc_send_live", [] { return lutc_send_live(1, 1, true, components, 4) == 0; }},
     {"lutc_send_preset", [] { return lutc_send_preset("a", 0, 1, 1, true, 1, components, 3) == 0; }},
-    {"lutc_recv_preset", receivePreset},
+    {"lutc_recv_preset", readPreset},
     {"lutc_client_info", [] { return lutc_client_info("model", "version", "serial") == 0; }},
-    {"lutc_model_info", modelInfo},
-    {"lutc_get_state",
-     [] {
-         output<int> state;
-         return succeeded(lutc_get_state(&state.value, 1), state);
-     }},
+    {"lutc_model_info", readModel},
+    {"lutc_get_state", readState},
     {"lutc_set_state", [] { return lutc_set_state(1, 1) == 0; }},
-    {"lutc_get_video_connections",
-     [] {
-         output<videoConnection[LUTC_MAX_VIDEO_CONNECTIONS]> connections;
-         output<int> count;
-         return succeeded(lutc_get_video_connections(connections.value, &count.value), connections, count);
-     }},
+    {"lutc_get_video_connections", readVideo},
     {"lutc_set_video_connection", [] { return lutc_set_video_connection(&route) == 0; }},
-    {"lutc_get_option",
-     [] {
-         output<char[64]> value;
-         return succeeded(lutc_get_option("name", value.value, 64), value);
-     }},
+    {"lutc_get_option", readOption},
     {"lutc_set_option", [] { return lutc_set_option("name", "value") == 0; }},
 };
 
-bsonDocument* newArray(bsonDocument& parent, const char* key) {
-    auto* const array = new bsonDocument;
-    parent.addDocumentElement(key, array, true);
-    return array;
-}
+// Replies with lists and texts on the heap: what a large buffer takes, and what fits 1024 bytes.
+const std::string combo = "['a rather long name of a kind','cdl']", longName = "'a text of some length, on the heap'";
+const std::string data = "'typeIndex':1,'dataFormat':'float','data':'hex:" + std::string(600, '0') + "'}";
+const std::string preset = "'gradeComboIndex':1,'gradeCombo':" + combo + "}";
+const std::string lists = "'maxPresetsListSize':9,'presetsList':[{'presetName':'first'," + preset +
+                          ",{'presetName':'second'," + preset +
+                          "],'gradeComboIndex':1,'gradeCombo':[{'type':'cdl','saturation':0.9," + data +
+                          ",{'type':'3dlut'," + data + ",{'type':'saturation'," + data + "]";
+const std::string channel = "{'channelName':'A','supportedGradeComboIndices':[1]}";
+const std::string small =
+    "'presetName':" + longName + ",'presetIndex':1,'modelName':" + longName + ",'friendlyName':" + longName +
+    ",'modelSerial':" + longName + ",'value':" + longName + ",'colorTransformState':1,'gradeCombos':[" + combo + "," +
+    combo + "],'gradeChannels':[" + channel + "," + channel +
+    "],'videoConnections':[{'sourceIndex':1,'destinationIndex':1,'sourceType':'input','destinationType':'input'}]";
 
-bsonDocument* newEntry(bsonDocument& array) {
-    auto* const entry = new bsonDocument;
-    array.addDocumentElement(static_cast<int>(array.elementList.size()), entry, false);
-    return entry;
-}
-
-void addCombo(bsonDocument& to, const char* key) {
-    bsonDocument* const combo = newArray(to, key);
-    combo->addStringElement(0, std::string("a rather long name of a kind"));
-    combo->addStringElement(1, std::string("cdl"));
-}
-
-// A reply that holds what every function reads; "gradeCombo" is a list of components.
-void buildReply(bsonDocument& reply) {
-    reply.addInt32Element("maxPresetsListSize", 9);
-    bsonDocument* const list = newArray(reply, "presetsList");
-    for (const char* const name : {"first", "second"}) {
-        bsonDocument* const entry = newEntry(*list);
-        entry->addStringElement("presetName", std::string(name));
-        entry->addInt32Element("gradeComboIndex", 1);
-        addCombo(*entry, "gradeCombo");
-    }
-    reply.addInt32Element("gradeComboIndex", 1);
-    bsonDocument* const grade = newArray(reply, "gradeCombo");
-    for (const char* const type : {"cdl", "3dlut", "saturation"}) {
-        bsonDocument* const component = newEntry(*grade);
-        component->addStringElement("type", std::string(type));
-        component->addInt32Element("typeIndex", 1);
-        if (type == std::string("cdl")) component->addDoubleElement("saturation", 0.9);
-        component->addStringElement("dataFormat", std::string("float"));
-        component->addBinaryElement("data", table, sizeof table);
-    }
-    for (const char* const key : {"presetName", "modelName", "friendlyName", "modelSerial", "value"}) {
-        reply.addStringElement(key, std::string("a text of some length, on the heap"));
-    }
-    reply.addInt32Element("presetIndex", 1);
-    reply.addInt32Element("colorTransformState", 1);
-}
-
-// The lists of the replies that must fit 1024 bytes.
-void buildSmallReply(bsonDocument& reply) {
-    buildReply(reply);
-    for (const char* const key : {"presetsList", "gradeCombo"}) CHECK(reply.deleteElementWithKey(key, 0) == 1);
-    bsonDocument* const combos = newArray(reply, "gradeCombos");
-    addCombo(*combos, "0");
-    addCombo(*combos, "1");
-    bsonDocument* const channels = newArray(reply, "gradeChannels");
-    for (int i = 0; i < 2; ++i) {
-        bsonDocument* const channel = newEntry(*channels);
-        channel->addStringElement("channelName", std::string("A"));
-        newArray(*channel, "supportedGradeComboIndices")->addInt32Element(0, 1);
-    }
-    bsonDocument* const connection = newEntry(*newArray(reply, "videoConnections"));
-    for (const char* const key : {"sourceIndex", "destinationIndex"}) connection->addInt32Element(key, 1);
-    for (const char* const key : {"sourceType", "destinationType"})
-        connection->addStringElement(key, std::string("input"));
-}
-
-void prepare(void (*build)(bsonDocument&)) {
-    bsonDocument results;
-    build(results);
-    results.convertElementListToMessage();
-    preparedReply = successWith(results.message + 4, results.messageSize - 5);
+void prepare(const std::string& results) {
+    const std::string reply = encoded("{'type':'response','code':0," + results + "}");
+    preparedReply.assign(reply.begin(), reply.end());
 }
 
 // ---- The document classes ----
 
 const std::string longText(100, 'x');
-bsonDocument sample;  // nested, with its message
+const std::unique_ptr<bsonDocument> held =
+    documentFrom("{'text':'" + longText + "'," + lists + ",'inner':{'combo':" + combo + "}}");
+bsonDocument& sample = *held;  // nested, with its message
 
 // A method that throws std::bad_alloc, or gives what it says.
 template <class Method>
@@ -411,16 +299,11 @@ int main() {
     static char buffer[4096];
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
     for (const use& one : calls) {
-        const std::string name = one.name;
-        prepare(name == "lutc_preset_list" || name == "lutc_recv_preset" ? buildReply : buildSmallReply);
+        prepare(one.run == readPresetList || one.run == readPreset ? lists : small);
         torture(one);
     }
-    sample.addStringElement("text", longText);
-    buildReply(sample);
-    auto* const inner = new bsonDocument;
-    sample.addDocumentElement("inner", inner, false);
-    addCombo(*inner, "combo");
-    sample.elementList.push_back(new bsonElement("referred", inner, false, false));
+    sample.elementList.push_back(
+        new bsonElement("referred", sample.getElementWithKey("inner", 0)->documentValue, false, false));
     sample.convertElementListToMessage();
     std::fflush(stdout);
     const int screen = dup(STDOUT_FILENO), nowhere = open("/dev/null", O_WRONLY);

@@ -7,7 +7,6 @@ BUILD is a build folder with liblutc.so, lutc-simulator and torture_threads. --f
 docs/reliability.md; without it they are small enough for every run of the tests. --sanitized leaves out what loads the
 library into this interpreter. Uses the service's own port. No test asserts a time but for generous bounds.
 """
-import contextlib
 import ctypes
 import os
 import pathlib
@@ -22,76 +21,29 @@ import threading
 import time
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fuzz"))
-from make_corpus import array, document, inner, int32, text  # noqa: E402
+import bson
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+import service  # noqa: E402
+from service import ADDRESS, listener  # noqa: E402
 
 FULL = "--full" in sys.argv
 SANITIZED = "--sanitized" in sys.argv
 ARGUMENTS = [a for a in sys.argv[1:] if a not in ("--full", "--sanitized")]
 BUILD = pathlib.Path(ARGUMENTS[0]).resolve()
-ADDRESS = ("127.0.0.1", 54440)
 FIRST_BYTE = 15.0  # seconds that a call waits for a reply
 AT_ONCE = 5.0      # far below that, far above what a busy machine needs
 
 library = None if SANITIZED else ctypes.CDLL(str(BUILD / "lib" / "liblutc.so"))
 
 
-class Simulator:
-    """lutc-simulator while the context lasts; it must then end cleanly."""
-
-    def __init__(self, *options, folder="/nowhere", wrap=()):
-        self.command = [*wrap, str(BUILD / "bin" / "lutc-simulator"), "--quiet", "--media", folder, *options]
-
-    def __enter__(self):
-        self.process = subprocess.Popen(self.command, stdout=subprocess.PIPE, text=True)
-        line = self.process.stdout.readline()
-        assert "listening on" in line, line
-        return self
+class Simulator(service.Simulator):
+    def __init__(self, *options, folder="/nowhere"):
+        super().__init__(str(BUILD / "bin" / "lutc-simulator"), "--quiet", "--media", folder, *options)
 
     def memory(self):
         status = pathlib.Path("/proc/%d/status" % self.process.pid).read_text()
         return int(status.split("VmHWM:")[1].split()[0]) * 1024
-
-    def kill(self):
-        self.process.kill()
-        self.process.wait()
-        self.process.stdout.close()
-
-    def __exit__(self, kind, *_):
-        if self.process.returncode is None:
-            self.process.terminate()
-            result = self.process.wait(30)
-            self.process.stdout.close()
-            assert kind is not None or result == 0, "the simulator ended with %d" % result
-
-
-@contextlib.contextmanager
-def service(serve, backlog=100):
-    """A listener on the service's port; serve(connection) is called for each connection, in a thread."""
-    listener = socket.socket()
-    listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-    listener.bind(ADDRESS)
-    listener.listen(backlog)
-
-    def run():
-        while True:
-            try:
-                connection, _ = listener.accept()
-            except OSError:
-                return
-            with contextlib.suppress(OSError):
-                serve(connection)
-
-    thread = threading.Thread(target=run, daemon=True)
-    if serve:
-        thread.start()
-    try:
-        yield
-    finally:
-        listener.shutdown(socket.SHUT_RDWR)
-        listener.close()
-        if serve:
-            thread.join(AT_ONCE)
 
 
 def exchange(raw, timeout=AT_ONCE):
@@ -104,12 +56,11 @@ def exchange(raw, timeout=AT_ONCE):
         return b"".join(pieces)
 
 
-def command(name, *fields):
-    return document(text("protocolVersion", "2.0"), text("type", "command"), int32("msgID", 1), text("command", name),
-                    *fields)
+def command(command_name, **fields):
+    return bson.encode({"protocolVersion": "2.0", "type": "command", "msgID": 1, "command": command_name, **fields})
 
 
-GET_SERIAL = command("getOption", text("name", "serialNumber"))
+GET_SERIAL = command("getOption", name="serialNumber")
 
 
 def refused(reply):
@@ -193,7 +144,7 @@ class ServiceFaults(unittest.TestCase):
             self.assertEqual(descriptors(), before)
 
     def test_a_service_that_goes_away(self):
-        reply = document(text("type", "response"), int32("code", 0), text("value", "x"))
+        reply = bson.encode({"type": "response", "code": 0, "value": "x"})
 
         def reads(count):
             def serve(connection):
@@ -204,7 +155,7 @@ class ServiceFaults(unittest.TestCase):
             return serve
 
         for stage in (0, 1, 50):
-            with self.subTest(read=stage), service(reads(stage)):
+            with self.subTest(read=stage), listener(reads(stage)):
                 for call in (get_option, lambda: send_preset(b"p", bytes(5000000)) == 0 or None):
                     result, seconds = timed(call)
                     self.assertIsNone(result)
@@ -217,7 +168,7 @@ class ServiceFaults(unittest.TestCase):
                 while connection.recv(65536):
                     pass
 
-        with service(answers_early):
+        with listener(answers_early):
             self.assertEqual(get_option(), b"x")
 
     def test_nobody_listens(self):
@@ -232,7 +183,7 @@ class ServiceFaults(unittest.TestCase):
         large = b"x" * 50000000  # more than any socket takes unread
         stuck = []
         for name, call in [("silent", get_option), ("does not read", lambda: send_preset(b"p", large) == 0 or None)]:
-            with self.subTest(name), service(stuck.append):
+            with self.subTest(name), listener(stuck.append):
                 signal.signal(signal.SIGALRM, lambda *_: None)
                 signal.setitimer(signal.ITIMER_REAL, 0.001, 0.001)
                 result, seconds = timed(call)
@@ -264,15 +215,6 @@ class ServiceFaults(unittest.TestCase):
 
 @unittest.skipIf(SANITIZED, "a sanitized library can't be loaded")
 class Host(unittest.TestCase):
-    def test_signals_through_a_wait(self):
-        with Simulator("--fault", "getOption=delay,1500"):
-            signal.signal(signal.SIGALRM, lambda *_: None)
-            signal.setitimer(signal.ITIMER_REAL, 0.001, 0.001)
-            result, seconds = timed(get_option)
-            signal.setitimer(signal.ITIMER_REAL, 0)
-            self.assertEqual(result, b"SIM-0001")
-            self.assertTrue(1.4 < seconds < 1.5 + AT_ONCE, seconds)
-
     def test_standard_descriptors_closed(self):
         with Simulator():
             self.assertEqual(elsewhere("import os\nfor d in (0, 1, 2): os.close(d)\n"
@@ -291,16 +233,6 @@ class Host(unittest.TestCase):
                 "os.close(last)\n"
                 "os._exit(0 if result is None and seconds < t.AT_ONCE and t.get_option() else 1)"), 0)
 
-    def test_no_sigpipe(self):
-        def serve(connection):
-            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-            connection.close()
-
-        with service(serve):
-            self.assertEqual(elsewhere(
-                "import os, signal\nsignal.signal(signal.SIGPIPE, signal.SIG_DFL)\n"
-                "os._exit(0 if all(t.send_preset(b'p', bytes(5000000)) == -1 for _ in range(20)) else 1)"), 0)
-
     def test_no_descriptor_is_left_or_inherited(self):
         with Simulator("--fault", "getPreset=delay,1000"):
             before = descriptors()
@@ -318,22 +250,6 @@ class Host(unittest.TestCase):
             self.assertTrue(call.is_alive())
             call.join()
             self.assertEqual(during, usual)
-
-    @unittest.skipUnless(FULL, "takes 5 s; the tests of the stand-in have it too")
-    def test_backlog_full(self):
-        waiting = []
-        with service(None, backlog=0):
-            for _ in range(4):  # the queue takes one or two; the rest are never answered
-                one = socket.socket()
-                one.setblocking(False)
-                with contextlib.suppress(BlockingIOError):
-                    one.connect(ADDRESS)
-                waiting.append(one)
-            result, seconds = timed(get_option)
-            self.assertIsNone(result)
-            self.assertLess(seconds, FIRST_BYTE + AT_ONCE)
-        for one in waiting:
-            one.close()
 
     def test_a_connection_to_itself_is_nobody(self):
         # In a network of its own, where the service's port is one of two that connections come from.
@@ -374,8 +290,8 @@ class SimulatorAbuse(unittest.TestCase):
     def test_bad_and_half_commands(self):
         with Simulator("--idle-timeout", "1") as simulator:
             for raw in [b"\0\0\0\0", b"\4\0\0\0", b"\xff\xff\xff\xff", b"\xff\xff\xff\x7f" + bytes(1000), b"\5\0\0\0\1",
-                        document(), command("noSuchCommand"), command("getOption"), GET_SERIAL[:-1] + b"\1",
-                        command("sendLive", array("gradeCombo", inner, [[text("type", "tpg")]])),
+                        bson.encode({}), command("noSuchCommand"), command("getOption"), GET_SERIAL[:-1] + b"\1",
+                        command("sendLive", gradeCombo=[{"type": "tpg"}]),
                         b"GET / HTTP/1.1\r\n\r\n" + bytes(2**20)]:
                 with self.subTest(raw[:40]):
                     self.assertTrue(refused(exchange(raw)))
@@ -412,9 +328,8 @@ class SimulatorAbuse(unittest.TestCase):
 
 
 def upload(name, size=300000):
-    part = inner("0", [text("type", "3dlut"), text("dataFormat", "float"), int32("typeIndex", 1),
-                       b"\x05data\0" + struct.pack("<ib", size, 0) + bytes(size)])
-    return exchange(command("sendPreset", text("presetName", name), b"\x04gradeCombo\0" + document(part)), 20)
+    part = {"type": "3dlut", "dataFormat": "float", "typeIndex": 1, "data": bytes(size)}
+    return exchange(command("sendPreset", presetName=name, gradeCombo=[part]), 20)
 
 
 def names():
@@ -425,43 +340,6 @@ def names():
 class Media(unittest.TestCase):
     SAVE, LOAD = command("savePresetsToMedia"), command("loadPresetsFromMedia")
 
-    def refused_and_kept(self, raw, expected):
-        self.assertTrue(refused(exchange(raw)))
-        self.assertEqual(names(), expected)
-
-    def test_media_that_is_full(self):
-        if subprocess.run(["unshare", "-rm", "true"], capture_output=True).returncode:
-            self.skipTest("no mount namespaces here")
-        with tempfile.TemporaryDirectory() as folder:
-            mount = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs -o size=64k full "$0" && exec "$@"', folder]
-            with Simulator(folder=folder, wrap=mount):
-                upload("first", 100)
-                self.assertFalse(refused(exchange(self.SAVE)))
-                upload("new", 200000)
-                self.refused_and_kept(self.SAVE, [b"new", b"first"])
-                self.assertFalse(refused(exchange(self.LOAD)))
-                self.assertEqual(names(), [b"first"])
-
-    def test_media_that_can_not_be_written_or_read(self):
-        with tempfile.TemporaryDirectory() as folder:
-            in_a_file = os.path.join(folder, "file")
-            pathlib.Path(in_a_file).write_bytes(b"")
-            for media in (in_a_file, "/proc/no-media"):
-                with self.subTest(media), Simulator(folder=media):
-                    upload("first", 100)
-                    for raw in (self.SAVE, self.LOAD):
-                        self.refused_and_kept(raw, [b"first"])
-
-    def test_a_broken_file(self):
-        with tempfile.TemporaryDirectory() as folder, Simulator(folder=folder):
-            upload("first", 100)
-            self.assertFalse(refused(exchange(self.SAVE)))
-            file = pathlib.Path(folder, "lutc-presets.bson")
-            whole = file.read_bytes()
-            for broken in (b"", whole[:-1], whole + b"\0", whole[:40], b"\xff" * 100, whole[:5] + bytes(len(whole) - 5)):
-                file.write_bytes(broken)
-                self.refused_and_kept(self.LOAD, [b"first"])
-
     def test_killed_while_saving(self):
         with tempfile.TemporaryDirectory() as folder:
             ends = set()
@@ -471,7 +349,7 @@ class Media(unittest.TestCase):
                     upload("old")
                     self.assertFalse(refused(exchange(self.SAVE)))
                     for _ in range(5):
-                        exchange(command("renamePreset", text("presetName", "old"), text("newName", "new")))
+                        exchange(command("renamePreset", presetName="old", newName="new"))
                         upload("first", 1500000)
                     with socket.create_connection(ADDRESS) as connection:
                         connection.sendall(self.SAVE)
