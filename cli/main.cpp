@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,11 @@ std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
     return message + " (see --help)";
 }
 
+// The title under which --help lists the commands.
+void group(CLI::App& app, const char* title, std::initializer_list<const char*> commands) {
+    for (const char* command : commands) app.get_subcommand(command)->group(title);
+}
+
 int run(int argc, char** argv) {
     lutc_cli::Context context;
     CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
@@ -58,6 +64,9 @@ int run(int argc, char** argv) {
     lutc_cli::add_option_commands(app, context);
     lutc_cli::add_dump_command(app, context);
     lutc_cli::add_colour_commands(app, context);
+    group(app, "The device", {"client", "model", "state", "video", "option"});
+    group(app, "Presets and grades", {"presets", "grade"});
+    group(app, "Files, without a service", {"lut", "dump"});
     try {
         std::vector<std::string> arguments = with_leading_zeros(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 wants

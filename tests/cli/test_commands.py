@@ -44,6 +44,7 @@ class Alone(WithFolder):
         shown = self.expect(DONE, "--help").stdout
         for code in ("0 ", "1 ", "2 ", "3 ", "130 "):
             self.assertIn("  " + code, shown)
+        self.assertNotIn("\nSubcommands:", shown, "a command that stands in none of the groups")
         self.assertRegex(self.expect(DONE, "--version").stdout, r"^lutc \d+\.\d+\.\d+\n$")
 
     def test_full_disk_is_a_failure(self):

@@ -165,7 +165,7 @@ class Completion(Staged):
             # Only zsh's line editor has these builtins: what is handed to them is what it would offer.
             script = ('compadd() { print -l -- "${(@P)2}" }; _files() { print "files $*" }; compset() { : }; '
                       'file=$1; shift; words=("$@"); CURRENT=$#; . "$file"')
-            file = f"{self.stage}/share/zsh/vendor-completions/_lutc"
+            file = self.find("_lutc")
             return run("zsh", "-f", "-c", script, "zsh", file, *words, env=self.environment).splitlines()
 
         self.assertIn("presets", complete("lutc", ""))
