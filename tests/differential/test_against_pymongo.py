@@ -125,9 +125,8 @@ class AgainstPymongo(unittest.TestCase):
 
     def test_values_and_encodings_agree(self):
         for original, raw, line in zip(self.documents, self.encodings, through_tool(self.encodings)):
-            encoded, rebuilt, *values = line.split(" ")
+            encoded, *values = line.split(" ")
             self.assertEqual("".join(values), values_of(original.items()), raw.hex())
-            self.assertEqual(encoded, rebuilt)
             back = bson.decode(bytes.fromhex(encoded), OPTIONS)  # equal but for the subtype of binaries
             self.assertEqual(values_of(back.items()), values_of(original.items()))
 

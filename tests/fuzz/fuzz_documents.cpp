@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <map>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "bson/bsonDocument.h"
@@ -43,9 +43,9 @@ class reference {
             if (at == last) return false;
             const std::size_t body = at + 1;
             if (isArray && std::strtol(reinterpret_cast<const char*>(&normal[key]), nullptr, 10) != index) return false;
-            const std::optional<std::uint64_t> end = endOfBody(typeAt, body, last, depth, inScope);
-            if (!end || *end > last) return false;
-            at = static_cast<std::size_t>(*end);
+            const std::uint64_t end = endOfBody(typeAt, body, last, depth, inScope);
+            if (end == 0 || end > last) return false;
+            at = static_cast<std::size_t>(end);
         }
         return true;
     }
@@ -57,70 +57,49 @@ class reference {
         return value;
     }
 
-    std::optional<std::uint64_t> endOfBody(std::size_t typeAt, std::size_t v, std::size_t last, int depth,
-                                           bool inScope) {
+    // Where the value at v ends; 0 when it doesn't.
+    std::uint64_t endOfBody(std::size_t typeAt, std::size_t v, std::size_t last, int depth, bool inScope) {
+        static const std::map<unsigned char, std::uint64_t> fixed = {{0x01, 8}, {0x06, 0}, {0x07, 12}, {0x08, 1},
+                                                                     {0x09, 8}, {0x0A, 0}, {0x10, 4},  {0x11, 8},
+                                                                     {0x12, 8}, {0x7F, 0}, {0xFF, 0}};
+        static const std::map<unsigned char, std::size_t> smallest = {{0x02, 5}, {0x03, 5}, {0x04, 5}, {0x05, 5},
+                                                                      {0x0C, 5}, {0x0D, 5}, {0x0E, 5}, {0x0F, 9}};
         const unsigned char type = normal[typeAt];
-        const std::uint64_t limit = last + 1;
-        switch (type) {
-            case 0x01:
-            case 0x09:
-            case 0x11:
-            case 0x12:
-                return v + 8;
-            case 0x10:
-                return v + 4;
-            case 0x07:
-                return v + 12;
-            case 0x08:
-                return normal[v] <= 1 ? std::optional<std::uint64_t>(v + 1) : std::nullopt;
-            case 0x02:
-            case 0x0D:
-            case 0x0E:
-            case 0x0C: {
-                if (v + 5 >= limit) return {};
-                const std::uint64_t end = v + 4 + number(v);
-                const std::uint64_t tail = type == 0x0C ? 12 : 0;
-                if (end + tail >= limit || normal[static_cast<std::size_t>(end) - 1] != 0) return {};
-                return end + tail;
-            }
-            case 0x05:
-                if (v + 5 >= limit || v + 5 + number(v) >= limit) return {};
-                if (!inScope) normal[v + 4] = 0;
-                return v + 5 + number(v);
-            case 0x03:
-            case 0x04:
-                if (v + 5 >= limit || v + number(v) > last) return {};
-                return isValid(v, number(v), type == 0x04, depth + 1, inScope)
-                           ? std::optional<std::uint64_t>(v + number(v))
-                           : std::nullopt;
-            case 0x0F: {
-                if (v + 9 >= limit) return {};
-                const std::uint64_t whole = number(v), code = number(v + 4);
-                if (v + 8 + code >= limit || v + whole > last || whole < 8 + code) return {};
-                return isValid(v + 8 + static_cast<std::size_t>(code), whole - 8 - code, false, depth + 1, true)
-                           ? std::optional<std::uint64_t>(v + whole)
-                           : std::nullopt;
-            }
-            case 0x0B:
-                for (int strings = 0; strings < 2; ++v) {
-                    if (v >= last) return {};
-                    if (normal[v] == 0) ++strings;
-                }
-                return v;
-            case 0x06:
-            case 0x7F:
-            case 0xFF:
-                if (!inScope) normal[typeAt] = 0x0A;
-                return v;
-            case 0x0A:
-                return v;
-            default:
-                if (!inScope) {
-                    unknownAnywhere = true;
-                    if (depth == 0) unknownAtTop = true;
-                }
-                return v;
+        if (const auto size = fixed.find(type); size != fixed.end()) {
+            if (type == 0x08 && normal[v] > 1) return 0;
+            if (size->second == 0 && !inScope) normal[typeAt] = 0x0A;
+            return v + size->second;
         }
+        if (type == 0x0B) {
+            for (int strings = 0; strings < 2; ++v) {
+                if (v >= last) return 0;
+                if (normal[v] == 0) ++strings;
+            }
+            return v;
+        }
+        const auto least = smallest.find(type);
+        if (least == smallest.end()) {
+            unknownAnywhere |= !inScope;
+            unknownAtTop |= !inScope && depth == 0;
+            return v;
+        }
+        if (v + least->second > last) return 0;
+        const std::uint64_t length = number(v);
+        if (type == 0x03 || type == 0x04) {
+            return v + length <= last && isValid(v, length, type == 0x04, depth + 1, inScope) ? v + length : 0;
+        }
+        if (type == 0x05) {
+            if (!inScope && v + 5 + length <= last) normal[v + 4] = 0;
+            return v + 5 + length;
+        }
+        if (type == 0x0F) {
+            const std::uint64_t scope = 8 + static_cast<std::uint64_t>(number(v + 4));
+            if (v + scope > last || v + length > last || length < scope) return 0;
+            return isValid(v + static_cast<std::size_t>(scope), length - scope, false, depth + 1, true) ? v + length
+                                                                                                        : 0;
+        }
+        const std::uint64_t end = v + 4 + length, tail = type == 0x0C ? 12 : 0;
+        return end + tail <= last && normal[static_cast<std::size_t>(end) - 1] == 0 ? end + tail : 0;
     }
 };
 

@@ -1,13 +1,13 @@
 // What each exported function sends, and what it refuses to send.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <set>
 
 #include "interface/lutc.h"
 #include "tests/support/documents.h"
+#include "tests/support/readers.h"
 #include "tests/support/scripted_service.h"
 
 namespace {
@@ -56,11 +56,11 @@ int store(std::vector<gradeComponent> components) {
     return lutc_send_preset(nullptr, 0, 0, 0, false, 0, components.data(), static_cast<int>(components.size()));
 }
 
-int readPreset(const char* name, int index) {
+int readPresetOf(const char* name, int index) {
     int count = 0, combo = 0;
     return lutc_recv_preset(name, index, &combo, nullptr, &count);
 }
-int readSelected(int channel) {
+int readSelectedOf(int channel) {
     char name[32];
     int index = 0;
     return lutc_get_preset(channel, name, &index);
@@ -78,14 +78,7 @@ const struct {
     {"loadPresetsFromMedia", "", [] { return lutc_load_presets_from_media(); }},
     {"savePresetsToMedia", "", [] { return lutc_save_presets_to_media(); }},
     {"deleteAllPresets", "", [] { return lutc_delete_all_presets(); }},
-    {"getPresetsList", "",
-     [] {
-         presetEntry* presets = nullptr;
-         int count = 0, most = 0;
-         const int result = lutc_preset_list(&presets, &count, &most);
-         free(presets);
-         return result;
-     }},
+    {"getPresetsList", "", [] { return readPresetList() ? 0 : -1; }},
     {"deletePreset", "'presetName':''", [] { return lutc_delete_preset("", 5); }},
     {"deletePreset", "'presetName':'" + name32 + "'", [] { return lutc_delete_preset(name32.c_str(), 0); }},
     {"deletePreset", "'presetIndex':1", [] { return lutc_delete_preset(nullptr, 1); }},
@@ -96,18 +89,13 @@ const struct {
     {"movePreset", "'presetName':'a','toIndex':-1", [] { return lutc_move_preset("a", 0, -1); }},
     {"movePreset", "'presetIndex':1,'toIndex':2", [] { return lutc_move_preset(nullptr, 1, 2); }},
     {"movePreset", "'toIndex':0", [] { return lutc_move_preset(nullptr, 0, 0); }},
-    {"getSelectedPreset", "'channelIndex':2", [] { return readSelected(2); }},
-    {"getSelectedPreset", "", [] { return readSelected(-1); }},
+    {"getSelectedPreset", "'channelIndex':2", [] { return readSelectedOf(2); }},
+    {"getSelectedPreset", "", [] { return readSelectedOf(-1); }},
     {"setSelectedPreset", "'channelIndex':1,'presetName':'a'", [] { return lutc_set_preset(1, "a", 4); }},
     {"setSelectedPreset", "'channelIndex':1,'presetIndex':1", [] { return lutc_set_preset(1, nullptr, 1); }},
     {"setSelectedPreset", "'channelIndex':1", [] { return lutc_set_preset(1, nullptr, 0); }},
     {"setSelectedPreset", "'presetName':''", [] { return lutc_set_preset(0, "", 1); }},
-    {"getOverridePreset", "",
-     [] {
-         char name[32];
-         int index = 0;
-         return lutc_get_override_preset(name, &index);
-     }},
+    {"getOverridePreset", "", [] { return readOverride() ? 0 : -1; }},
     {"setOverridePreset", "'presetName':'a'", [] { return lutc_set_override_preset("a", 1); }},
     {"setOverridePreset", "'presetIndex':1", [] { return lutc_set_override_preset(nullptr, 1); }},
     {"setOverridePreset", "'presetIndex':0", [] { return lutc_set_override_preset(nullptr, 0); }},
@@ -158,19 +146,15 @@ const struct {
                        dataComponent(2, 2, 4), dataComponent(3, 0, 0), patternComponent(7, nullptr),
                        patternComponent(0, &square), component(9, 9), component(-1, 0), dataComponent(5, 0, 3)});
      }},
-    {"getPreset", "'presetName':'a'", [] { return readPreset("a", 1); }},
-    {"getPreset", "'presetIndex':1", [] { return readPreset(nullptr, 1); }},
-    {"getPreset", "", [] { return readPreset(nullptr, 0); }},
+    {"getPreset", "'presetName':'a'", [] { return readPresetOf("a", 1); }},
+    {"getPreset", "'presetIndex':1", [] { return readPresetOf(nullptr, 1); }},
+    {"getPreset", "", [] { return readPresetOf(nullptr, 0); }},
     {"sendClientInfo", "'clientModel':'m','versionNumber':'v','clientSerial':'s'",
      [] { return lutc_client_info("m", "v", "s"); }},
     {"sendClientInfo", "'clientModel':'','clientSerial':''", [] { return lutc_client_info("", nullptr, ""); }},
     {"sendClientInfo", "'clientModel':'m'", [] { return lutc_client_info("m", nullptr, nullptr); }},
     {"getModelInfo", "", [] { return lutc_model_info(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); }},
-    {"getColorTransformState", "'channelIndex':1",
-     [] {
-         int state = 0;
-         return lutc_get_state(&state, 1);
-     }},
+    {"getColorTransformState", "'channelIndex':1", [] { return readState() ? 0 : -1; }},
     {"getColorTransformState", "",
      [] {
          int state = 0;
@@ -178,12 +162,7 @@ const struct {
      }},
     {"setColorTransformState", "'channelIndex':1,'colorTransformState':-5", [] { return lutc_set_state(-5, 1); }},
     {"setColorTransformState", "'colorTransformState':0", [] { return lutc_set_state(0, 0); }},
-    {"getVideoConnections", "",
-     [] {
-         videoConnection connections[8];
-         int count = 0;
-         return lutc_get_video_connections(connections, &count);
-     }},
+    {"getVideoConnections", "", [] { return readVideo() ? 0 : -1; }},
     {"setVideoConnection", "'sourceType':'input','sourceIndex':1,'destinationType':'channel','destinationIndex':2",
      [] { return connectVideo(0, 1, 1, 2); }},
     {"setVideoConnection", "'sourceType':'channel','sourceIndex':-1,'destinationType':'output','destinationIndex':0",

@@ -46,10 +46,6 @@ ScriptedService::ScriptedService(std::vector<Step> script, Line line) : script_(
 ScriptedService::~ScriptedService() {
     finish();
     current = nullptr;
-    if (savedZero_ >= 0) {
-        dup2(savedZero_, 0);
-        close(savedZero_);
-    }
     EXPECT_EQ(disconnects_, connects_);
 }
 
@@ -74,12 +70,6 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     }
     peer_ = ends[0];
     descriptor_ = ends[1];
-    if (line_ == Line::DescriptorZero) {
-        savedZero_ = fcntl(0, F_DUPFD_CLOEXEC, 3);
-        dup2(descriptor_, 0);
-        close(descriptor_);
-        descriptor_ = 0;
-    }
     if (line_ == Line::ClosedSocket || line_ == Line::ClosedPipe) {
         close(peer_);
         peer_ = -1;

@@ -27,9 +27,8 @@ std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milli
 
 class ScriptedService {
   public:
-    // What connect returns: a socket; the same as descriptor 0; -1; a socket, or the writing end of a pipe, whose other end
-    // is closed.
-    enum class Line { Socket, DescriptorZero, Refused, ClosedSocket, ClosedPipe };
+    // What connect returns: a socket; -1; a socket, or the writing end of a pipe, whose other end is closed.
+    enum class Line { Socket, Refused, ClosedSocket, ClosedPipe };
 
     // After the last step the service is silent.
     explicit ScriptedService(std::vector<Step> script, Line line = Line::Socket);
@@ -55,7 +54,6 @@ class ScriptedService {
     Line line_;
     std::atomic<int> peer_{-1};
     int descriptor_ = -1;
-    int savedZero_ = -1;
     std::uint32_t* values_[2] = {};
     int connects_ = 0;
     int disconnects_ = 0;

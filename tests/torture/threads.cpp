@@ -9,10 +9,8 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <numeric>
 #include <string>
 #include <thread>
@@ -122,15 +120,9 @@ void mixed(int threads, int rounds) {
 void atOnce(int threads) {
     constexpr int presets = 100;
     for (int owner = 0; owner < presets; ++owner) store(owner, 0);
-    std::mutex mutex;
-    std::condition_variable changed;
-    int waiting = 0;
-    inThreads(threads, [&](int i) {
-        {
-            std::unique_lock<std::mutex> lock(mutex);
-            if (++waiting == threads) changed.notify_all();
-            changed.wait(lock, [&] { return waiting >= threads; });
-        }
+    std::atomic<int> awaited{threads};
+    inThreads(threads, [&awaited](int i) {
+        for (--awaited; awaited > 0;) std::this_thread::yield();
         fetch(i % presets, 0);
     });
 }
