@@ -85,6 +85,19 @@ class Installed(Staged):
         run(CMAKE, "--build", build, "--parallel", "2")
         self.assertTrue(run(f"{build}/examples/build_and_dump", env=self.environment).strip())
 
+    def test_the_readmes_program_builds_with_its_cmake_lines(self):
+        blocks = dict(re.findall(r"^```(cmake|cpp example)\n(.*?)^```", read(f"{SOURCE}/README.md"), re.M | re.S))
+        source = f"{self.folder}/readme"
+        os.mkdir(source)
+        project = "cmake_minimum_required(VERSION 3.22)\nproject(readme CXX)\n" + blocks["cmake"]
+        for name, text in [("CMakeLists.txt", project), ("example.cpp", blocks["cpp example"])]:
+            with open(f"{source}/{name}", "w", encoding="utf-8") as file:
+                file.write(text)
+        run(CMAKE, "-S", source, "-B", f"{source}/build", f"-DCMAKE_PREFIX_PATH={self.stage}")
+        run(CMAKE, "--build", f"{source}/build")
+        with Simulator(f"{self.stage}/bin/lutc-simulator", "--media", f"{self.folder}/media"):
+            self.assertIn('"warm"', run(f"{source}/build/example", env=self.environment))
+
     def test_another_major_version_is_refused_by_cmake(self):
         source = f"{self.folder}/wrong-version"
         os.mkdir(source)
