@@ -100,18 +100,14 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
          {"'presetName':'','gradeCombo':[]", "\"presetName\" is empty"},
          {"'presetName':'" + std::string(33, 'n') + "','gradeCombo':[]", "33 bytes"},
          {"'presetIndex':2,'gradeCombo':[]", "\"presetIndex\" is 2"},
-         {"'presetName':'A'", "\"gradeCombo\" is missing"},
-         {name + "'gradeCombo':{}", "\"gradeCombo\" is not an array"},
          {name + "'gradeCombo':[1]", "\"gradeCombo[0]\" is not an embedded document"},
          {name + "'gradeComboIndex':5,'gradeCombo':[]", "\"gradeComboIndex\" is 5"},
          {name + "'toIndex':3,'gradeCombo':[]", "\"toIndex\" is 3"},
          {name + "'applyPreset':true,'applyChannel':3,'gradeCombo':[]", "\"applyChannel\" is 3"},
          {name + "'gradeComboIndex':2,'applyPreset':true,'gradeCombo':[]",
           "channel 2 doesn't support grade combination 2"},
-         {component("'typeIndex':1"), "\"gradeCombo[0].type\" is missing"},
          {component("'type':'tpg'"), "a preset can't hold a test pattern"},
          {component("'type':'CDL'"), "no such component type"},
-         {component("'type':'3dlut','data':'hex:00'"), "\"gradeCombo[0].dataFormat\" is missing"},
          {component("'type':'3dlut','dataFormat':'f','data':'text'"), "\"gradeCombo[0].data\" is not binary"},
          {component("'typeIndex':5,'type':'3dlut','dataFormat':'f','data':'hex:00'"), "count from 1 to 4"},
          {component("'type':'cdl','dataFormat':'cdl','data':'hex:00'," + cdl), "send one of them"},
@@ -127,7 +123,6 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
 
 TEST_F(Device, TakesNoPresetThatCouldNotBeReadBack) {
     const auto lut = [](std::size_t size) {
-        bsonDocument command;
         auto fields = documentFrom(
             "{'protocolVersion':'2.0','type':'command','msgID':1,'command':'sendPreset',"
             "'presetName':'big','gradeCombo':[{'type':'3dlut','dataFormat':'f'}]}");
@@ -245,11 +240,8 @@ TEST_F(Device, RefusesLiveGradesThatBreakARule) {
                    {"'gradeCombo':[]", "\"resetAndApply\" is missing"},
                    {"'channelIndex':2,'gradeComboIndex':4,'resetAndApply':true,'gradeCombo':[]", "doesn't support"}});
     expectRefused("sendCDL", {{"'resetAndApply':true,'cdlIndex':5," + cdl, "\"cdlIndex\" is 5"},
-                              {"'resetAndApply':1," + cdl, "\"resetAndApply\" is not a boolean"},
                               {"'channelIndex':3,'resetAndApply':true," + cdl, "\"channelIndex\" is 3"}});
-    expectRefused("sendLut", {{"'resetAndApply':true,'dataFormat':'f','data':'hex:'", "\"type\" is missing"},
-                              {"'resetAndApply':true,'type':'cdl','dataFormat':'f','data':'hex:'", "not \"1dlut\""},
-                              {"'resetAndApply':true,'type':'1dlut','data':'hex:'", "\"dataFormat\" is missing"}});
+    expectRefused("sendLut", {{"'resetAndApply':true,'type':'cdl','dataFormat':'f','data':'hex:'", "not \"1dlut\""}});
     expectRefused("sendSaturation", {{"'resetAndApply':true,'saturation':1", "\"saturation\" is not a double"}});
     expectRefused("sendGradeCombo", {{"'resetAndApply':true,'gradeComboIndex':0", "\"gradeComboIndex\" is 0"}});
     EXPECT_TRUE(device.live(1).components.empty() && device.live(2).components.empty());
@@ -270,8 +262,7 @@ TEST_F(Device, RoutesOneSourceToADestination) {
     const std::string before = call("getVideoConnections");
     EXPECT_EQ("5: a channel can't be the source of a channel", connect("channel", "channel"));
     expectRefused("setVideoConnection",
-                  {{"'sourceIndex':1,'destinationType':'output','destinationIndex':1", "\"sourceType\" is missing"},
-                   {"'sourceType':'output','sourceIndex':1,'destinationType':'output','destinationIndex':1",
+                  {{"'sourceType':'output','sourceIndex':1,'destinationType':'output','destinationIndex':1",
                     "only an input or a channel"},
                    {"'sourceType':'input','sourceIndex':3,'destinationType':'output','destinationIndex':1",
                     "\"sourceIndex\" is 3"}});

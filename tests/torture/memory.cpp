@@ -99,28 +99,41 @@ int lowestFreeDescriptor() {
     return descriptor;
 }
 
-// One use of the library. run: true when it succeeded; false when it failed for lack of memory, after it has checked that
-// nothing was written. It frees what it was given, and allocates nothing on its own account.
+// One use of the library. run: true when it succeeded; false, or std::bad_alloc, when it failed for lack of memory, after
+// it has checked that nothing was written. It frees what it was given, and allocates nothing on its own account.
+template <class Result>
 struct use {
     const char* name;
-    bool (*run)();
+    Result (*run)();
 };
 
-bool runWith(const use& one, long first, bool allAfter) {
+bool succeeds(bool (*run)()) { return run(); }
+bool succeeds(void (*run)()) {
+    try {
+        run();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+template <class Result>
+bool runWith(const use<Result>& one, long first, bool allAfter) {
     allocations = failures = 0;
     firstToFail = first;
     failAllAfter = allAfter;
     const long before = blocks;
     const int descriptor = lowestFreeDescriptor();
     counting = true;
-    const bool done = one.run();
+    const bool done = succeeds(one.run);
     counting = false;
     if (blocks != before) std::fprintf(stderr, "%s: %ld blocks more than before\n", one.name, blocks - before);
     CHECK(blocks == before && lowestFreeDescriptor() == descriptor && !isConnected());
     return done;
 }
 
-void torture(const use& one) {
+template <class Result>
+void torture(const use<Result>& one) {
     CHECK(runWith(one, LONG_MAX, false));
     const long needed = allocations;
     CHECK(needed > 0);
@@ -147,7 +160,7 @@ const gradeComponent components[] = {{LUTC_KIND_CDL, nullptr, 0, 1, nullptr, &va
                                      {LUTC_KIND_TEST_PATTERN, nullptr, 0, 1, nullptr, nullptr, &pattern}};
 const videoConnection route{LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_OUTPUT, 1};
 
-const use calls[] = {
+const use<bool> calls[] = {
     {"lutc_load_presets_from_media", [] { return lutc_load_presets_from_media() == 0; }},
     {"lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }},
     {"lutc_delete_all_presets", [] { return lutc_delete_all_presets() == 0; }},
@@ -203,94 +216,87 @@ const std::unique_ptr<bsonDocument> held =
     documentFrom("{'text':'" + longText + "'," + lists + ",'inner':{'combo':" + combo + "}}");
 bsonDocument& sample = *held;  // nested, with its message
 
-// A method that throws std::bad_alloc, or gives what it says.
-template <class Method>
-bool completes(Method method) {
-    try {
-        method();
-        return true;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
-
 // A setter: after a failure the element has its old value.
 template <class Set>
-bool sets(Set set) {
+void sets(Set set) {
     const unsigned char old[] = {7, 7, 7, 7};
     bsonElement element;  // borrows, so that it allocates nothing
     element.setBinaryValue(old, 4, false, 9);
-    if (completes([&] { set(element); })) return true;
-    CHECK(element.valueType == 0x05 && element.value == old && element.valueSize == 4 && element.binarySubtype == 9);
-    return false;
+    try {
+        set(element);
+    } catch (const std::bad_alloc&) {
+        CHECK(element.valueType == 0x05 && element.value == old);
+        CHECK(element.valueSize == 4 && element.binarySubtype == 9);
+        throw;
+    }
 }
 
 // A method of a copy of the sample. The copy is made beforehand, with memory.
 template <class Method>
-bool onCopy(Method method) {
+void onCopy(Method method) {
     counting = false;
     const std::unique_ptr<bsonDocument> copy(sample.getCopy());
-    counting = true;
     const std::size_t elements = copy->elementList.size();
-    const bool done = completes([&] { method(*copy); });
-    counting = false;
-    if (!done) CHECK(copy->messageSize == sample.messageSize && copy->elementList.size() <= elements);
-    copy->convertElementListToMessage();  // it still works
-    return done;
+    counting = true;
+    try {
+        method(*copy);
+        counting = false;
+    } catch (const std::bad_alloc&) {
+        counting = false;
+        CHECK(copy->messageSize == sample.messageSize && copy->elementList.size() <= elements);
+        copy->convertElementListToMessage();  // it still works
+        throw;
+    }
 }
 
-const use methods[] = {
-    {"bsonElement(key)", [] { return completes([] { bsonElement element(longText); }); }},
-    {"bsonElement(key, boolean)", [] { return completes([] { bsonElement element("k", true); }); }},
-    {"bsonElement(key, string)", [] { return completes([] { bsonElement element("k", longText); }); }},
-    {"bsonElement(key, bytes)", [] { return completes([] { bsonElement e("k", table, 9, true, std::uint8_t{1}); }); }},
-    {"bsonElement(type, ...)",
-     [] { return completes([] { bsonElement e(0x03, "k", sample.message, sample.messageSize, true, 0); }); }},
-    {"new bsonElement", [] { return completes([] { delete new bsonElement; }); }},
-    {"setBoolValue", [] { return sets([](bsonElement& e) { e.setBoolValue(true); }); }},
-    {"setInt32Value", [] { return sets([](bsonElement& e) { e.setInt32Value(1); }); }},
-    {"setInt64Value", [] { return sets([](bsonElement& e) { e.setInt64Value(1); }); }},
-    {"setDoubleValue", [] { return sets([](bsonElement& e) { e.setDoubleValue(1.0); }); }},
-    {"setStringValue", [] { return sets([](bsonElement& e) { e.setStringValue(longText); }); }},
-    {"setBinaryValue", [] { return sets([](bsonElement& e) { e.setBinaryValue(table, 9, true, 1); }); }},
-    {"getStringValue", [] { return completes([] { sample.elementList[0]->getStringValue(); }); }},
-    {"bsonElement::getCopy",
-     [] { return completes([] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }); }},
-    {"new bsonDocument", [] { return completes([] { delete new bsonDocument; }); }},
-    {"bsonDocument(bytes, ...)",
-     [] { return completes([] { bsonDocument document(sample.message, sample.messageSize, true, true); }); }},
-    {"bsonDocument::getCopy", [] { return completes([] { delete sample.getCopy(); }); }},
-    {"isMessageValid",
-     [] { return completes([] { bsonDocument::isMessageValid(sample.message, sample.messageSize, false); }); }},
-    {"calculateMessageSizeFromKeyValueList",
-     [] { return completes([] { sample.calculateMessageSizeFromKeyValueList(); }); }},
-    {"convertElementListToMessage", [] { return onCopy([](bsonDocument& d) { d.convertElementListToMessage(); }); }},
+const use<void> methods[] = {
+    {"bsonElement(key)", [] { bsonElement element(longText); }},
+    {"bsonElement(key, boolean)", [] { bsonElement element("k", true); }},
+    {"bsonElement(key, string)", [] { bsonElement element("k", longText); }},
+    {"bsonElement(key, bytes)", [] { bsonElement e("k", table, 9, true, std::uint8_t{1}); }},
+    {"bsonElement(type, ...)", [] { bsonElement e(0x03, "k", sample.message, sample.messageSize, true, 0); }},
+    {"new bsonElement", [] { delete new bsonElement; }},
+    {"setBoolValue", [] { sets([](bsonElement& e) { e.setBoolValue(true); }); }},
+    {"setInt32Value", [] { sets([](bsonElement& e) { e.setInt32Value(1); }); }},
+    {"setInt64Value", [] { sets([](bsonElement& e) { e.setInt64Value(1); }); }},
+    {"setDoubleValue", [] { sets([](bsonElement& e) { e.setDoubleValue(1.0); }); }},
+    {"setStringValue", [] { sets([](bsonElement& e) { e.setStringValue(longText); }); }},
+    {"setBinaryValue", [] { sets([](bsonElement& e) { e.setBinaryValue(table, 9, true, 1); }); }},
+    {"getStringValue", [] { sample.elementList[0]->getStringValue(); }},
+    {"bsonElement::getCopy", [] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }},
+    {"new bsonDocument", [] { delete new bsonDocument; }},
+    {"bsonDocument(bytes, ...)", [] { bsonDocument document(sample.message, sample.messageSize, true, true); }},
+    {"bsonDocument::getCopy", [] { delete sample.getCopy(); }},
+    {"isMessageValid", [] { bsonDocument::isMessageValid(sample.message, sample.messageSize, false); }},
+    {"calculateMessageSizeFromKeyValueList", [] { sample.calculateMessageSizeFromKeyValueList(); }},
+    {"convertElementListToMessage", [] { onCopy([](bsonDocument& d) { d.convertElementListToMessage(); }); }},
     {"convertMessageToElementList",
-     [] { return onCopy([](bsonDocument& d) { CHECK(d.convertMessageToElementList(true) == 1); }); }},
-    {"getElementListWithKey", [] { return completes([] { sample.getElementListWithKey("text"); }); }},
-    {"getElementListWithValueType", [] { return completes([] { sample.getElementListWithValueType(0x02); }); }},
+     [] { onCopy([](bsonDocument& d) { CHECK(d.convertMessageToElementList(true) == 1); }); }},
+    {"getElementListWithKey", [] { sample.getElementListWithKey("text"); }},
+    {"getElementListWithValueType", [] { sample.getElementListWithValueType(0x02); }},
     {"getStringWithKey",
      [] {
-         std::string text = "before";
-         const bool done = completes([&] { sample.getStringWithKey("text", text); });
-         CHECK(done ? text == longText : text == "before");
-         return done;
+         struct kept_text {
+             std::string text = "before";
+             ~kept_text() { CHECK(text == longText || text == "before"); }
+         } kept;
+         sample.getStringWithKey("text", kept.text);
      }},
-    {"addBooleanElement", [] { return onCopy([](bsonDocument& d) { d.addBooleanElement("k", true); }); }},
-    {"addInt32Element", [] { return onCopy([](bsonDocument& d) { d.addInt32Element(longText, 1); }); }},
-    {"addDoubleElement", [] { return onCopy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
-    {"addStringElement", [] { return onCopy([](bsonDocument& d) { d.addStringElement(1, longText); }); }},
-    {"addBinaryElement", [] { return onCopy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
+    {"addBooleanElement", [] { onCopy([](bsonDocument& d) { d.addBooleanElement("k", true); }); }},
+    {"addInt32Element", [] { onCopy([](bsonDocument& d) { d.addInt32Element(longText, 1); }); }},
+    {"addDoubleElement", [] { onCopy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
+    {"addStringElement", [] { onCopy([](bsonDocument& d) { d.addStringElement(1, longText); }); }},
+    {"addBinaryElement", [] { onCopy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
     {"addDocumentElement",
      [] {
-         return onCopy([](bsonDocument& d) {
+         onCopy([](bsonDocument& d) {
              auto inner = std::make_unique<bsonDocument>();  // the caller's when it fails
              d.addDocumentElement(longText, inner.get(), false);
              inner.release();
          });
      }},
-    {"bsonElement::debugPrint", [] { return completes([] { sample.getElementWithKey("inner", 0)->debugPrint(0); }); }},
-    {"bsonDocument::debugPrint", [] { return completes([] { sample.debugPrint(0); }); }},
+    {"bsonElement::debugPrint", [] { sample.getElementWithKey("inner", 0)->debugPrint(0); }},
+    {"bsonDocument::debugPrint", [] { sample.debugPrint(0); }},
 };
 
 }  // namespace
@@ -298,7 +304,7 @@ const use methods[] = {
 int main() {
     static char buffer[4096];
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-    for (const use& one : calls) {
+    for (const auto& one : calls) {
         prepare(one.run == readPresetList || one.run == readPreset ? lists : small);
         torture(one);
     }
@@ -307,7 +313,7 @@ int main() {
     sample.convertElementListToMessage();
     std::fflush(stdout);
     const int screen = dup(STDOUT_FILENO), nowhere = open("/dev/null", O_WRONLY);
-    for (const use& one : methods) {
+    for (const auto& one : methods) {
         std::fflush(stdout);
         const bool prints = std::string(one.name).find("debugPrint") != std::string::npos;
         dup2(prints ? nowhere : screen, STDOUT_FILENO);

@@ -7,6 +7,7 @@ BUILD is a build folder with liblutc.so, lutc-simulator and torture_threads. --f
 docs/reliability.md; without it they are small enough for every run of the tests. --sanitized leaves out what loads the
 library into this interpreter. Uses the service's own port. No test asserts a time but for generous bounds.
 """
+import concurrent.futures
 import ctypes
 import os
 import pathlib
@@ -144,8 +145,6 @@ class ServiceFaults(unittest.TestCase):
             self.assertEqual(descriptors(), before)
 
     def test_a_service_that_goes_away(self):
-        reply = bson.encode({"type": "response", "code": 0, "value": "x"})
-
         def reads(count):
             def serve(connection):
                 with connection:
@@ -160,16 +159,6 @@ class ServiceFaults(unittest.TestCase):
                     result, seconds = timed(call)
                     self.assertIsNone(result)
                     self.assertLess(seconds, AT_ONCE)
-
-        def answers_early(connection):
-            with connection:
-                connection.sendall(reply)
-                connection.shutdown(socket.SHUT_WR)
-                while connection.recv(65536):
-                    pass
-
-        with listener(answers_early):
-            self.assertEqual(get_option(), b"x")
 
     def test_nobody_listens(self):
         before = descriptors()
@@ -196,21 +185,10 @@ class ServiceFaults(unittest.TestCase):
     @unittest.skipUnless(FULL, "takes up to 75 s")
     def test_random_faults(self):
         with Simulator("--random-faults", "60", "--seed", "6"):
-            results, slowest = [], [0.0]
-
-            def calls():
-                for _ in range(4):
-                    result, seconds = timed(get_option)
-                    results.append(result)
-                    slowest[0] = max(slowest[0], seconds)
-
-            threads = [threading.Thread(target=calls) for _ in range(64)]
-            for thread in threads:
-                thread.start()
-            for thread in threads:
-                thread.join()
-            self.assertEqual(set(results), {None, b"SIM-0001"})
-            self.assertLess(slowest[0], 2 * FIRST_BYTE + AT_ONCE)
+            with concurrent.futures.ThreadPoolExecutor(64) as callers:
+                results = list(callers.map(lambda _: timed(get_option), range(256)))
+        self.assertEqual({result for result, _ in results}, {None, b"SIM-0001"})
+        self.assertLess(max(seconds for _, seconds in results), 2 * FIRST_BYTE + AT_ONCE)
 
 
 @unittest.skipIf(SANITIZED, "a sanitized library can't be loaded")
