@@ -1,6 +1,7 @@
 #include "cli/preset_backup.h"
 
 #include <fcntl.h>
+#include <regex.h>
 #include <stdio.h>
 #include <unistd.h>
 
@@ -9,8 +10,8 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <set>
 
 #include "cli/files.h"
@@ -69,8 +70,13 @@ std::string count_of(std::size_t done, std::size_t total) {
 
 // The files that a backup consists of, whole or begun.
 bool belongs_to_backup(const std::string& name) {
-    static const std::regex pattern(R"((library\.json|[0-9]{3,}-[A-Za-z0-9._-]*\.(json|bin))(\.part[0-9]+)?)");
-    return std::regex_match(name, pattern);
+    static const regex_t pattern = [] {
+        constexpr const char* text = R"(^(library\.json|[0-9]{3,}-[A-Za-z0-9._-]*\.(json|bin))(\.part[0-9]+)?$)";
+        regex_t compiled;
+        if (regcomp(&compiled, text, REG_EXTENDED | REG_NOSUB) != 0) throw std::bad_alloc();
+        return compiled;
+    }();
+    return regexec(&pattern, name.c_str(), 0, nullptr, 0) == 0;
 }
 
 // Throws Failure when the folder holds anything that is not ours to replace.
