@@ -10,6 +10,7 @@ import tempfile
 import unittest
 
 BUILD, SOURCE, CMAKE = os.environ["LUTC_BUILD"], os.environ["LUTC_SOURCE"], os.environ["CMAKE"]
+os.environ.setdefault("CMAKE_GENERATOR", "Ninja")  # make may not be there
 sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
 from service import Simulator  # noqa: E402
 
