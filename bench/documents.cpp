@@ -23,6 +23,8 @@ struct subject {
     bsonDocument decoded;
     std::vector<span> leaves;    // the value bytes of each element
     std::vector<span> messages;  // of the document and of each embedded one
+    bytes objects;               // as many bytes as all elements and documents have
+    std::vector<span> memory;    // all that the decoded tree holds: the objects at once, each value and list alone
 
     subject(std::string itsName, bytes itsBytes)
         : name(std::move(itsName)),
@@ -33,11 +35,16 @@ struct subject {
             const bsonDocument* const document = waiting.back();
             waiting.pop_back();
             messages.push_back({document->message, document->messageSize});
+            objects.resize(objects.size() + sizeof(bsonDocument) + document->elementList.size() * sizeof(bsonElement));
+            memory.push_back({reinterpret_cast<const unsigned char*>(document->elementList.data()),
+                              document->elementList.size() * sizeof(bsonElement*)});
             for (const bsonElement* const element : document->elementList) {
                 if (element->documentValue != nullptr) waiting.push_back(element->documentValue);
                 if (element->valueSize != 0) leaves.push_back({element->value, element->valueSize});
             }
         }
+        memory.insert(memory.end(), leaves.begin(), leaves.end());
+        memory.push_back({objects.data(), objects.size()});
     }
 };
 
@@ -98,6 +105,7 @@ void addFloor(const subject& sample) {
         return allocateCopyFree({sample.encoded.data(), sample.encoded.size()}), true;
     });
     add(sample, "copy/leaves", [&sample] { return allocateCopyFreeTogether(sample.leaves), true; });
+    add(sample, "copy/memory", [&sample] { return allocateCopyFreeTogether(sample.memory), true; });
     add(sample, "copy/messages-in-turn", [&sample] { return allocateCopyFreeInTurn(sample.messages), true; });
     add(sample, "copy/messages-together", [&sample] { return allocateCopyFreeTogether(sample.messages), true; });
 }

@@ -66,12 +66,12 @@ SAMPLES = ("small", "list", "preset")
 OPERATIONS = {
     "validate": (("libbson", "validate/libbson"), ("libbson's walk", "validate/libbson-walk"), ("memcpy", "copy/memcpy")),
     "decode": (("libbson", "decode/libbson"), ("nlohmann", "decode/nlohmann"), ("memcpy", "copy/memcpy"),
-               ("block", "copy/block"), ("leaves", "copy/leaves")),
+               ("block", "copy/block"), ("leaves", "copy/leaves"), ("memory", "copy/memory")),
     "encode": (("libbson", "encode/libbson"), ("nlohmann", "encode/nlohmann"), ("memcpy", "copy/memcpy"),
                ("block", "copy/block"), ("messages in turn", "copy/messages-in-turn"),
                ("messages together", "copy/messages-together")),
 }
-DOCUMENT_COLUMNS = ("libbson", "libbson's walk", "nlohmann", "memcpy", "block", "leaves", "messages in turn", "messages together")
+DOCUMENT_COLUMNS = ("libbson", "libbson's walk", "nlohmann", "memcpy", "block", "leaves", "memory", "messages in turn", "messages together")
 
 
 def documents(m):
