@@ -1,5 +1,3 @@
-#include <cstring>
-#include <memory>
 #include <optional>
 
 #include "bson/wire_format.h"
@@ -24,14 +22,12 @@ void hand_over_text(char* destination, std::string_view text) {
 }
 
 bool read_channel(const bsonElement* element, gradeChannel& channel) {
-    if (element->valueType != type::document) return false;
-    const bsonDocument* const fields = get_document(*element);
+    const bsonDocument* const fields = get_document(element, type::document);
     std::string_view name;
     if (fields == nullptr || !read_text(*fields, "channelName", name)) return false;
     copy_text(channel.channelName, LUTC_PRESET_NAME_SIZE, name);
 
-    const bsonElement* const list = find_element(*fields, "supportedGradeComboIndices", type::array);
-    const bsonDocument* const indices = list != nullptr ? get_document(*list) : nullptr;
+    const bsonDocument* const indices = get_document(find_element(*fields, "supportedGradeComboIndices"), type::array);
     if (indices == nullptr) return false;
     std::size_t slot = 0;
     for (const bsonElement* const index : indices->elementList) {
@@ -51,7 +47,7 @@ bool read_wanted_list(const bsonDocument& reply, const char* key, bool wanted, R
         records.emplace(0);
         return true;
     }
-    const bsonDocument* const list = element->valueType == type::array ? get_document(*element) : nullptr;
+    const bsonDocument* const list = get_document(element, type::array);
     if (list == nullptr) return false;
     records.emplace(list->elementList.size());
     for (std::size_t i = 0; i < list->elementList.size(); ++i) {

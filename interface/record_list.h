@@ -49,8 +49,7 @@ class record_list {
 
 // Reads the strings of a combination into the record's slots. False when there is none or it holds anything else.
 inline bool read_combo(const bsonElement* element, gradeCombo& combo) {
-    if (element == nullptr || element->valueType != lutc_bson::type::array) return false;
-    const bsonDocument* const strings = get_document(*element);
+    const bsonDocument* const strings = get_document(element, lutc_bson::type::array);
     if (strings == nullptr) return false;
     std::size_t slot = 0;
     for (const bsonElement* const text : strings->elementList) {

@@ -234,6 +234,10 @@ const bsonDocument* get_document(const bsonElement& element) {
     return document != nullptr && lutc_bson::isDecodedWhole(*document) ? document : nullptr;
 }
 
+const bsonDocument* get_document(const bsonElement* element, std::uint8_t wanted) {
+    return element != nullptr && element->valueType == wanted ? get_document(*element) : nullptr;
+}
+
 std::string_view text_of(const bsonElement& element) {
     if (lutc_bson::readableSize(element) == 0) return {};
     return {reinterpret_cast<const char*>(element.value), element.valueSize - 1};

@@ -66,6 +66,9 @@ const bsonElement* find_element(const bsonDocument& document, std::string_view k
 // The embedded document or array of the element, or null: it holds none, or one with elements of an unknown type.
 const bsonDocument* get_document(const bsonElement& element);
 
+// The same where only that type will do: null also when there is no element or it is of another type.
+const bsonDocument* get_document(const bsonElement* element, std::uint8_t type);
+
 // The characters of a string element, inner zero bytes included: text compares as a whole.
 std::string_view text_of(const bsonElement& element);
 
