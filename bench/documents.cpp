@@ -11,7 +11,7 @@
 #include "bench/peers.h"
 #include "bench/rounds.h"
 #include "bench/samples.h"
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace lutc_bench {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace lutc_bench {
 namespace {

@@ -11,10 +11,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "bson/bsonDocument.h"
-#include "interface/lutc.h"
+#include <lutc/bsonDocument.h>
+#include <lutc/lutc.h>
 #include "interface/request_channel.h"
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 
 namespace lutc_bench {
 namespace {

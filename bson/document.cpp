@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "bson/batch.h"
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/tree_walk.h"

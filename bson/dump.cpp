@@ -3,7 +3,7 @@
 #include <iterator>
 #include <string>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "bson/element.h"
 #include "bson/tree_walk.h"
 #include "bson/wire_format.h"

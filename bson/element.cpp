@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "bson/batch.h"
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/wire_format.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace lutc_bson {
 

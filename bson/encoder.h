@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "bson/buffer.h"
 
 namespace lutc_bson {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace lutc_bson {
 

@@ -1,6 +1,6 @@
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "bson/wire_format.h"
 
 namespace lutc_bson {

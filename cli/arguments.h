@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 
 namespace CLI {
 class App;

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 
 namespace lutc_cli {
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "cli/bson_diagnosis.h"
 #include "cli/commands.h"
 #include "cli/files.h"

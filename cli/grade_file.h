@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 
 namespace lutc_cli {
 

@@ -8,7 +8,7 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/service.h"
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 
 namespace lutc_cli {
 namespace {

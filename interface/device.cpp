@@ -1,7 +1,7 @@
 #include <optional>
 
 #include "bson/wire_format.h"
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/record_list.h"
 #include "interface/request_channel.h"
 

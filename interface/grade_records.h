@@ -2,7 +2,7 @@
 #ifndef LUTC_INTERFACE_GRADE_RECORDS_H
 #define LUTC_INTERFACE_GRADE_RECORDS_H
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/request_channel.h"
 
 namespace lutc {

@@ -1,4 +1,4 @@
 /* lutc.h is complete and valid on its own as strict C. */
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 
 typedef int lutc_header_check_in_c;

@@ -1,3 +1,3 @@
 // The public headers are complete and valid on their own as C++.
-#include "bson/bsonDocument.h"
-#include "interface/lutc.h"
+#include <lutc/bsonDocument.h>
+#include <lutc/lutc.h>

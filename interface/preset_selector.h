@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/request_channel.h"
 
 namespace lutc {

@@ -5,7 +5,7 @@
 #include "bson/element.h"
 #include "bson/wire_format.h"
 #include "interface/grade_records.h"
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/preset_selector.h"
 #include "interface/request_channel.h"
 

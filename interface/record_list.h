@@ -6,7 +6,7 @@
 #include <new>
 
 #include "bson/wire_format.h"
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/request_channel.h"
 
 namespace lutc {

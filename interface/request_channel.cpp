@@ -14,7 +14,7 @@
 #include "bson/element.h"
 #include "bson/encoder.h"
 #include "bson/wire_format.h"
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 
 namespace lutc {
 

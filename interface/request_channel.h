@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace lutc {
 

@@ -1,5 +1,5 @@
 #include "bson/wire_format.h"
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "interface/request_channel.h"
 
 using namespace lutc;

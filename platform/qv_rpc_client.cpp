@@ -1,4 +1,4 @@
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 
 #include <arpa/inet.h>
 #include <fcntl.h>

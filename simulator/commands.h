@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "simulator/device_state.h"
 #include "simulator/refusal.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace simulator {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/support/documents.h"
 #include "tests/support/nesting.h"
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/support/documents.h"
 
 namespace {

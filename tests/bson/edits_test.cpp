@@ -4,7 +4,7 @@
 #include <functional>
 #include <limits>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/support/documents.h"
 
 namespace {

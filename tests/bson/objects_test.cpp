@@ -6,7 +6,7 @@
 #include <limits>
 #include <memory>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/support/documents.h"
 
 namespace {

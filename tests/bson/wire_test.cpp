@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/support/documents.h"
 
 namespace {

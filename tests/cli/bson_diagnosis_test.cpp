@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace {
 

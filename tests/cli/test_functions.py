@@ -13,7 +13,7 @@ def read(*names):
 
 class Functions(unittest.TestCase):
     def test_the_table_is_complete_and_true(self):
-        header = read("interface", "lutc.h")
+        header = read("interface", "include", "lutc", "lutc.h")
         sent = {}  # function: command, from the comment above each declaration
         for comment, function in re.findall(r"/\*((?:(?!\*/).)*)\*/\s*LUTC_EXPORT int (lutc_\w+)\(", header, re.S):
             sent[function] = re.search(r'Sends\s+(?:\*\s+)?"(\w+)"', comment).group(1)

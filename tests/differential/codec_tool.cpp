@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 namespace {
 

@@ -14,7 +14,7 @@ class Examples(unittest.TestCase):
         return result.stdout
 
     def test_strict_c_reaches_every_function(self):
-        with open(os.path.join(programs.SOURCE, "interface", "lutc.h")) as header:
+        with open(os.path.join(programs.SOURCE, "interface", "include", "lutc", "lutc.h")) as header:
             functions = set(re.findall(r"LUTC_EXPORT int (lutc_\w+)", header.read()))
         with programs.simulator():
             output = self.done(run_example("all_functions"))

@@ -96,7 +96,7 @@ class Protocol(unittest.TestCase):
         self.assertEqual(result.stdout, "evening 3\n")
 
     def test_every_function_has_its_command(self):
-        with open(os.path.join(programs.SOURCE, "interface", "lutc.h")) as file:
+        with open(os.path.join(programs.SOURCE, "interface", "include", "lutc", "lutc.h")) as file:
             header = file.read()
         declared = re.findall(r'Sends\s+\*?\s*"(\w+)".*?LUTC_EXPORT int (lutc_\w+)', header, re.S)
         self.assertEqual({command: function for command, function in declared},

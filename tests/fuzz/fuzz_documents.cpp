@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 #include "tests/fuzz/target.h"
 #include "tests/support/check.h"
 

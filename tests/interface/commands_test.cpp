@@ -5,7 +5,7 @@
 #include <functional>
 #include <set>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/documents.h"
 #include "tests/support/readers.h"
 #include "tests/support/scripted_service.h"

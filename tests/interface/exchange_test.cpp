@@ -8,7 +8,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/documents.h"
 #include "tests/support/nesting.h"
 #include "tests/support/readers.h"

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/documents.h"
 #include "tests/support/scripted_service.h"
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <thread>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/documents.h"
 #include "tests/support/scripted_service.h"
 

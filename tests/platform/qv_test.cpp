@@ -13,7 +13,7 @@
 #include <list>
 #include <string>
 
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "bson/bsonDocument.h"
+#include <lutc/bsonDocument.h>
 
 std::unique_ptr<bsonDocument> documentFrom(const std::string& text);
 std::string textOf(const bsonDocument& document, bool isArray = false);

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 #include "tests/support/check.h"
 
 std::vector<unsigned char> preparedReply;

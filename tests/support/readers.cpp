@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/check.h"
 
 namespace {

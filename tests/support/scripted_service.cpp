@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/qv_rpc_client.h"
+#include <lutc/qv_rpc_client.h>
 
 namespace {
 

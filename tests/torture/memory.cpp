@@ -16,8 +16,8 @@
 #include <new>
 #include <string>
 
-#include "bson/bsonDocument.h"
-#include "interface/lutc.h"
+#include <lutc/bsonDocument.h>
+#include <lutc/lutc.h>
 #include "tests/support/check.h"
 #include "tests/support/documents.h"
 #include "tests/support/prepared_service.h"

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "interface/lutc.h"
+#include <lutc/lutc.h>
 #include "tests/support/check.h"
 #include "tests/support/readers.h"
 
