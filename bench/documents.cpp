@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include <lutc/bsonDocument.h>
 #include "bench/peers.h"
 #include "bench/rounds.h"
 #include "bench/samples.h"
-#include <lutc/bsonDocument.h>
 
 namespace lutc_bench {
 namespace {
@@ -26,9 +26,9 @@ struct subject {
     bytes objects;               // as many bytes as all elements and documents have
     std::vector<span> memory;    // all that the decoded tree holds: the objects at once, each value and list alone
 
-    subject(std::string itsName, bytes itsBytes)
-        : name(std::move(itsName)),
-          encoded(std::move(itsBytes)),
+    subject(std::string its_name, bytes its_bytes)
+        : name(std::move(its_name)),
+          encoded(std::move(its_bytes)),
           decoded(encoded.data(), static_cast<std::uint32_t>(encoded.size()), false, true) {
         std::vector<const bsonDocument*> waiting{&decoded};
         while (!waiting.empty()) {
@@ -50,11 +50,11 @@ struct subject {
 
 // Registers what runs once an iteration and returns whether it worked.
 template <class Iteration>
-void add(const subject& sample, const char* what, Iteration iteration, double countedBytes = 0) {
-    const double size = countedBytes != 0 ? countedBytes : static_cast<double>(sample.encoded.size());
+void add(const subject& sample, const char* what, Iteration iteration, double counted_bytes = 0) {
+    const double size = counted_bytes != 0 ? counted_bytes : static_cast<double>(sample.encoded.size());
     const std::string name = sample.name + "/" + what;
     benchmark::RegisterBenchmark(name.c_str(), [iteration, size](benchmark::State& state) {
-        joinFreeMemory();
+        join_free_memory();
         for (auto _ : state) {
             if (!iteration()) {
                 state.SkipWithError("the operation failed");
@@ -70,47 +70,47 @@ bool validate(const subject& sample) {
                                         false);
 }
 
-bool decodeAndDestroy(const subject& sample) {
+bool decode_and_destroy(const subject& sample) {
     const bsonDocument document(sample.encoded.data(), static_cast<std::uint32_t>(sample.encoded.size()), false, true);
     return !document.elementList.empty();
 }
 
 // The tree that is encoded again and again: a copy, so that the sample's messages stay what they are.
-std::shared_ptr<bsonDocument> treeOf(const subject& sample) {
+std::shared_ptr<bsonDocument> tree_of(const subject& sample) {
     return std::shared_ptr<bsonDocument>(sample.decoded.getCopy());
 }
 
-bool encode(bsonDocument& tree, std::size_t expectedSize) {
+bool encode(bsonDocument& tree, std::size_t expected_size) {
     tree.convertElementListToMessage();
-    return tree.messageSize == expectedSize;
+    return tree.messageSize == expected_size;
 }
 
-void addOwn(const subject& sample) {
+void add_own(const subject& sample) {
     add(sample, "validate/lutc", [&sample] { return validate(sample); });
-    add(sample, "decode/lutc", [&sample] { return decodeAndDestroy(sample); });
+    add(sample, "decode/lutc", [&sample] { return decode_and_destroy(sample); });
 }
 
-void addEncode(const subject& sample) {
+void add_encode(const subject& sample) {
     double written = 0;
     for (const span message : sample.messages) written += static_cast<double>(message.size);
     add(
-        sample, "encode/lutc", [tree = treeOf(sample), size = sample.encoded.size()] { return encode(*tree, size); },
+        sample, "encode/lutc", [tree = tree_of(sample), size = sample.encoded.size()] { return encode(*tree, size); },
         written);
 }
 
-void addFloor(const subject& sample) {
+void add_floor(const subject& sample) {
     auto target = std::make_shared<bytes>(sample.encoded.size());
-    add(sample, "copy/memcpy", [&sample, target] { return copyInto(target->data(), sample.encoded), true; });
+    add(sample, "copy/memcpy", [&sample, target] { return copy_into(target->data(), sample.encoded), true; });
     add(sample, "copy/block", [&sample] {
-        return allocateCopyFree({sample.encoded.data(), sample.encoded.size()}), true;
+        return allocate_copy_free({sample.encoded.data(), sample.encoded.size()}), true;
     });
-    add(sample, "copy/leaves", [&sample] { return allocateCopyFreeTogether(sample.leaves), true; });
-    add(sample, "copy/memory", [&sample] { return allocateCopyFreeTogether(sample.memory), true; });
-    add(sample, "copy/messages-in-turn", [&sample] { return allocateCopyFreeInTurn(sample.messages), true; });
-    add(sample, "copy/messages-together", [&sample] { return allocateCopyFreeTogether(sample.messages), true; });
+    add(sample, "copy/leaves", [&sample] { return allocate_copy_free_together(sample.leaves), true; });
+    add(sample, "copy/memory", [&sample] { return allocate_copy_free_together(sample.memory), true; });
+    add(sample, "copy/messages-in-turn", [&sample] { return allocate_copy_free_in_turn(sample.messages), true; });
+    add(sample, "copy/messages-together", [&sample] { return allocate_copy_free_together(sample.messages), true; });
 }
 
-void addPeers(const subject& sample) {
+void add_peers(const subject& sample) {
     add(sample, "validate/libbson", [&sample] { return libbson_tree::validate(sample.encoded); });
     add(sample, "validate/libbson-walk", [&sample] { return libbson_tree::walk(sample.encoded); });
     add(sample, "decode/libbson", [&sample] {
@@ -121,18 +121,18 @@ void addPeers(const subject& sample) {
     tree->fill(sample.encoded);
     add(sample, "encode/libbson", [tree, size = sample.encoded.size()] { return tree->encode() == size; });
 
-    add(sample, "decode/nlohmann", [&sample] { return nlohmann_tree::decodeAndDestroy(sample.encoded); });
+    add(sample, "decode/nlohmann", [&sample] { return nlohmann_tree::decode_and_destroy(sample.encoded); });
     add(sample, "encode/nlohmann",
         [json = std::make_shared<nlohmann_tree>(sample.encoded), size = sample.encoded.size()] {
             return json->encode() == size;
         });
 }
 
-void addGrowth(const subject& sample) {
-    addOwn(sample);
+void add_growth(const subject& sample) {
+    add_own(sample);
     add(sample, "measure/lutc",
         [&sample] { return sample.decoded.calculateMessageSizeFromKeyValueList() == sample.encoded.size(); });
-    add(sample, "copy/leaves", [&sample] { return allocateCopyFreeTogether(sample.leaves), true; });
+    add(sample, "copy/leaves", [&sample] { return allocate_copy_free_together(sample.leaves), true; });
 }
 
 }  // namespace
@@ -145,23 +145,23 @@ int main(int argc, char** argv) {
         return samples.emplace_back(std::move(name), std::move(encoded));
     };
     for (const subject* const each :
-         {&sample("small", smallCommand()), &sample("list", presetList()), &sample("preset", preset())}) {
-        addOwn(*each);
-        addEncode(*each);
-        addFloor(*each);
-        addPeers(*each);
+         {&sample("small", small_command()), &sample("list", preset_list()), &sample("preset", preset())}) {
+        add_own(*each);
+        add_encode(*each);
+        add_floor(*each);
+        add_peers(*each);
     }
     constexpr std::size_t nested = 100000;
     for (std::size_t depth = 1; depth <= nested; depth *= 10) {
-        const subject& chains = sample("nesting-" + std::to_string(depth), nestedDocuments(depth, nested));
-        addGrowth(chains);
+        const subject& chains = sample("nesting-" + std::to_string(depth), nested_documents(depth, nested));
+        add_growth(chains);
         // Every embedded document gets its own message, so what is written grows with the depth, as promised.
-        if (depth <= 100) addEncode(chains);
+        if (depth <= 100) add_encode(chains);
     }
     for (std::size_t count = 10; count <= 1000000; count *= 10) {
-        const subject& row = sample("elements-" + std::to_string(count), elementsInARow(count));
-        addGrowth(row);
-        addEncode(row);
+        const subject& row = sample("elements-" + std::to_string(count), elements_in_a_row(count));
+        add_growth(row);
+        add_encode(row);
     }
-    return runInRounds(argc, argv);
+    return run_in_rounds(argc, argv);
 }

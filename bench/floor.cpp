@@ -8,7 +8,7 @@
 namespace lutc_bench {
 namespace {
 
-void* copyOf(span source) {
+void* copy_of(span source) {
     void* copy = std::malloc(source.size);
     if (copy == nullptr) std::abort();
     std::memcpy(copy, source.begin, source.size);
@@ -18,27 +18,27 @@ void* copyOf(span source) {
 
 }  // namespace
 
-void copyInto(unsigned char* target, const bytes& source) {
+void copy_into(unsigned char* target, const bytes& source) {
     std::memcpy(target, source.data(), source.size());
     benchmark::DoNotOptimize(target);
     benchmark::ClobberMemory();
 }
 
-void allocateCopyFree(span source) {
-    void* const copy = copyOf(source);
+void allocate_copy_free(span source) {
+    void* const copy = copy_of(source);
     benchmark::ClobberMemory();
     std::free(copy);
 }
 
-void allocateCopyFreeInTurn(const std::vector<span>& sources) {
-    for (const span source : sources) allocateCopyFree(source);
+void allocate_copy_free_in_turn(const std::vector<span>& sources) {
+    for (const span source : sources) allocate_copy_free(source);
 }
 
-void allocateCopyFreeTogether(const std::vector<span>& sources) {
+void allocate_copy_free_together(const std::vector<span>& sources) {
     static std::vector<void*> copies;
     copies.clear();
     copies.reserve(sources.size());
-    for (const span source : sources) copies.push_back(copyOf(source));
+    for (const span source : sources) copies.push_back(copy_of(source));
     benchmark::ClobberMemory();
     for (void* const copy : copies) std::free(copy);
 }

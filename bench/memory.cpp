@@ -24,7 +24,7 @@ namespace {
 struct heap_use {
     long long allocations;
     long long held;
-    long long mostHeld;
+    long long most_held;
 };
 
 // Of the thread that calls; the service's processes count for themselves.
@@ -34,7 +34,7 @@ void* counted(void* block) {
     if (block == nullptr) return nullptr;
     ++use.allocations;
     use.held += static_cast<long long>(malloc_usable_size(block));
-    if (use.held > use.mostHeld) use.mostHeld = use.held;
+    if (use.held > use.most_held) use.most_held = use.held;
     return block;
 }
 
@@ -73,12 +73,12 @@ int main(int, char** argv) {
     using namespace lutc_bench;
     try {
         service service;
-        for (const scenario& each : recordScenarios(service)) {
+        for (const scenario& each : record_scenarios(service)) {
             const heap_use before = use;
-            use.mostHeld = use.held;
+            use.most_held = use.held;
             if (!each.call()) throw std::runtime_error(each.name + " failed");
             std::printf("%s\t%lld\t%lld\t%zu\t%zu\n", each.name.c_str(), use.allocations - before.allocations,
-                        use.mostHeld - before.held, each.command.size(), each.replySize);
+                        use.most_held - before.held, each.command.size(), each.reply_size);
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", argv[0], error.what());

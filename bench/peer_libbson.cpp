@@ -22,7 +22,7 @@ struct libbson_tree::node {
     node(const node&) = delete;
     node& operator=(const node&) = delete;
 
-    void setValue(const void* start, std::size_t count) {
+    void set_value(const void* start, std::size_t count) {
         value = static_cast<unsigned char*>(std::malloc(count));
         if (value == nullptr) throw std::bad_alloc();
         std::memcpy(value, start, count);
@@ -30,8 +30,8 @@ struct libbson_tree::node {
     }
 
     template <class T>
-    void setPlain(T plain) {
-        setValue(&plain, sizeof plain);
+    void set_plain(T plain) {
+        set_value(&plain, sizeof plain);
     }
 
     template <class T>
@@ -47,9 +47,9 @@ namespace {
 using node = libbson_tree::node;
 using node_list = std::vector<std::unique_ptr<node>>;
 
-bool fillList(bson_iter_t* iterator, node_list& list);
+bool fill_list(bson_iter_t* iterator, node_list& list);
 
-bool fillNode(bson_iter_t* iterator, node& target) {
+bool fill_node(bson_iter_t* iterator, node& target) {
     target.key.assign(bson_iter_key(iterator), bson_iter_key_len(iterator));
     target.type = bson_iter_type(iterator);
     std::uint32_t size = 0;
@@ -57,60 +57,60 @@ bool fillNode(bson_iter_t* iterator, node& target) {
         case BSON_TYPE_DOCUMENT:
         case BSON_TYPE_ARRAY: {
             bson_iter_t inner;
-            return bson_iter_recurse(iterator, &inner) && fillList(&inner, target.children);
+            return bson_iter_recurse(iterator, &inner) && fill_list(&inner, target.children);
         }
         case BSON_TYPE_UTF8: {
             const char* const text = bson_iter_utf8(iterator, &size);
-            target.setValue(text, size + 1);
+            target.set_value(text, size + 1);
             return true;
         }
         case BSON_TYPE_BINARY: {
             const std::uint8_t* data = nullptr;
             bson_iter_binary(iterator, &target.subtype, &size, &data);
-            target.setValue(data, size);
+            target.set_value(data, size);
             return true;
         }
         case BSON_TYPE_INT32:
-            target.setPlain(bson_iter_int32(iterator));
+            target.set_plain(bson_iter_int32(iterator));
             return true;
         case BSON_TYPE_DOUBLE:
-            target.setPlain(bson_iter_double(iterator));
+            target.set_plain(bson_iter_double(iterator));
             return true;
         default:
             return false;  // no sample holds any other
     }
 }
 
-bool fillList(bson_iter_t* iterator, node_list& list) {
+bool fill_list(bson_iter_t* iterator, node_list& list) {
     while (bson_iter_next(iterator)) {
         list.push_back(std::make_unique<node>());
-        if (!fillNode(iterator, *list.back())) return false;
+        if (!fill_node(iterator, *list.back())) return false;
     }
     return true;
 }
 
-bool walkList(bson_iter_t* iterator) {
+bool walk_list(bson_iter_t* iterator) {
     while (bson_iter_next(iterator)) {
         const bson_type_t type = bson_iter_type(iterator);
         if (type != BSON_TYPE_DOCUMENT && type != BSON_TYPE_ARRAY) continue;
         bson_iter_t inner;
-        if (!bson_iter_recurse(iterator, &inner) || !walkList(&inner)) return false;
+        if (!bson_iter_recurse(iterator, &inner) || !walk_list(&inner)) return false;
     }
     return iterator->err_off == 0;
 }
 
-bool appendList(bson_t* out, const node_list& list);
+bool append_list(bson_t* out, const node_list& list);
 
-bool appendNode(bson_t* out, const node& source) {
+bool append_node(bson_t* out, const node& source) {
     const char* const key = source.key.c_str();
     const int length = static_cast<int>(source.key.size());
     bson_t inner;
     switch (source.type) {
         case BSON_TYPE_DOCUMENT:
-            return bson_append_document_begin(out, key, length, &inner) && appendList(&inner, source.children) &&
+            return bson_append_document_begin(out, key, length, &inner) && append_list(&inner, source.children) &&
                    bson_append_document_end(out, &inner);
         case BSON_TYPE_ARRAY:
-            return bson_append_array_begin(out, key, length, &inner) && appendList(&inner, source.children) &&
+            return bson_append_array_begin(out, key, length, &inner) && append_list(&inner, source.children) &&
                    bson_append_array_end(out, &inner);
         case BSON_TYPE_UTF8:
             return bson_append_utf8(out, key, length, reinterpret_cast<const char*>(source.value),
@@ -126,9 +126,9 @@ bool appendNode(bson_t* out, const node& source) {
     }
 }
 
-bool appendList(bson_t* out, const node_list& list) {
+bool append_list(bson_t* out, const node_list& list) {
     for (const auto& source : list) {
-        if (!appendNode(out, *source)) return false;
+        if (!append_node(out, *source)) return false;
     }
     return true;
 }
@@ -148,20 +148,20 @@ bool libbson_tree::walk(const bytes& source) {
     bson_t document;
     bson_iter_t iterator;
     return bson_init_static(&document, source.data(), source.size()) && bson_iter_init(&iterator, &document) &&
-           walkList(&iterator);
+           walk_list(&iterator);
 }
 
 bool libbson_tree::fill(const bytes& source) {
     bson_t document;
     bson_iter_t iterator;
     return bson_init_static(&document, source.data(), source.size()) && bson_iter_init(&iterator, &document) &&
-           fillList(&iterator, children_);
+           fill_list(&iterator, children_);
 }
 
 std::size_t libbson_tree::encode() const {
     bson_t out;
     bson_init(&out);
-    const std::size_t size = appendList(&out, children_) ? out.len : 0;
+    const std::size_t size = append_list(&out, children_) ? out.len : 0;
     bson_destroy(&out);
     return size;
 }

@@ -12,7 +12,7 @@ nlohmann_tree::nlohmann_tree(const bytes& source)
     : holder_(new holder{nlohmann::ordered_json::from_bson(source.begin(), source.end())}) {}
 nlohmann_tree::~nlohmann_tree() = default;
 
-bool nlohmann_tree::decodeAndDestroy(const bytes& source) {
+bool nlohmann_tree::decode_and_destroy(const bytes& source) {
     return nlohmann::ordered_json::from_bson(source.begin(), source.end()).is_object();
 }
 

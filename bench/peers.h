@@ -16,10 +16,10 @@ struct span {
 };
 
 // The work that nobody gets around.
-void copyInto(unsigned char* target, const bytes& source);
-void allocateCopyFree(span source);
-void allocateCopyFreeInTurn(const std::vector<span>& sources);    // one block at a time
-void allocateCopyFreeTogether(const std::vector<span>& sources);  // all blocks there at once
+void copy_into(unsigned char* target, const bytes& source);
+void allocate_copy_free(span source);
+void allocate_copy_free_in_turn(const std::vector<span>& sources);   // one block at a time
+void allocate_copy_free_together(const std::vector<span>& sources);  // all blocks there at once
 
 // libbson has no tree of its own. This one gives what bsonDocument gives: each node owns its key, a malloc'ed copy of
 // its value, and its children through pointers. It is filled and destroyed by recursion.
@@ -49,7 +49,7 @@ class nlohmann_tree {
     nlohmann_tree(const nlohmann_tree&) = delete;
     nlohmann_tree& operator=(const nlohmann_tree&) = delete;
 
-    static bool decodeAndDestroy(const bytes& source);
+    static bool decode_and_destroy(const bytes& source);
     std::size_t encode() const;
 
   private:

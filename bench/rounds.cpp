@@ -36,19 +36,19 @@ class line_reporter : public benchmark::BenchmarkReporter {
 
 // malloc gives memory back to the system and asks for it again as its heap shrinks and grows, and the page faults that
 // follow are many times the work measured. Here it keeps what it has had once, for whoever runs next.
-void keepMemory() {
+void keep_memory() {
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
 }
 
 }  // namespace
 
-void joinFreeMemory() {
+void join_free_memory() {
     void* volatile block = std::malloc(1 << 20);
     std::free(block);
 }
 
-const char* takeOption(int& argc, char** argv, const char* name) {
+const char* take_option(int& argc, char** argv, const char* name) {
     const std::size_t length = std::strlen(name);
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], name, length) != 0 || argv[i][length] != '=') continue;
@@ -60,12 +60,12 @@ const char* takeOption(int& argc, char** argv, const char* name) {
     return nullptr;
 }
 
-int runInRounds(int argc, char** argv) {
-    const char* const wanted = takeOption(argc, argv, "--rounds");
+int run_in_rounds(int argc, char** argv) {
+    const char* const wanted = take_option(argc, argv, "--rounds");
     const int rounds = wanted != nullptr ? std::atoi(wanted) : 5;
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-    keepMemory();
+    keep_memory();
     line_reporter reporter;
     for (reporter.round = 0; reporter.round < rounds; ++reporter.round) {
         if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0) return 1;

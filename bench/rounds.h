@@ -10,14 +10,14 @@
 namespace lutc_bench {
 
 // The value of --NAME=VALUE among the arguments, which is taken out of them, or null.
-const char* takeOption(int& argc, char** argv, const char* name);
+const char* take_option(int& argc, char** argv, const char* name);
 
 // Makes malloc join the small blocks that were freed before, so that no benchmark pays for another's.
-void joinFreeMemory();
+void join_free_memory();
 
 // Understands --rounds=N (5) and Google Benchmark's own options. The program's exit code: 1 when a benchmark failed or
 // none was chosen, 2 for an unknown argument.
-int runInRounds(int argc, char** argv);
+int run_in_rounds(int argc, char** argv);
 
 }  // namespace lutc_bench
 

@@ -31,34 +31,34 @@ document_ptr response() {
     return document;
 }
 
-document_ptr arrayOfStrings(std::initializer_list<const char*> values) {
+document_ptr array_of_strings(std::initializer_list<const char*> values) {
     auto array = std::make_unique<bsonDocument>();
     std::int32_t index = 0;
     for (const char* const value : values) array->addStringElement(index++, std::string(value));
     return array;
 }
 
-document_ptr listedPreset(std::int32_t index) {
+document_ptr listed_preset(std::int32_t index) {
     char name[32];
     std::snprintf(name, sizeof name, "Scene %04d exterior daylight", index);
     auto entry = std::make_unique<bsonDocument>();
     entry->addStringElement("presetName", std::string(name));
     entry->addInt32Element("gradeComboIndex", index % 7 + 1);
-    entry->addDocumentElement("gradeCombo", arrayOfStrings({"1dlut", "cdl", "3dlut"}).release(), true);
+    entry->addDocumentElement("gradeCombo", array_of_strings({"1dlut", "cdl", "3dlut"}).release(), true);
     return entry;
 }
 
-document_ptr tableComponent(const char* type, std::int32_t typeIndex, const char* format, std::size_t size) {
+document_ptr table_component(const char* type, std::int32_t type_index, const char* format, std::size_t size) {
     const bytes data = table(size);
     auto component = std::make_unique<bsonDocument>();
-    component->addInt32Element("typeIndex", typeIndex);
+    component->addInt32Element("typeIndex", type_index);
     component->addStringElement("type", std::string(type));
     component->addStringElement("dataFormat", std::string(format));
     component->addBinaryElement("data", data.data(), static_cast<std::uint32_t>(size));
     return component;
 }
 
-document_ptr cdlComponent() {
+document_ptr cdl_component() {
     auto component = std::make_unique<bsonDocument>();
     component->addInt32Element("typeIndex", 1);
     component->addStringElement("type", std::string("cdl"));
@@ -76,7 +76,7 @@ void append32(bytes& out, std::size_t value) {
     for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<unsigned char>(value >> shift));
 }
 
-void appendText(bytes& out, const std::string& text) {
+void append_text(bytes& out, const std::string& text) {
     out.insert(out.end(), text.begin(), text.end());
     out.push_back(0);
 }
@@ -93,19 +93,19 @@ bytes framed(const bytes& elements) {
 
 }  // namespace
 
-bytes smallCommand() {
+bytes small_command() {
     document_ptr document = envelope("command");
     document->addStringElement("command", std::string("setSelectedPreset"));
     document->addInt32Element("channelIndex", 2);
     return encoded(*document);
 }
 
-bytes smallReply() { return encoded(*response()); }
+bytes small_reply() { return encoded(*response()); }
 
-bytes presetList() {
+bytes preset_list() {
     auto list = std::make_unique<bsonDocument>();
-    for (std::int32_t i = 0; i < static_cast<std::int32_t>(listedPresets); ++i) {
-        list->addDocumentElement(i, listedPreset(i).release(), false);
+    for (std::int32_t i = 0; i < static_cast<std::int32_t>(listed_presets); ++i) {
+        list->addDocumentElement(i, listed_preset(i).release(), false);
     }
     document_ptr document = response();
     document->addInt32Element("maxPresetsListSize", 4096);
@@ -115,10 +115,10 @@ bytes presetList() {
 
 bytes preset() {
     auto components = std::make_unique<bsonDocument>();
-    components->addDocumentElement(0, tableComponent("3dlut", 1, "3dlut-float", tableSize).release(), false);
-    components->addDocumentElement(1, cdlComponent().release(), false);
-    components->addDocumentElement(2, tableComponent("1dlut", 1, "1dlut-float", curveSize).release(), false);
-    components->addDocumentElement(3, tableComponent("3dlut", 2, "3dlut-float", tableSize).release(), false);
+    components->addDocumentElement(0, table_component("3dlut", 1, "3dlut-float", table_size).release(), false);
+    components->addDocumentElement(1, cdl_component().release(), false);
+    components->addDocumentElement(2, table_component("1dlut", 1, "1dlut-float", curve_size).release(), false);
+    components->addDocumentElement(3, table_component("3dlut", 2, "3dlut-float", table_size).release(), false);
     document_ptr document = response();
     document->addInt32Element("gradeComboIndex", 3);
     document->addDocumentElement("gradeCombo", components.release(), true);
@@ -135,13 +135,13 @@ bytes table(std::size_t size) {
     return result;
 }
 
-bytes nestedDocuments(std::size_t depth, std::size_t documents) {
+bytes nested_documents(std::size_t depth, std::size_t documents) {
     constexpr unsigned char embedded = 0x03;
     bytes elements;
     for (std::size_t chain = 0; chain < documents / depth; ++chain) {
         for (std::size_t below = depth; below-- > 0;) {
             elements.push_back(embedded);
-            appendText(elements, "a");
+            append_text(elements, "a");
             append32(elements, 5 + 8 * below);
         }
         elements.insert(elements.end(), depth, 0);
@@ -149,7 +149,7 @@ bytes nestedDocuments(std::size_t depth, std::size_t documents) {
     return framed(elements);
 }
 
-bytes elementsInARow(std::size_t count) {
+bytes elements_in_a_row(std::size_t count) {
     constexpr unsigned char string = 0x02;
     constexpr unsigned char int32 = 0x10;
     const std::string text = "a few words";
@@ -158,9 +158,9 @@ bytes elementsInARow(std::size_t count) {
         char key[24];
         std::snprintf(key, sizeof key, "%07zu", i);
         elements.push_back(i % 2 == 0 ? int32 : string);
-        appendText(elements, key);
+        append_text(elements, key);
         append32(elements, i % 2 == 0 ? i : text.size() + 1);
-        if (i % 2 != 0) appendText(elements, text);
+        if (i % 2 != 0) append_text(elements, text);
     }
     return framed(elements);
 }

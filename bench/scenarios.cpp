@@ -13,91 +13,91 @@
 
 #include <lutc/bsonDocument.h>
 #include <lutc/lutc.h>
-#include "interface/request_channel.h"
 #include <lutc/qv_rpc_client.h>
+#include "interface/request_channel.h"
 
 namespace lutc_bench {
 namespace {
 
-void freePresets(presetEntry* presets, int count) {
+void free_presets(presetEntry* presets, int count) {
     for (int i = 0; i < count; ++i) {
         for (char* const slot : presets[i].gradeCombo.slots) std::free(slot);
     }
     std::free(presets);
 }
 
-bool listPresets() {
+bool list_presets() {
     presetEntry* presets = nullptr;
     int count = 0;
     int maximum = 0;
     if (lutc_preset_list(&presets, &count, &maximum) != 0) return false;
-    freePresets(presets, count);
-    return count == static_cast<int>(listedPresets);
+    free_presets(presets, count);
+    return count == static_cast<int>(listed_presets);
 }
 
-bool receivePreset() {
-    gradeComponent components[componentCount] = {};
-    int count = componentCount;
-    int comboIndex = 0;
-    if (lutc_recv_preset("Scene 0001", 0, &comboIndex, components, &count) != 0) return false;
+bool receive_preset() {
+    gradeComponent components[component_count] = {};
+    int count = component_count;
+    int combo_index = 0;
+    if (lutc_recv_preset("Scene 0001", 0, &combo_index, components, &count) != 0) return false;
     for (const gradeComponent& component : components) {
         std::free(component.data);
         std::free(component.dataFormat);
         std::free(component.cdlValues);
     }
-    return count == static_cast<int>(componentCount);
+    return count == static_cast<int>(component_count);
 }
 
 // A preset as a caller holds it, the same as preset() is.
 class held_preset {
   public:
     held_preset() {
-        components_[0] = tableOf(LUTC_KIND_LUT_3D, table_, 1);
+        components_[0] = table_of(LUTC_KIND_LUT_3D, table_, 1);
         components_[1].kind = LUTC_KIND_CDL;
         components_[1].cdlValues = &values_;
         components_[1].typeIndex = 1;
-        components_[2] = tableOf(LUTC_KIND_LUT_1D, curve_, 1);
-        components_[3] = tableOf(LUTC_KIND_LUT_3D, table_, 2);
+        components_[2] = table_of(LUTC_KIND_LUT_1D, curve_, 1);
+        components_[3] = table_of(LUTC_KIND_LUT_3D, table_, 2);
     }
     held_preset(const held_preset&) = delete;
     held_preset& operator=(const held_preset&) = delete;
 
-    bool send() const { return lutc_send_preset("Scene 0001", 0, 0, 3, false, 0, components_, componentCount) == 0; }
+    bool send() const { return lutc_send_preset("Scene 0001", 0, 0, 3, false, 0, components_, component_count) == 0; }
 
   private:
-    gradeComponent tableOf(int kind, bytes& data, int typeIndex) {
-        return {kind, data.data(), static_cast<int>(data.size()), typeIndex, format_, nullptr, nullptr};
+    gradeComponent table_of(int kind, bytes& data, int type_index) {
+        return {kind, data.data(), static_cast<int>(data.size()), type_index, format_, nullptr, nullptr};
     }
 
-    bytes table_ = table(tableSize);
-    bytes curve_ = table(curveSize);
+    bytes table_ = table(table_size);
+    bytes curve_ = table(curve_size);
     char format_[8] = "float";
     cdl values_{{0, 0, 0}, {1, 1, 1}, {1, 1, 1}, 1};
-    gradeComponent components_[componentCount] = {};
+    gradeComponent components_[component_count] = {};
 };
 
-scenario record(service& service, const char* name, std::function<bool()> call, std::size_t replySize,
+scenario record(service& service, const char* name, std::function<bool()> call, std::size_t reply_size,
                 std::size_t capacity) {
     bool succeeded = false;
     std::thread caller([&] { succeeded = call(); });
-    bytes command = service.answerOne();
+    bytes command = service.answer_one();
     caller.join();
     if (!succeeded) throw std::runtime_error(std::string(name) + " failed");
-    return {name, std::move(call), std::move(command), replySize, capacity};
+    return {name, std::move(call), std::move(command), reply_size, capacity};
 }
 
-bool awaitEvent(int descriptor, short event, int milliseconds) {
+bool await_event(int descriptor, short event, int milliseconds) {
     pollfd waiting{descriptor, event, 0};
     return poll(&waiting, 1, milliseconds) > 0;
 }
 
-bool sendAll(int descriptor, const bytes& command) {
+bool send_all(int descriptor, const bytes& command) {
     for (std::size_t count = 0; count < command.size();) {
         const ssize_t more =
             send(descriptor, command.data() + count, command.size() - count, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (more > 0) {
             count += static_cast<std::size_t>(more);
-        } else if (errno != EAGAIN || !awaitEvent(descriptor, POLLOUT, 15000)) {
+        } else if (errno != EAGAIN || !await_event(descriptor, POLLOUT, 15000)) {
             return false;
         }
     }
@@ -106,7 +106,7 @@ bool sendAll(int descriptor, const bytes& command) {
 
 std::size_t receive(int descriptor, unsigned char* buffer, std::size_t capacity) {
     std::size_t count = 0;
-    while (count < capacity && awaitEvent(descriptor, POLLIN, count == 0 ? 15000 : 10)) {
+    while (count < capacity && await_event(descriptor, POLLIN, count == 0 ? 15000 : 10)) {
         const ssize_t more = read(descriptor, buffer + count, capacity - count);
         if (more <= 0) break;
         count += static_cast<std::size_t>(more);
@@ -115,7 +115,7 @@ std::size_t receive(int descriptor, unsigned char* buffer, std::size_t capacity)
 }
 
 // The elements of each entry stand in a known order.
-bool fillRecord(const bsonDocument& entry, presetEntry& record) {
+bool fill_record(const bsonDocument& entry, presetEntry& record) {
     if (entry.elementList.size() != 3) return false;
     const bsonElement& name = *entry.elementList[0];
     std::memcpy(record.presetName, name.value, std::min<std::size_t>(name.valueSize, LUTC_PRESET_NAME_SIZE));
@@ -129,42 +129,42 @@ bool fillRecord(const bsonDocument& entry, presetEntry& record) {
 
 }  // namespace
 
-std::vector<scenario> recordScenarios(service& service) {
+std::vector<scenario> record_scenarios(service& service) {
     const auto held = std::make_shared<held_preset>();
-    const auto largeTable = std::make_shared<bytes>(table(65 * 65 * 65 * 3 * sizeof(float)));
-    const std::size_t small = smallReply().size();
+    const auto large_table = std::make_shared<bytes>(table(65 * 65 * 65 * 3 * sizeof(float)));
+    const std::size_t small = small_reply().size();
     std::vector<scenario> all;
-    const auto add = [&](const char* name, std::function<bool()> call, std::size_t replySize, std::size_t capacity) {
-        all.push_back(record(service, name, std::move(call), replySize, capacity));
+    const auto add = [&](const char* name, std::function<bool()> call, std::size_t reply_size, std::size_t capacity) {
+        all.push_back(record(service, name, std::move(call), reply_size, capacity));
     };
     add(
-        "lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }, small, lutc::smallReply);
-    add("lutc_preset_list", listPresets, presetList().size(), lutc::presetListReply);
-    add("lutc_recv_preset", receivePreset, preset().size(), lutc::presetReply);
+        "lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }, small, lutc::small_reply);
+    add("lutc_preset_list", list_presets, preset_list().size(), lutc::preset_list_reply);
+    add("lutc_recv_preset", receive_preset, preset().size(), lutc::preset_reply);
     add(
-        "lutc_send_preset", [held] { return held->send(); }, small, lutc::smallReply);
+        "lutc_send_preset", [held] { return held->send(); }, small, lutc::small_reply);
     add(
         "lutc_send_lut",
-        [largeTable] {
-            return lutc_send_lut(1, 1, false, "3dlut", "float", largeTable->data(),
-                                 static_cast<int>(largeTable->size())) == 0;
+        [large_table] {
+            return lutc_send_lut(1, 1, false, "3dlut", "float", large_table->data(),
+                                 static_cast<int>(large_table->size())) == 0;
         },
-        small, lutc::smallReply);
+        small, lutc::small_reply);
     service.start();
     return all;
 }
 
-bool bareCall(const scenario& scenario, bytes& buffer) {
+bool bare_call(const scenario& scenario, bytes& buffer) {
     std::uint32_t status = 0;
-    std::uint32_t localPort = 0;
-    const int descriptor = qv_rpc_client_connect("127.0.0.1", "54440", &status, &localPort);
-    const bool received = descriptor >= 0 && sendAll(descriptor, scenario.command) &&
-                          receive(descriptor, buffer.data(), scenario.capacity) == scenario.replySize;
-    qv_rpc_client_disconnect(descriptor, &status, &localPort);
+    std::uint32_t local_port = 0;
+    const int descriptor = qv_rpc_client_connect("127.0.0.1", "54440", &status, &local_port);
+    const bool received = descriptor >= 0 && send_all(descriptor, scenario.command) &&
+                          receive(descriptor, buffer.data(), scenario.capacity) == scenario.reply_size;
+    qv_rpc_client_disconnect(descriptor, &status, &local_port);
     return received;
 }
 
-bool decodeListAndFillRecords(const bytes& reply) {
+bool decode_list_and_fill_records(const bytes& reply) {
     const bsonDocument document(reply.data(), static_cast<std::uint32_t>(reply.size()), false, true);
     bsonDocument* list = nullptr;
     if (document.getArrayWithKey("presetsList", &list) != 1) return false;
@@ -173,9 +173,9 @@ bool decodeListAndFillRecords(const bytes& reply) {
     if (records == nullptr) return false;
     bool filled = true;
     for (std::size_t i = 0; i < count && filled; ++i) {
-        filled = fillRecord(*list->elementList[i]->documentValue, records[i]);
+        filled = fill_record(*list->elementList[i]->documentValue, records[i]);
     }
-    freePresets(records, static_cast<int>(count));
+    free_presets(records, static_cast<int>(count));
     return filled;
 }
 

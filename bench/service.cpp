@@ -21,15 +21,15 @@
 namespace lutc_bench {
 namespace {
 
-constexpr std::uint16_t servicePort = 54440;
+constexpr std::uint16_t service_port = 54440;
 
 std::runtime_error failure(const std::string& what) {
-    return std::runtime_error("the service's port " + std::to_string(servicePort) + ": " + what + ": " +
+    return std::runtime_error("the service's port " + std::to_string(service_port) + ": " + what + ": " +
                               std::strerror(errno));
 }
 
 // One document, by the length in its first four bytes. Shorter when the client hung up.
-bytes readDocument(int descriptor) {
+bytes read_document(int descriptor) {
     bytes document(4);
     for (std::size_t count = 0; count < document.size();) {
         const ssize_t more = read(descriptor, document.data() + count, document.size() - count);
@@ -41,7 +41,7 @@ bytes readDocument(int descriptor) {
     return document;
 }
 
-void writeAll(int descriptor, const bytes& reply) {
+void write_all(int descriptor, const bytes& reply) {
     for (std::size_t count = 0; count < reply.size();) {
         const ssize_t more = send(descriptor, reply.data() + count, reply.size() - count, MSG_NOSIGNAL);
         if (more <= 0) return;
@@ -50,13 +50,13 @@ void writeAll(int descriptor, const bytes& reply) {
 }
 
 bool names(const bytes& command, std::string_view name) {
-    constexpr std::size_t envelopeSize = 128;
-    const std::string_view head(reinterpret_cast<const char*>(command.data()), std::min(command.size(), envelopeSize));
+    constexpr std::size_t envelope_size = 128;
+    const std::string_view head(reinterpret_cast<const char*>(command.data()), std::min(command.size(), envelope_size));
     const std::size_t at = head.find(name);
     return at != std::string_view::npos && at + name.size() < head.size() && head[at + name.size()] == 0;
 }
 
-unsigned usableProcessors() {
+unsigned usable_processors() {
     cpu_set_t set;
     return sched_getaffinity(0, sizeof set, &set) == 0 ? static_cast<unsigned>(CPU_COUNT(&set)) : 1;
 }
@@ -68,7 +68,7 @@ service::service() : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(servicePort);
+    address.sin_port = htons(service_port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         listen(listener_, 256) != 0) {
@@ -84,28 +84,28 @@ service::~service() {
     close(listener_);
 }
 
-bytes service::answerOne() {
+bytes service::answer_one() {
     const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0) throw failure("can't accept");
-    bytes command = readDocument(descriptor);
+    bytes command = read_document(descriptor);
     const bool list = names(command, "getPresetsList");
-    writeAll(descriptor, list ? listReply_ : names(command, "getPreset") ? presetReply_ : smallReply_);
+    write_all(descriptor, list ? list_reply_ : names(command, "getPreset") ? preset_reply_ : small_reply_);
     close(descriptor);
     return command;
 }
 
-void service::answerForever() {
+void service::answer_forever() {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    for (;;) answerOne();
+    for (;;) answer_one();
 }
 
 void service::start() {
-    for (unsigned i = 0; i < usableProcessors(); ++i) {
+    for (unsigned i = 0; i < usable_processors(); ++i) {
         const pid_t worker = fork();
         if (worker < 0) throw failure("can't fork");
         if (worker == 0) {
             try {
-                answerForever();
+                answer_forever();
             } catch (...) {
                 _exit(1);
             }

@@ -18,20 +18,20 @@ class service {
     service& operator=(const service&) = delete;
 
     // Answers one call, here, and returns its command.
-    bytes answerOne();
+    bytes answer_one();
 
     // Answers every call from now on in processes of their own, one for each processor that this one may use. They end
     // with this object, and with this process at the latest.
     void start();
 
   private:
-    [[noreturn]] void answerForever();
+    [[noreturn]] void answer_forever();
 
     int listener_;
     std::vector<pid_t> workers_;
-    bytes smallReply_ = smallReply();
-    bytes listReply_ = presetList();
-    bytes presetReply_ = preset();
+    bytes small_reply_ = small_reply();
+    bytes list_reply_ = preset_list();
+    bytes preset_reply_ = preset();
 };
 
 }  // namespace lutc_bench

@@ -24,29 +24,29 @@ struct slot {
 };
 
 // Keeps malloc's alignment for an object that was allocated alone.
-constexpr std::size_t aloneOffset = alignof(std::max_align_t);
-static_assert(sizeof(slot) <= aloneOffset);
+constexpr std::size_t alone_offset = alignof(std::max_align_t);
+static_assert(sizeof(slot) <= alone_offset);
 
-inline slot* slotOf(void* object) noexcept { return static_cast<slot*>(object) - 1; }
+inline slot* slot_of(void* object) noexcept { return static_cast<slot*>(object) - 1; }
 
-inline void leaveBlock(block* from, std::uint32_t users) noexcept {
+inline void leave_block(block* from, std::uint32_t users) noexcept {
     if (from->users.fetch_sub(users, std::memory_order_acq_rel) == users) std::free(from);
 }
 
 // The class's operator new and operator delete.
-inline void* newAlone(std::size_t size) {
-    unsigned char* const object = newBytes(aloneOffset + size) + aloneOffset;
-    slotOf(object)->origin = nullptr;
+inline void* new_alone(std::size_t size) {
+    unsigned char* const object = new_bytes(alone_offset + size) + alone_offset;
+    slot_of(object)->origin = nullptr;
     return object;
 }
 
-inline void deletePlaced(void* object) noexcept {
+inline void delete_placed(void* object) noexcept {
     if (object == nullptr) return;
-    slot* const at = slotOf(object);
+    slot* const at = slot_of(object);
     if (at->origin == nullptr) {
-        std::free(static_cast<unsigned char*>(object) - aloneOffset);
+        std::free(static_cast<unsigned char*>(object) - alone_offset);
     } else {
-        leaveBlock(at->origin, 1);
+        leave_block(at->origin, 1);
     }
 }
 
@@ -58,11 +58,11 @@ class batch {
     batch(const batch&) = delete;
     batch& operator=(const batch&) = delete;
     ~batch() {
-        if (left_ > 0) leaveBlock(block_, left_);
+        if (left_ > 0) leave_block(block_, left_);
     }
 
     Object* make() {
-        if (left_ == 0) startBlock();
+        if (left_ == 0) start_block();
         slot* const at = next_;
         at->origin = block_;
         next_ = reinterpret_cast<slot*>(reinterpret_cast<unsigned char*>(at) + stride);
@@ -76,8 +76,8 @@ class batch {
     static_assert(alignof(Object) <= alignof(slot) && stride % alignof(slot) == 0);
     static_assert(sizeof(block) <= sizeof(slot));
 
-    void startBlock() {
-        unsigned char* const bytes = newBytes(sizeof(slot) + size_ * stride);
+    void start_block() {
+        unsigned char* const bytes = new_bytes(sizeof(slot) + size_ * stride);
         block_ = ::new (bytes) block{{size_}};
         next_ = reinterpret_cast<slot*>(bytes) + 1;
         left_ = size_;

@@ -18,14 +18,14 @@ template <class T>
 using malloc_ptr = std::unique_ptr<T, free_bytes>;
 
 // size is 1 or more.
-inline unsigned char* newBytes(std::size_t size) {
+inline unsigned char* new_bytes(std::size_t size) {
     auto* const bytes = static_cast<unsigned char*>(std::malloc(size));
     if (bytes == nullptr) throw std::bad_alloc();
     return bytes;
 }
 
-inline unsigned char* newCopyOfBytes(const unsigned char* bytes, std::size_t size) {
-    unsigned char* const copy = newBytes(size);
+inline unsigned char* new_copy_of_bytes(const unsigned char* bytes, std::size_t size) {
+    unsigned char* const copy = new_bytes(size);
     std::memcpy(copy, bytes, size);
     return copy;
 }

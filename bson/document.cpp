@@ -2,8 +2,8 @@
 #include <iterator>
 #include <memory>
 
-#include "bson/batch.h"
 #include <lutc/bsonDocument.h>
+#include "bson/batch.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/tree_walk.h"
@@ -36,7 +36,7 @@ class doomed_documents {
     bsonDocument* first_ = nullptr;
 };
 
-void destroyElements(bsonDocument& document, doomed_documents& doomed) noexcept {
+void destroy_elements(bsonDocument& document, doomed_documents& doomed) noexcept {
     for (bsonElement* const element : document.elementList) {
         if (element->ownsDocument && element->documentValue != nullptr) {
             doomed.add(element->documentValue);
@@ -47,9 +47,9 @@ void destroyElements(bsonDocument& document, doomed_documents& doomed) noexcept 
     document.elementList.clear();
 }
 
-std::unique_ptr<bsonDocument> copyWithoutElements(const bsonDocument& source) {
-    const bool copyBytes = source.ownsMessage && source.message != nullptr;
-    auto copy = std::make_unique<bsonDocument>(source.message, source.messageSize, copyBytes, false);
+std::unique_ptr<bsonDocument> copy_without_elements(const bsonDocument& source) {
+    const bool copy_bytes = source.ownsMessage && source.message != nullptr;
+    auto copy = std::make_unique<bsonDocument>(source.message, source.messageSize, copy_bytes, false);
     copy->ownsMessage = source.ownsMessage;
     copy->elementList.reserve(source.elementList.size());
     return copy;
@@ -60,7 +60,7 @@ struct copier {
     bsonDocument* mark;
 
     const bsonDocument* visit(const bsonElement& source) {
-        append(mark->elementList, copyWithoutDocument(source));
+        append(mark->elementList, copy_without_document(source));
         if (source.documentValue == nullptr) return nullptr;
         bsonElement& copy = *mark->elementList.back();
         copy.ownsDocument = source.ownsDocument;
@@ -68,7 +68,7 @@ struct copier {
             copy.documentValue = source.documentValue;
             return nullptr;
         }
-        mark = copy.documentValue = copyWithoutElements(*source.documentValue).release();
+        mark = copy.documentValue = copy_without_elements(*source.documentValue).release();
         return source.documentValue;
     }
 
@@ -76,8 +76,8 @@ struct copier {
 };
 
 template <class Matches>
-std::vector<bsonElement*>::const_iterator findOccurrence(const std::vector<bsonElement*>& list, Matches matches,
-                                                         std::int32_t occurrence) noexcept {
+std::vector<bsonElement*>::const_iterator find_occurrence(const std::vector<bsonElement*>& list, Matches matches,
+                                                          std::int32_t occurrence) noexcept {
     if (occurrence < 0) return list.end();
     return std::find_if(list.begin(), list.end(),
                         [&](const bsonElement* element) { return matches(*element) && occurrence-- == 0; });
@@ -85,12 +85,12 @@ std::vector<bsonElement*>::const_iterator findOccurrence(const std::vector<bsonE
 
 template <class Matches>
 bsonElement* find(const bsonDocument& document, Matches matches, std::int32_t occurrence) noexcept {
-    const auto place = findOccurrence(document.elementList, matches, occurrence);
+    const auto place = find_occurrence(document.elementList, matches, occurrence);
     return place == document.elementList.end() ? nullptr : *place;
 }
 
 template <class Matches>
-std::vector<bsonElement*> findAll(const bsonDocument& document, Matches matches) {
+std::vector<bsonElement*> find_all(const bsonDocument& document, Matches matches) {
     std::vector<bsonElement*> found;
     std::copy_if(document.elementList.begin(), document.elementList.end(), std::back_inserter(found),
                  [&](const bsonElement* element) { return matches(*element); });
@@ -98,19 +98,19 @@ std::vector<bsonElement*> findAll(const bsonDocument& document, Matches matches)
 }
 
 template <class Matches>
-std::int32_t deleteOccurrence(bsonDocument& document, Matches matches, std::int32_t occurrence) noexcept {
-    const auto place = findOccurrence(document.elementList, matches, occurrence);
+std::int32_t delete_occurrence(bsonDocument& document, Matches matches, std::int32_t occurrence) noexcept {
+    const auto place = find_occurrence(document.elementList, matches, occurrence);
     if (place == document.elementList.end()) return 0;
     const std::unique_ptr<bsonElement> element(*place);
     document.elementList.erase(place);
     return 1;
 }
 
-auto hasKey(const std::string& key) {
+auto has_key(const std::string& key) {
     return [&key](const bsonElement& element) { return element.key == key; };
 }
 
-auto hasType(std::uint8_t type) {
+auto has_type(std::uint8_t type) {
     return [type](const bsonElement& element) { return element.valueType == type; };
 }
 
@@ -120,17 +120,17 @@ void add(bsonDocument& document, const std::string& key, const Value& value) {
 }
 
 // The result of a typed getter, and the element when it is 1.
-std::int32_t findTyped(const bsonDocument& document, const std::string& key, std::uint8_t type,
-                       const bsonElement*& found) noexcept {
+std::int32_t find_typed(const bsonDocument& document, const std::string& key, std::uint8_t type,
+                        const bsonElement*& found) noexcept {
     found = document.getElementWithKey(key, 0);
     if (found == nullptr) return 0;
     return found->valueType == type ? 1 : -1;
 }
 
 template <class Value, class Read>
-std::int32_t getTyped(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out, Read read) {
+std::int32_t get_typed(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out, Read read) {
     const bsonElement* element;
-    const std::int32_t result = findTyped(document, key, type, element);
+    const std::int32_t result = find_typed(document, key, type, element);
     if (result == 1) out = read(*element);
     return result;
 }
@@ -140,8 +140,8 @@ std::int32_t getTyped(const bsonDocument& document, const std::string& key, std:
 bsonDocument::bsonDocument() : message(nullptr), messageSize(0), ownsMessage(true) {}
 
 bsonDocument::bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse) : bsonDocument() {
-    const bool copyBytes = copy && bytes != nullptr && size != 0;
-    message = copyBytes ? newCopyOfBytes(bytes, size) : const_cast<unsigned char*>(bytes);
+    const bool copy_bytes = copy && bytes != nullptr && size != 0;
+    message = copy_bytes ? new_copy_of_bytes(bytes, size) : const_cast<unsigned char*>(bytes);
     messageSize = size;
     ownsMessage = copy;
     if (parse) convertMessageToElementList(true);
@@ -152,9 +152,9 @@ bsonDocument::~bsonDocument() {
     clearElementList();
 }
 
-void* bsonDocument::operator new(std::size_t size) { return newAlone(size); }
+void* bsonDocument::operator new(std::size_t size) { return new_alone(size); }
 
-void bsonDocument::operator delete(void* document) noexcept { deletePlaced(document); }
+void bsonDocument::operator delete(void* document) noexcept { delete_placed(document); }
 
 void bsonDocument::clearMessage() noexcept {
     if (ownsMessage && messageSize != 0) std::free(message);
@@ -165,34 +165,34 @@ void bsonDocument::clearMessage() noexcept {
 
 void bsonDocument::clearElementList() noexcept {
     doomed_documents doomed;
-    destroyElements(*this, doomed);
+    destroy_elements(*this, doomed);
     while (bsonDocument* const document = doomed.take()) {
-        destroyElements(*document, doomed);
+        destroy_elements(*document, doomed);
         delete document;
     }
 }
 
 bsonDocument* bsonDocument::getCopy() const {
-    std::unique_ptr<bsonDocument> copy = copyWithoutElements(*this);
+    std::unique_ptr<bsonDocument> copy = copy_without_elements(*this);
     copier target{copy.get()};
-    walkTree(*this, target);
+    walk_tree(*this, target);
     return copy.release();
 }
 
 bsonElement* bsonDocument::getElementWithKey(const std::string& key, std::int32_t occurrence) const noexcept {
-    return find(*this, hasKey(key), occurrence);
+    return find(*this, has_key(key), occurrence);
 }
 
 bsonElement* bsonDocument::getElementWithValueType(std::uint8_t type, std::int32_t occurrence) const noexcept {
-    return find(*this, hasType(type), occurrence);
+    return find(*this, has_type(type), occurrence);
 }
 
 std::vector<bsonElement*> bsonDocument::getElementListWithKey(const std::string& key) const {
-    return findAll(*this, hasKey(key));
+    return find_all(*this, has_key(key));
 }
 
 std::vector<bsonElement*> bsonDocument::getElementListWithValueType(std::uint8_t type) const {
-    return findAll(*this, hasType(type));
+    return find_all(*this, has_type(type));
 }
 
 void bsonDocument::addBooleanElement(const std::string& key, bool value) { add(*this, key, value); }
@@ -231,44 +231,44 @@ void bsonDocument::addDocumentElement(std::int32_t index, bsonDocument* document
 }
 
 std::int32_t bsonDocument::getStringWithKey(const std::string& key, std::string& out) const {
-    return getTyped(*this, key, type::string, out, [](const bsonElement& e) { return e.getStringValue(); });
+    return get_typed(*this, key, type::string, out, [](const bsonElement& e) { return e.getStringValue(); });
 }
 
 std::int32_t bsonDocument::getInt32WithKey(const std::string& key, std::int32_t* out) const noexcept {
-    return getTyped(*this, key, type::int32, *out, [](const bsonElement& e) { return e.getInt32Value(); });
+    return get_typed(*this, key, type::int32, *out, [](const bsonElement& e) { return e.getInt32Value(); });
 }
 
 std::int32_t bsonDocument::getDoubleWithKey(const std::string& key, double* out) const noexcept {
-    return getTyped(*this, key, type::real, *out, [](const bsonElement& e) { return e.getDoubleValue(); });
+    return get_typed(*this, key, type::real, *out, [](const bsonElement& e) { return e.getDoubleValue(); });
 }
 
 std::int32_t bsonDocument::getFloatWithKey(const std::string& key, float* out) const noexcept {
-    return getTyped(*this, key, type::real, *out,
-                    [](const bsonElement& e) { return static_cast<float>(e.getDoubleValue()); });
+    return get_typed(*this, key, type::real, *out,
+                     [](const bsonElement& e) { return static_cast<float>(e.getDoubleValue()); });
 }
 
 std::int32_t bsonDocument::getBooleanWithKey(const std::string& key, bool* out) const noexcept {
-    return getTyped(*this, key, type::boolean, *out, [](const bsonElement& e) { return e.getBoolValue(); });
+    return get_typed(*this, key, type::boolean, *out, [](const bsonElement& e) { return e.getBoolValue(); });
 }
 
 std::int32_t bsonDocument::getBinaryWithKey(const std::string& key, unsigned char** data,
                                             std::uint32_t* size) const noexcept {
-    return getTyped(*this, key, type::binary, *data,
-                    [size](const bsonElement& e) { return e.getBinaryValue(size, nullptr, nullptr); });
+    return get_typed(*this, key, type::binary, *data,
+                     [size](const bsonElement& e) { return e.getBinaryValue(size, nullptr, nullptr); });
 }
 
 std::int32_t bsonDocument::getDocumentWithKey(const std::string& key, bsonDocument** out) const noexcept {
-    return getTyped(*this, key, type::document, *out, [](const bsonElement& e) { return e.documentValue; });
+    return get_typed(*this, key, type::document, *out, [](const bsonElement& e) { return e.documentValue; });
 }
 
 std::int32_t bsonDocument::getArrayWithKey(const std::string& key, bsonDocument** out) const noexcept {
-    return getTyped(*this, key, type::array, *out, [](const bsonElement& e) { return e.documentValue; });
+    return get_typed(*this, key, type::array, *out, [](const bsonElement& e) { return e.documentValue; });
 }
 
 std::int32_t bsonDocument::deleteElementWithKey(const std::string& key, std::int32_t occurrence) noexcept {
-    return deleteOccurrence(*this, hasKey(key), occurrence);
+    return delete_occurrence(*this, has_key(key), occurrence);
 }
 
 std::int32_t bsonDocument::deleteElementWithValueType(std::uint8_t type, std::int32_t occurrence) noexcept {
-    return deleteOccurrence(*this, hasType(type), occurrence);
+    return delete_occurrence(*this, has_type(type), occurrence);
 }

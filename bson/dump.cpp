@@ -17,7 +17,7 @@ void indent(std::int32_t level) {
 }
 
 struct kind {
-    std::uint8_t valueType;
+    std::uint8_t value_type;
     const char* name;
 };
 
@@ -28,34 +28,34 @@ constexpr kind kinds[] = {
     {type::array, "array document"},
     {type::binary, "binary"},
     {type::undefined, "undefined"},
-    {type::objectId, "object id"},
+    {type::object_id, "object id"},
     {type::boolean, "boolean"},
     {type::utc, "utc"},
     {type::null, "null"},
-    {type::regularExpression, "regular expression"},
-    {type::dbPointer, "db pointer"},
+    {type::regular_expression, "regular expression"},
+    {type::db_pointer, "db pointer"},
     {type::javascript, "javascript"},
     {type::symbol, "deprecated"},
-    {type::javascriptWithScope, "javascript with scope"},
+    {type::javascript_with_scope, "javascript with scope"},
     {type::int32, "int32"},
     {type::timestamp, "timestamp"},
     {type::int64, "int64"},
-    {type::maxKey, "max key"},
-    {type::minKey, "min key"},
+    {type::max_key, "max key"},
+    {type::min_key, "min key"},
 };
 
-std::string kindOf(const bsonElement& element) {
+std::string kind_of(const bsonElement& element) {
     const auto* const known = std::find_if(std::begin(kinds), std::end(kinds),
-                                           [&](const kind& k) { return k.valueType == element.valueType; });
+                                           [&](const kind& k) { return k.value_type == element.valueType; });
     if (known == std::end(kinds)) return "unknown";
     if (element.valueType != type::binary) return known->name;
     return "binary [length=" + std::to_string(static_cast<std::int32_t>(element.valueSize)) + "]";
 }
 
 // The first eight bytes in hexadecimal.
-std::string previewOf(const bsonElement& element) {
+std::string preview_of(const bsonElement& element) {
     constexpr std::uint32_t shown = 8;
-    const std::uint32_t size = readableSize(element);
+    const std::uint32_t size = readable_size(element);
     std::string text;
     for (std::uint32_t i = 0; i < std::min(size, shown); ++i) {
         char digits[4];
@@ -66,7 +66,7 @@ std::string previewOf(const bsonElement& element) {
 }
 
 // What follows the kind; nothing for kinds whose value isn't shown.
-std::string valueOf(const bsonElement& element) {
+std::string value_of(const bsonElement& element) {
     switch (element.valueType) {
         case type::real:
             return std::to_string(element.getDoubleValue());  // six decimals
@@ -78,7 +78,7 @@ std::string valueOf(const bsonElement& element) {
         case type::array:
             return "[";
         case type::binary:
-            return previewOf(element);
+            return preview_of(element);
         case type::boolean:
             return element.getBoolValue() ? "true" : "false";
         case type::int32:
@@ -92,8 +92,8 @@ std::string valueOf(const bsonElement& element) {
     }
 }
 
-void printLine(const bsonElement& element) {
-    std::printf("%s:(%s)%s\n", element.key.c_str(), kindOf(element).c_str(), valueOf(element).c_str());
+void print_line(const bsonElement& element) {
+    std::printf("%s:(%s)%s\n", element.key.c_str(), kind_of(element).c_str(), value_of(element).c_str());
 }
 
 // mark is the level of the lines.
@@ -102,8 +102,8 @@ struct printer {
 
     const bsonDocument* visit(const bsonElement& element) {
         indent(mark);
-        printLine(element);
-        if (!isDocumentType(element.valueType) || element.documentValue == nullptr) return nullptr;
+        print_line(element);
+        if (!is_document_type(element.valueType) || element.documentValue == nullptr) return nullptr;
         ++mark;
         return element.documentValue;
     }
@@ -118,14 +118,14 @@ struct printer {
 
 void bsonDocument::debugPrint(std::int32_t level) const {
     printer out{level};
-    walkTree(*this, out);
+    walk_tree(*this, out);
 }
 
 void bsonElement::debugPrint(std::int32_t level) const {
     printer out{level};
     const bsonDocument* const inner = out.visit(*this);
     if (inner == nullptr) return;
-    const std::int32_t innerLevel = out.mark;
-    walkTree(*inner, out);
-    out.leave(*this, innerLevel);
+    const std::int32_t inner_level = out.mark;
+    walk_tree(*inner, out);
+    out.leave(*this, inner_level);
 }

@@ -2,8 +2,8 @@
 #include <memory>
 #include <stdexcept>
 
-#include "bson/batch.h"
 #include <lutc/bsonDocument.h>
+#include "bson/batch.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/wire_format.h"
@@ -13,23 +13,23 @@ using namespace lutc_bson;
 namespace {
 
 // What a raw value is stored as: a copy of the bytes when there are any to copy, else the pointer itself.
-unsigned char* storedBytes(const unsigned char* bytes, std::uint32_t size, bool copy) {
-    if (copy && bytes != nullptr && size != 0) return newCopyOfBytes(bytes, size);
+unsigned char* stored_bytes(const unsigned char* bytes, std::uint32_t size, bool copy) {
+    if (copy && bytes != nullptr && size != 0) return new_copy_of_bytes(bytes, size);
     return const_cast<unsigned char*>(bytes);
 }
 
-void replaceValue(bsonElement& element, std::uint8_t valueType, unsigned char* bytes, std::uint32_t size) noexcept {
+void replace_value(bsonElement& element, std::uint8_t value_type, unsigned char* bytes, std::uint32_t size) noexcept {
     element.clearValue();
-    element.valueType = valueType;
+    element.valueType = value_type;
     element.binarySubtype = 0;
     element.value = bytes;
     element.valueSize = size;
 }
 
-void replaceWith8Bytes(bsonElement& element, std::uint8_t valueType, std::uint64_t bits) {
-    unsigned char* const bytes = newBytes(8);
+void replace_with8_bytes(bsonElement& element, std::uint8_t value_type, std::uint64_t bits) {
+    unsigned char* const bytes = new_bytes(8);
     store64(bytes, bits);
-    replaceValue(element, valueType, bytes, 8);
+    replace_value(element, value_type, bytes, 8);
 }
 
 }  // namespace
@@ -53,24 +53,24 @@ bsonElement::bsonElement(const std::string& name)
       binarySubtype(0),
       key(name) {}
 
-bsonElement::bsonElement(const std::string& name, bool newValue) : bsonElement(name) { setBoolValue(newValue); }
+bsonElement::bsonElement(const std::string& name, bool new_value) : bsonElement(name) { setBoolValue(new_value); }
 
-bsonElement::bsonElement(const std::string& name, std::int32_t newValue) : bsonElement(name) {
-    setInt32Value(newValue);
+bsonElement::bsonElement(const std::string& name, std::int32_t new_value) : bsonElement(name) {
+    setInt32Value(new_value);
 }
 
-bsonElement::bsonElement(const std::string& name, std::int64_t newValue) : bsonElement(name) {
-    setInt64Value(newValue);
+bsonElement::bsonElement(const std::string& name, std::int64_t new_value) : bsonElement(name) {
+    setInt64Value(new_value);
 }
 
-bsonElement::bsonElement(const std::string& name, double newValue) : bsonElement(name) { setDoubleValue(newValue); }
+bsonElement::bsonElement(const std::string& name, double new_value) : bsonElement(name) { setDoubleValue(new_value); }
 
-bsonElement::bsonElement(const std::string& name, const std::string& newValue) : bsonElement(name) {
-    setStringValue(newValue);
+bsonElement::bsonElement(const std::string& name, const std::string& new_value) : bsonElement(name) {
+    setStringValue(new_value);
 }
 
-bsonElement::bsonElement(const std::string& name, const char* newValue)
-    : bsonElement(name, std::string(newValue != nullptr ? newValue : "")) {}
+bsonElement::bsonElement(const std::string& name, const char* new_value)
+    : bsonElement(name, std::string(new_value != nullptr ? new_value : "")) {}
 
 bsonElement::bsonElement(const std::string& name, const unsigned char* bytes, std::uint32_t size, bool copy,
                          std::uint8_t subtype)
@@ -83,25 +83,25 @@ bsonElement::bsonElement(const std::string& name, bsonDocument* document, bool a
     setDocumentValue(document, adopt, isArray);
 }
 
-bsonElement::bsonElement(std::uint8_t rawType, const std::string& name, const unsigned char* bytes, std::uint32_t size,
+bsonElement::bsonElement(std::uint8_t raw_type, const std::string& name, const unsigned char* bytes, std::uint32_t size,
                          bool copy, std::uint8_t subtype)
     : bsonElement(name) {
-    valueType = rawType;
+    valueType = raw_type;
     binarySubtype = subtype;
     ownsValue = copy;
-    if (isDocumentType(rawType)) {
+    if (is_document_type(raw_type)) {
         documentValue = new bsonDocument(bytes, size, true, true);
         return;
     }
-    value = storedBytes(bytes, size, copy);
+    value = stored_bytes(bytes, size, copy);
     valueSize = size;
 }
 
 bsonElement::~bsonElement() { clearValue(); }
 
-void* bsonElement::operator new(std::size_t size) { return newAlone(size); }
+void* bsonElement::operator new(std::size_t size) { return new_alone(size); }
 
-void bsonElement::operator delete(void* element) noexcept { deletePlaced(element); }
+void bsonElement::operator delete(void* element) noexcept { delete_placed(element); }
 
 void bsonElement::clearValue() noexcept {
     if (ownsValue && valueSize != 0) std::free(value);
@@ -113,47 +113,48 @@ void bsonElement::clearValue() noexcept {
     ownsDocument = true;
 }
 
-void bsonElement::setNullValue() noexcept { replaceValue(*this, type::null, nullptr, 0); }
+void bsonElement::setNullValue() noexcept { replace_value(*this, type::null, nullptr, 0); }
 
-void bsonElement::setBoolValue(bool newValue) {
-    unsigned char* const bytes = newBytes(1);
-    bytes[0] = newValue ? 1 : 0;
-    replaceValue(*this, type::boolean, bytes, 1);
+void bsonElement::setBoolValue(bool new_value) {
+    unsigned char* const bytes = new_bytes(1);
+    bytes[0] = new_value ? 1 : 0;
+    replace_value(*this, type::boolean, bytes, 1);
 }
 
-void bsonElement::setInt32Value(std::int32_t newValue) {
-    unsigned char* const bytes = newBytes(4);
-    store32(bytes, static_cast<std::uint32_t>(newValue));
-    replaceValue(*this, type::int32, bytes, 4);
+void bsonElement::setInt32Value(std::int32_t new_value) {
+    unsigned char* const bytes = new_bytes(4);
+    store32(bytes, static_cast<std::uint32_t>(new_value));
+    replace_value(*this, type::int32, bytes, 4);
 }
 
-void bsonElement::setInt64Value(std::int64_t newValue) {
-    replaceWith8Bytes(*this, type::int64, static_cast<std::uint64_t>(newValue));
+void bsonElement::setInt64Value(std::int64_t new_value) {
+    replace_with8_bytes(*this, type::int64, static_cast<std::uint64_t>(new_value));
 }
 
-void bsonElement::setDoubleValue(double newValue) {
+void bsonElement::setDoubleValue(double new_value) {
     static_assert(sizeof(double) == 8, "doubles are IEEE 754 binary64");
     std::uint64_t bits;
-    std::memcpy(&bits, &newValue, sizeof bits);
-    replaceWith8Bytes(*this, type::real, bits);
+    std::memcpy(&bits, &new_value, sizeof bits);
+    replace_with8_bytes(*this, type::real, bits);
 }
 
-void bsonElement::setStringValue(const std::string& newValue) {
-    const std::size_t size = newValue.size() + 1;
+void bsonElement::setStringValue(const std::string& new_value) {
+    const std::size_t size = new_value.size() + 1;
     if (size > UINT32_MAX) throw std::length_error("the string is longer than 32 bits can say");
-    replaceValue(*this, type::string, newCopyOfBytes(reinterpret_cast<const unsigned char*>(newValue.c_str()), size),
-                 static_cast<std::uint32_t>(size));
+    replace_value(*this, type::string,
+                  new_copy_of_bytes(reinterpret_cast<const unsigned char*>(new_value.c_str()), size),
+                  static_cast<std::uint32_t>(size));
 }
 
 void bsonElement::setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype) {
-    replaceValue(*this, type::binary, storedBytes(bytes, size, copy), size);
+    replace_value(*this, type::binary, stored_bytes(bytes, size, copy), size);
     ownsValue = copy;
     binarySubtype = subtype;
 }
 
 void bsonElement::setDocumentValue(bsonDocument* document, bool adopt, bool isArray) noexcept {
     if (document == documentValue) documentValue = nullptr;  // keeps a document that is set again
-    replaceValue(*this, isArray ? type::array : type::document, nullptr, 0);
+    replace_value(*this, isArray ? type::array : type::document, nullptr, 0);
     documentValue = document;
     ownsDocument = adopt;
 }
@@ -173,21 +174,21 @@ unsigned char* bsonElement::getBinaryValue(std::uint32_t* size, bool* owned, std
     return value;
 }
 
-bool bsonElement::getBoolValue() const noexcept { return readableSize(*this) != 0 && value[0] != 0; }
+bool bsonElement::getBoolValue() const noexcept { return readable_size(*this) != 0 && value[0] != 0; }
 
 std::int32_t bsonElement::getInt32Value() const noexcept {
-    const std::uint32_t size = readableSize(*this);
+    const std::uint32_t size = readable_size(*this);
     if (size >= 4) return static_cast<std::int32_t>(load32(value));
     return size == 0 ? 0 : value[0];
 }
 
 std::int64_t bsonElement::getInt64Value() const noexcept {
-    if (readableSize(*this) >= 8) return static_cast<std::int64_t>(load64(value));
+    if (readable_size(*this) >= 8) return static_cast<std::int64_t>(load64(value));
     return getInt32Value();
 }
 
 double bsonElement::getDoubleValue() const noexcept {
-    if (readableSize(*this) < 8) return 0.0;
+    if (readable_size(*this) < 8) return 0.0;
     const std::uint64_t bits = load64(value);
     double result;
     std::memcpy(&result, &bits, sizeof result);
@@ -195,12 +196,12 @@ double bsonElement::getDoubleValue() const noexcept {
 }
 
 std::string bsonElement::getStringValue() const {
-    const std::uint32_t size = readableSize(*this);
+    const std::uint32_t size = readable_size(*this);
     return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(value), size - 1);
 }
 
 bsonElement* bsonElement::getCopy() const {
-    std::unique_ptr<bsonElement> copy = copyWithoutDocument(*this);
+    std::unique_ptr<bsonElement> copy = copy_without_document(*this);
     if (documentValue != nullptr) {
         copy->ownsDocument = ownsDocument;
         copy->documentValue = ownsDocument ? documentValue->getCopy() : documentValue;
@@ -208,11 +209,11 @@ bsonElement* bsonElement::getCopy() const {
     return copy.release();
 }
 
-std::unique_ptr<bsonElement> lutc_bson::copyWithoutDocument(const bsonElement& source) {
+std::unique_ptr<bsonElement> lutc_bson::copy_without_document(const bsonElement& source) {
     auto copy = std::make_unique<bsonElement>(source.key);
     copy->valueType = source.valueType;
     copy->binarySubtype = source.binarySubtype;
-    copy->value = storedBytes(source.value, source.valueSize, source.ownsValue);
+    copy->value = stored_bytes(source.value, source.valueSize, source.ownsValue);
     copy->valueSize = source.valueSize;
     copy->ownsValue = source.ownsValue;
     return copy;

@@ -10,12 +10,12 @@
 namespace lutc_bson {
 
 // The number of value bytes that can be read: a null pointer with a size has none.
-inline std::uint32_t readableSize(const bsonElement& element) {
+inline std::uint32_t readable_size(const bsonElement& element) {
     return element.value != nullptr ? element.valueSize : 0;
 }
 
 // A copy that holds no embedded document yet.
-std::unique_ptr<bsonElement> copyWithoutDocument(const bsonElement& source);
+std::unique_ptr<bsonElement> copy_without_document(const bsonElement& source);
 
 // Appends an element that the list then owns.
 inline void append(std::vector<bsonElement*>& list, std::unique_ptr<bsonElement> element) {

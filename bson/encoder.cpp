@@ -11,10 +11,10 @@ namespace lutc_bson {
 namespace {
 
 // The body's length fields and subtype: what stands between the key and the value bytes.
-std::uint32_t bodyHeadSize(std::uint8_t t) {
+std::uint32_t body_head_size(std::uint8_t t) {
     switch (t) {
         case type::string:
-        case type::dbPointer:
+        case type::db_pointer:
         case type::javascript:
         case type::symbol:
             return 4;
@@ -25,12 +25,12 @@ std::uint32_t bodyHeadSize(std::uint8_t t) {
     }
 }
 
-std::uint32_t bodyValueSize(const bsonElement& element) {
-    return element.valueType == type::null ? 0 : readableSize(element);
+std::uint32_t body_value_size(const bsonElement& element) {
+    return element.valueType == type::null ? 0 : readable_size(element);
 }
 
-const bsonDocument* documentToEncode(const bsonElement& element) {
-    if (!isDocumentType(element.valueType)) return nullptr;
+const bsonDocument* document_to_encode(const bsonElement& element) {
+    if (!is_document_type(element.valueType)) return nullptr;
     if (element.documentValue == nullptr) {
         throw std::invalid_argument("element \"" + element.key + "\" carries no document");
     }
@@ -40,13 +40,13 @@ const bsonDocument* documentToEncode(const bsonElement& element) {
 // Lengths add up over all levels, so that the walk needs nothing but a total.
 struct measurer {
     char mark = 0;
-    std::uint64_t total = emptyDocumentSize;
+    std::uint64_t total = empty_document_size;
 
     const bsonDocument* visit(const bsonElement& element) {
-        const bsonDocument* const inner = documentToEncode(element);
+        const bsonDocument* const inner = document_to_encode(element);
         total += 1 + element.key.size() + 1;
-        total += inner != nullptr ? emptyDocumentSize
-                                  : std::uint64_t{bodyHeadSize(element.valueType)} + bodyValueSize(element);
+        total += inner != nullptr ? empty_document_size
+                                  : std::uint64_t{body_head_size(element.valueType)} + body_value_size(element);
         if (total > UINT32_MAX) throw std::length_error("the encoded document is longer than 32 bits can say");
         return inner;
     }
@@ -54,7 +54,7 @@ struct measurer {
     void leave(const bsonElement&, char) {}
 };
 
-void giveMessage(bsonDocument& document, malloc_ptr<unsigned char> bytes, std::uint32_t size) noexcept {
+void give_message(bsonDocument& document, malloc_ptr<unsigned char> bytes, std::uint32_t size) noexcept {
     document.clearMessage();
     document.message = bytes.release();
     document.messageSize = size;
@@ -65,32 +65,32 @@ class writer {
   public:
     std::uint32_t mark = 0;
 
-    writer(unsigned char* buffer, bool embeddedMessages) : start_(buffer), at_(buffer + 4), keep_(embeddedMessages) {}
+    writer(unsigned char* buffer, bool embedded_messages) : start_(buffer), at_(buffer + 4), keep_(embedded_messages) {}
 
     const bsonDocument* visit(const bsonElement& element) {
         *at_++ = element.valueType;
         put(element.key.c_str(), element.key.size() + 1);
-        if (isDocumentType(element.valueType)) {
+        if (is_document_type(element.valueType)) {
             mark = static_cast<std::uint32_t>(at_ - start_);
             at_ += 4;
             return element.documentValue;
         }
-        putHead(element);
-        if (const std::uint32_t size = bodyValueSize(element)) put(element.value, size);
+        put_head(element);
+        if (const std::uint32_t size = body_value_size(element)) put(element.value, size);
         return nullptr;
     }
 
-    void leave(const bsonElement& holder, std::uint32_t documentStart) {
-        const std::uint32_t size = finish(documentStart);
+    void leave(const bsonElement& holder, std::uint32_t document_start) {
+        const std::uint32_t size = finish(document_start);
         if (!keep_) return;
-        const unsigned char* const bytes = start_ + documentStart;
-        giveMessage(*holder.documentValue, malloc_ptr<unsigned char>(newCopyOfBytes(bytes, size)), size);
+        const unsigned char* const bytes = start_ + document_start;
+        give_message(*holder.documentValue, malloc_ptr<unsigned char>(new_copy_of_bytes(bytes, size)), size);
     }
 
-    std::uint32_t finish(std::uint32_t documentStart) {
+    std::uint32_t finish(std::uint32_t document_start) {
         *at_++ = 0;
-        const auto size = static_cast<std::uint32_t>(at_ - start_) - documentStart;
-        store32(start_ + documentStart, size);
+        const auto size = static_cast<std::uint32_t>(at_ - start_) - document_start;
+        store32(start_ + document_start, size);
         return size;
     }
 
@@ -100,13 +100,13 @@ class writer {
         at_ += size;
     }
 
-    void putHead(const bsonElement& element) {
-        const std::uint32_t headSize = bodyHeadSize(element.valueType);
-        if (headSize == 0) return;
-        const std::uint32_t uncounted = element.valueType == type::dbPointer ? objectIdSize : 0;
-        store32(at_, readableSize(element) - uncounted);
-        if (headSize == 5) at_[4] = element.binarySubtype;
-        at_ += headSize;
+    void put_head(const bsonElement& element) {
+        const std::uint32_t head_size = body_head_size(element.valueType);
+        if (head_size == 0) return;
+        const std::uint32_t uncounted = element.valueType == type::db_pointer ? object_id_size : 0;
+        store32(at_, readable_size(element) - uncounted);
+        if (head_size == 5) at_[4] = element.binarySubtype;
+        at_ += head_size;
     }
 
     unsigned char* start_;
@@ -114,24 +114,24 @@ class writer {
     bool keep_;  // every embedded document gets a message of its own
 };
 
-encoded_document encode(const bsonDocument& document, bool embeddedMessages) {
+encoded_document encode(const bsonDocument& document, bool embedded_messages) {
     const std::uint32_t size = document.calculateMessageSizeFromKeyValueList();
-    encoded_document result{malloc_ptr<unsigned char>(newBytes(size)), size};
-    writer out(result.bytes.get(), embeddedMessages);
-    walkTree(document, out);
+    encoded_document result{malloc_ptr<unsigned char>(new_bytes(size)), size};
+    writer out(result.bytes.get(), embedded_messages);
+    walk_tree(document, out);
     out.finish(0);
     return result;
 }
 
 }  // namespace
 
-bool isDecodedWhole(const bsonDocument& document) {
-    std::uint64_t size = emptyDocumentSize;
+bool is_decoded_whole(const bsonDocument& document) {
+    std::uint64_t size = empty_document_size;
     for (const bsonElement* const element : document.elementList) {
         size += 1 + element->key.size() + 1;
-        size += isDocumentType(element->valueType)
+        size += is_document_type(element->valueType)
                     ? element->documentValue->messageSize
-                    : std::uint64_t{bodyHeadSize(element->valueType)} + bodyValueSize(*element);
+                    : std::uint64_t{body_head_size(element->valueType)} + body_value_size(*element);
     }
     return size == document.messageSize;
 }
@@ -144,11 +144,11 @@ using namespace lutc_bson;
 
 std::uint32_t bsonDocument::calculateMessageSizeFromKeyValueList() const {
     measurer size;
-    walkTree(*this, size);
+    walk_tree(*this, size);
     return static_cast<std::uint32_t>(size.total);
 }
 
 void bsonDocument::convertElementListToMessage() {
     encoded_document encoded = encode(*this, true);
-    giveMessage(*this, std::move(encoded.bytes), encoded.size);
+    give_message(*this, std::move(encoded.bytes), encoded.size);
 }

@@ -20,7 +20,7 @@ encoded_document encode(const bsonDocument& document);
 
 // Whether every element of the document's message is in its list, as decoding left it: decoding stops at an unknown
 // type byte, and what follows is missing. Looks at the document itself alone, not into embedded ones.
-bool isDecodedWhole(const bsonDocument& document);
+bool is_decoded_whole(const bsonDocument& document);
 
 }  // namespace lutc_bson
 

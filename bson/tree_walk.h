@@ -16,7 +16,7 @@ namespace lutc_bson {
 // visitor.mark is what the visitor holds for the document that it is in. leave gets the one with which the document was
 // entered; afterwards it is the holding document's again.
 template <class Visitor>
-void walkTree(const bsonDocument& root, Visitor& visitor) {
+void walk_tree(const bsonDocument& root, Visitor& visitor) {
     struct place {
         const bsonDocument* document;
         const bsonElement* holder;

@@ -10,15 +10,15 @@ namespace {
 struct open_document {
     std::uint32_t last;   // where its terminating byte stands
     std::uint32_t index;  // of the next element
-    bool isArray;         // the keys must be the indices
+    bool is_array;        // the keys must be the indices
 };
 
-bool isSpace(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_space(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Whether the key reads as that decimal number: leading white space and a sign are allowed, reading stops at
 // the first character that is no digit, and a key without digits reads as 0.
-bool keyReadsAs(const unsigned char* key, std::uint32_t index) {
-    while (isSpace(*key)) ++key;
+bool key_reads_as(const unsigned char* key, std::uint32_t index) {
+    while (is_space(*key)) ++key;
     const bool negative = *key == '-';
     if (*key == '-' || *key == '+') ++key;
     std::uint64_t number = 0;
@@ -29,15 +29,15 @@ bool keyReadsAs(const unsigned char* key, std::uint32_t index) {
 }
 
 // Whether size bytes from start begin and end as a document does; their elements are checked elsewhere.
-bool isFramed(const unsigned char* bytes, std::uint32_t start, std::uint64_t size) {
-    return size >= emptyDocumentSize && load32(bytes + start) == size && bytes[start + size - 1] == 0;
+bool is_framed(const unsigned char* bytes, std::uint32_t start, std::uint64_t size) {
+    return size >= empty_document_size && load32(bytes + start) == size && bytes[start + size - 1] == 0;
 }
 
 // Where the document inside an element starts: an embedded one, or the scope of javascript. False when its
 // length fields leave no place for it.
-bool findInnerDocument(const unsigned char* bytes, std::uint8_t t, const extent& value, std::uint32_t& start) {
+bool find_inner_document(const unsigned char* bytes, std::uint8_t t, const extent& value, std::uint32_t& start) {
     start = value.begin;
-    if (t != type::javascriptWithScope) return true;
+    if (t != type::javascript_with_scope) return true;
     const std::uint32_t size = value.end - value.begin;
     if (size < 8 || load32(bytes + value.begin + 4) > size - 8) return false;
     start += 8 + load32(bytes + value.begin + 4);
@@ -45,7 +45,7 @@ bool findInnerDocument(const unsigned char* bytes, std::uint8_t t, const extent&
 }
 
 // Whether the contents of a value are as its type demands. An inner document is not looked at.
-bool isContentValid(const unsigned char* bytes, std::uint8_t t, const extent& value) {
+bool is_content_valid(const unsigned char* bytes, std::uint8_t t, const extent& value) {
     switch (t) {
         case type::boolean:
             return bytes[value.begin] <= 1;
@@ -53,14 +53,14 @@ bool isContentValid(const unsigned char* bytes, std::uint8_t t, const extent& va
         case type::javascript:
         case type::symbol:
             return bytes[value.end - 1] == 0;  // of an empty one: the last byte of its length, 0
-        case type::dbPointer:
-            return bytes[value.end - objectIdSize - 1] == 0;
+        case type::db_pointer:
+            return bytes[value.end - object_id_size - 1] == 0;
         default:
             return true;
     }
 }
 
-bool areElementsValid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
+bool are_elements_valid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
     std::vector<open_document> above;
     open_document here{size - 1, 0, isArray};
     std::uint32_t position = 4;
@@ -73,18 +73,18 @@ bool areElementsValid(const unsigned char* bytes, std::uint32_t size, bool isArr
         }
         const std::uint8_t t = bytes[position];
         const unsigned char* const key = bytes + position + 1;
-        const auto* const keyEnd = static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
-        if (keyEnd == nullptr) return false;
-        if (here.isArray && !keyReadsAs(key, here.index++)) return false;
+        const auto* const key_end = static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
+        if (key_end == nullptr) return false;
+        if (here.is_array && !key_reads_as(key, here.index++)) return false;
 
         extent value;
-        const auto body = static_cast<std::uint32_t>(keyEnd + 1 - bytes);
-        if (!findExtent(bytes, t, body, here.last, value) || !isContentValid(bytes, t, value)) return false;
+        const auto body = static_cast<std::uint32_t>(key_end + 1 - bytes);
+        if (!find_extent(bytes, t, body, here.last, value) || !is_content_valid(bytes, t, value)) return false;
         position = value.end;
 
-        if (!isDocumentType(t) && t != type::javascriptWithScope) continue;
+        if (!is_document_type(t) && t != type::javascript_with_scope) continue;
         std::uint32_t inner;
-        if (!findInnerDocument(bytes, t, value, inner) || !isFramed(bytes, inner, value.end - inner)) return false;
+        if (!find_inner_document(bytes, t, value, inner) || !is_framed(bytes, inner, value.end - inner)) return false;
         above.push_back(here);
         here = {value.end - 1, 0, t == type::array};
         position = inner + 4;
@@ -96,6 +96,6 @@ bool areElementsValid(const unsigned char* bytes, std::uint32_t size, bool isArr
 
 bool bsonDocument::isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
     using namespace lutc_bson;
-    return bytes != nullptr && size >= emptyDocumentSize && isFramed(bytes, 0, size) &&
-           areElementsValid(bytes, size, isArray);
+    return bytes != nullptr && size >= empty_document_size && is_framed(bytes, 0, size) &&
+           are_elements_valid(bytes, size, isArray);
 }

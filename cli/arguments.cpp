@@ -82,7 +82,7 @@ void PresetSelector::add_to(CLI::App& command) {
 }
 
 void PresetSelector::require() const {
-    if (!given()) throw Failure(EXIT_USAGE, "which preset? Give --name or --index");
+    if (!given()) throw Failure(exit_usage, "which preset? Give --name or --index");
 }
 
 std::string PresetSelector::shown() const {
@@ -91,10 +91,10 @@ std::string PresetSelector::shown() const {
 
 void check_preset_name(const std::string& name) {
     if (name.size() > LUTC_PRESET_NAME_SIZE) {
-        throw Failure(EXIT_USAGE, "preset name '" + name + "' has " + std::to_string(name.size()) +
+        throw Failure(exit_usage, "preset name '" + name + "' has " + std::to_string(name.size()) +
                                       " bytes; at most 32 are possible");
     }
-    if (name.find('\0') != std::string::npos) throw Failure(EXIT_USAGE, "a preset name can't hold a zero byte");
+    if (name.find('\0') != std::string::npos) throw Failure(exit_usage, "a preset name can't hold a zero byte");
 }
 
 }  // namespace lutc_cli

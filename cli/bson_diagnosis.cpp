@@ -12,7 +12,7 @@ namespace {
 struct Level {
     std::size_t next;        // where the next element starts
     std::size_t terminator;  // where the document's last byte stands
-    bool isArray;
+    bool is_array;
     long index;  // of the next element
 };
 
@@ -76,7 +76,7 @@ class Reader {
         if (end == nullptr) return fail(key, "the key of this element does not end before its document does");
         const std::size_t body = static_cast<std::size_t>(static_cast<const unsigned char*>(end) - bytes_) + 1;
         key_ = reinterpret_cast<const char*>(bytes_ + key);
-        if (level.isArray && std::strtol(key_.c_str(), nullptr, 10) != level.index) {
+        if (level.is_array && std::strtol(key_.c_str(), nullptr, 10) != level.index) {
             return fail(key, "element " + std::to_string(level.index) + " of an array has the key '" + key_ + "'");
         }
         ++level.index;

@@ -46,16 +46,16 @@ cdl read_cdl_file(const std::string& path, const std::string& id) {
             if (transform) entries.push_back(entry_of(*transform));
         }
     });
-    if (entries.empty()) throw Failure(EXIT_USAGE, path + ": the file holds no ColorCorrection");
+    if (entries.empty()) throw Failure(exit_usage, path + ": the file holds no ColorCorrection");
     if (id.empty() && entries.size() == 1) return entries.front().values;
-    if (id.empty()) throw Failure(EXIT_USAGE, path + ": several entries; give --id with one of: " + shown_ids(entries));
+    if (id.empty()) throw Failure(exit_usage, path + ": several entries; give --id with one of: " + shown_ids(entries));
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries[i].id == id) return entries[i].values;
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if ("#" + std::to_string(i + 1) == id) return entries[i].values;
     }
-    throw Failure(EXIT_USAGE, path + ": no entry '" + id + "'; there are: " + shown_ids(entries));
+    throw Failure(exit_usage, path + ": no entry '" + id + "'; there are: " + shown_ids(entries));
 }
 
 }  // namespace lutc_cli

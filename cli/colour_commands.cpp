@@ -16,7 +16,7 @@ void add_pack(CLI::App& group, Context& context) {
     CLI::App* command =
         group.add_subcommand("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for");
     std::vector<std::string> samples;
-    for (const SampleFormat& format : SAMPLE_FORMATS) samples.emplace_back(format.name);
+    for (const SampleFormat& format : sample_formats) samples.emplace_back(format.name);
     command->add_option("file", options->file, "A LUT file: .cube, .3dl, .clf, .spi1d, .spi3d and others")->required();
     command->add_option("--samples", options->samples, "How one number is stored")
         ->required()

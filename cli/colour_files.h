@@ -24,7 +24,7 @@ struct SampleFormat {
     std::size_t bytes;
     double largest;
 };
-constexpr std::array<SampleFormat, 4> SAMPLE_FORMATS = {
+constexpr std::array<SampleFormat, 4> sample_formats = {
     {{"float32", 4, 0.0}, {"uint16", 2, 65535.0}, {"uint12in16", 2, 4095.0}, {"uint10in16", 2, 1023.0}}};
 
 struct PackOptions {

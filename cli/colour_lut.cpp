@@ -16,8 +16,8 @@ namespace OCIO = OCIO_NAMESPACE;
 namespace {
 
 // Points of the grid on which a packed table is compared; prime, so that few of them fall on a table's own.
-constexpr std::size_t CUBE_PROBES = 97;
-constexpr std::size_t CURVE_PROBES = 65521;
+constexpr std::size_t cube_probes = 97;
+constexpr std::size_t curve_probes = 65521;
 
 std::string named(OCIO::TransformType type) {
     switch (type) {
@@ -264,9 +264,9 @@ double ColourTransform::largest_error(const LutTable& table, bool clipped) const
         if (cube != nullptr) interpolation = cube->getInterpolation();
     }
     const Parts packed_parts(transform_of(table, interpolation));
-    std::vector<float> expected = inputs(false, CURVE_PROBES);
+    std::vector<float> expected = inputs(false, curve_probes);
     if (table.cube) {
-        const std::vector<float> grid = inputs(true, CUBE_PROBES);
+        const std::vector<float> grid = inputs(true, cube_probes);
         expected.insert(expected.end(), grid.begin(), grid.end());
     }
     std::vector<float> actual = expected;

@@ -19,8 +19,8 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr std::size_t MAX_CUBE_SIZE = 129;
-constexpr std::size_t MAX_CURVE_SIZE = 65536;
+constexpr std::size_t max_cube_size = 129;
+constexpr std::size_t max_curve_size = 65536;
 
 // What the values of a table span.
 struct Span {
@@ -97,13 +97,13 @@ ordered_json shown(const std::array<Number, 3>& triple) {
 std::size_t size_to_pack(const PackOptions& options, const ColourTransform& transform) {
     const std::size_t size = options.size > 0 ? static_cast<std::size_t>(options.size) : transform.file_size();
     if (size == 0) {
-        throw Failure(EXIT_USAGE, options.file + ": the file has no " +
+        throw Failure(exit_usage, options.file + ": the file has no " +
                                       (transform.mixes_channels() ? "cube" : "curve") +
                                       " whose size could be kept; give --size");
     }
-    const std::size_t largest = transform.mixes_channels() ? MAX_CUBE_SIZE : MAX_CURVE_SIZE;
+    const std::size_t largest = transform.mixes_channels() ? max_cube_size : max_curve_size;
     if (size < 2 || size > largest) {
-        throw Failure(EXIT_USAGE, options.file + ": a size of " + std::to_string(size) + "; possible are 2 to " +
+        throw Failure(exit_usage, options.file + ": a size of " + std::to_string(size) + "; possible are 2 to " +
                                       std::to_string(largest));
     }
     return size;
@@ -113,7 +113,7 @@ void check_finite(const std::string& file, const LutTable& table) {
     const auto bad =
         std::find_if_not(table.values.begin(), table.values.end(), [](float v) { return std::isfinite(v); });
     if (bad == table.values.end()) return;
-    throw Failure(EXIT_USAGE, file + ": entry " + std::to_string((bad - table.values.begin()) / 3) +
+    throw Failure(exit_usage, file + ": entry " + std::to_string((bad - table.values.begin()) / 3) +
                                   " of the table, counted from 0, is not finite");
 }
 
@@ -136,17 +136,17 @@ void print_report(const Context& context, const ordered_json& report, bool to_st
 
 void pack_lut(const Context& context, const PackOptions& options) {
     const auto* const format =
-        std::find_if(SAMPLE_FORMATS.begin(), SAMPLE_FORMATS.end(),
+        std::find_if(sample_formats.begin(), sample_formats.end(),
                      [&](const SampleFormat& candidate) { return candidate.name == options.samples; });
     const ColourTransform transform = ColourTransform::from_file(options.file);
     const bool cube = transform.mixes_channels();
     if (cube && options.order.empty()) {
-        throw Failure(EXIT_USAGE, options.file + ": a cube; give --order red-fastest or blue-fastest");
+        throw Failure(exit_usage, options.file + ": a cube; give --order red-fastest or blue-fastest");
     }
     const std::size_t size = size_to_pack(options, transform);
     const bool as_it_is = transform.is_one_table() && size == transform.file_size();
     if (!as_it_is && options.exact) {
-        throw Failure(EXIT_USAGE, options.file + ": would have to be resampled to " + std::to_string(size) +
+        throw Failure(exit_usage, options.file + ": would have to be resampled to " + std::to_string(size) +
                                       (cube ? " points an axis" : " entries") +
                                       ", against --exact; it holds: " + in_words(transform.stages()));
     }
@@ -157,7 +157,7 @@ void pack_lut(const Context& context, const PackOptions& options) {
     if (clips) {
         const std::string what = std::to_string(span.outside) + " of " + std::to_string(table.values.size()) +
                                  " values are outside 0..1, which " + options.samples + " can't hold";
-        if (options.exact) throw Failure(EXIT_USAGE, options.file + ": " + what + ", against --exact");
+        if (options.exact) throw Failure(exit_usage, options.file + ": " + what + ", against --exact");
         print_notice(options.file + ": " + what + ": they are clipped");
     }
     quantise(table, *format);
@@ -187,7 +187,7 @@ void pack_lut(const Context& context, const PackOptions& options) {
     report["output"] = options.output;
     if (options.output == "-") {
         if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() || !flush_output()) {
-            throw Failure(EXIT_REFUSED, "standard output can't be written");
+            throw Failure(exit_refused, "standard output can't be written");
         }
     } else {
         write_file(options.output, bytes.data(), bytes.size());

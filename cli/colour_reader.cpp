@@ -23,11 +23,11 @@ namespace OCIO = OCIO_NAMESPACE;
 
 namespace {
 
-constexpr std::size_t MAX_FILE_SIZE = 256U << 20U;
-constexpr std::string_view BLANKS = " \t\r\v\f";
+constexpr std::size_t max_file_size = 256U << 20U;
+constexpr std::string_view blanks = " \t\r\v\f";
 
 [[noreturn]] void refuse(const std::string& path, std::size_t line, const std::string& reason) {
-    throw Failure(EXIT_USAGE, path + ", line " + std::to_string(line) + ": " + reason);
+    throw Failure(exit_usage, path + ", line " + std::to_string(line) + ": " + reason);
 }
 
 std::string quoted(std::string_view text) { return "'" + std::string(text.substr(0, 40)) + "'"; }
@@ -58,10 +58,10 @@ bool begins_row(std::string_view token) {
 std::vector<std::string_view> tokens_of(std::string_view line) {
     std::vector<std::string_view> tokens;
     while (true) {
-        const std::size_t begin = line.find_first_not_of(BLANKS);
+        const std::size_t begin = line.find_first_not_of(blanks);
         if (begin == std::string_view::npos || line[begin] == '#') return tokens;
         line.remove_prefix(begin);
-        tokens.push_back(line.substr(0, line.find_first_of(BLANKS)));
+        tokens.push_back(line.substr(0, line.find_first_of(blanks)));
         line.remove_prefix(tokens.back().size());
     }
 }
@@ -99,7 +99,7 @@ void check_numbers(const std::string& path, std::size_t line, const std::vector<
 
 // Returns the number of lines.
 std::size_t check_plain_text(const std::string& path, std::string_view text) {
-    constexpr std::array<std::string_view, 7> NUMBER_KEYWORDS = {
+    constexpr std::array<std::string_view, 7> number_keywords = {
         "DOMAIN_MIN", "DOMAIN_MAX", "LUT_1D_INPUT_RANGE", "LUT_3D_INPUT_RANGE", "LUT_1D_SIZE", "LUT_3D_SIZE", "From"};
     RowCount rows;
     bool in_metadata = false;  // free text
@@ -114,7 +114,7 @@ std::size_t check_plain_text(const std::string& path, std::string_view text) {
         if (in_metadata) continue;
         const bool is_row = begins_row(tokens[0]);
         const bool is_known =
-            std::find(NUMBER_KEYWORDS.begin(), NUMBER_KEYWORDS.end(), tokens[0]) != NUMBER_KEYWORDS.end();
+            std::find(number_keywords.begin(), number_keywords.end(), tokens[0]) != number_keywords.end();
         if (!is_row && rows.begun()) refuse(path, line, quoted(tokens[0]) + " is not a number");
         if (is_row || is_known) check_numbers(path, line, tokens, is_row ? 0 : 1);
         if (is_row && rows.add()) {
@@ -209,7 +209,7 @@ class XmlCheck {
         if (open_.empty() || !holds_numbers(open_.back().name)) return;
         std::size_t at = line();
         for (const char c : text) {
-            if (c != '\n' && BLANKS.find(c) == std::string_view::npos) {
+            if (c != '\n' && blanks.find(c) == std::string_view::npos) {
                 if (token_.empty()) token_line_ = at;
                 token_ += c;
                 continue;
@@ -244,7 +244,7 @@ void replace_all(std::string& text, const std::string& from, const std::string& 
 std::string on_one_line(const std::string& text) {
     std::string line;
     for (const char c : text) {
-        const bool blank = c == '\n' || BLANKS.find(c) != std::string_view::npos;
+        const bool blank = c == '\n' || blanks.find(c) != std::string_view::npos;
         if (!blank) line += c;
         if (blank && !line.empty() && line.back() != ' ') line += ' ';
     }
@@ -283,12 +283,12 @@ bool is_harmless(const std::string& warning) {
 
 // Refuses what the reader would let pass. Returns the number of lines; 0 for XML and what is not text.
 std::size_t check_colour_file(const std::string& path) {
-    const std::vector<unsigned char> bytes = read_file(path, MAX_FILE_SIZE);
+    const std::vector<unsigned char> bytes = read_file(path, max_file_size);
     std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     if (text.substr(0, 4096).find('\0') != std::string_view::npos) return 0;
     const std::size_t begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos) throw Failure(EXIT_USAGE, path + ": the file is empty");
+    if (begin == std::string_view::npos) throw Failure(exit_usage, path + ": the file is empty");
     if (text[begin] != '<') return check_plain_text(path, text);
     const XmlCheck check(path, text);
     return 0;
@@ -312,8 +312,8 @@ void guard_reader(const std::string& name, const std::function<void()>& read) {
     }
     OCIO::ResetToDefaultLoggingFunction();
     const auto first = std::find_if_not(warnings.begin(), warnings.end(), is_harmless);
-    if (first != warnings.end()) throw Failure(EXIT_USAGE, name + tidied_warning(*first));
-    if (!error.empty()) throw Failure(EXIT_USAGE, name + ": " + cause_of(name, error));
+    if (first != warnings.end()) throw Failure(exit_usage, name + tidied_warning(*first));
+    if (!error.empty()) throw Failure(exit_usage, name + ": " + cause_of(name, error));
 }
 
 void read_colour_file(const std::string& path, const std::function<void()>& read) {

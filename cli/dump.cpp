@@ -18,7 +18,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr std::size_t DOCUMENT_LIMIT = 256u << 20;
+constexpr std::size_t document_limit = 256u << 20;
 
 // What the document's own dump writes to standard output, caught in a file.
 std::string caught_dump(const bsonDocument& document) {
@@ -26,13 +26,13 @@ std::string caught_dump(const bsonDocument& document) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
     const int terminal = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     if (!file || terminal < 0 || dup2(fileno(file.get()), STDOUT_FILENO) < 0) {
-        throw Failure(EXIT_REFUSED, "no temporary file for the dump");
+        throw Failure(exit_refused, "no temporary file for the dump");
     }
     document.debugPrint(0);
     const bool written = std::fflush(stdout) == 0;
     dup2(terminal, STDOUT_FILENO);
     close(terminal);
-    if (!written) throw Failure(EXIT_REFUSED, "the dump can't be written to a temporary file");
+    if (!written) throw Failure(exit_refused, "the dump can't be written to a temporary file");
     std::rewind(file.get());
     std::string text;
     char buffer[1 << 14];
@@ -51,12 +51,12 @@ ordered_json lines_of(const std::string& text) {
 }
 
 Failure defective(const std::string& path, const Defect& defect, const char* consequence) {
-    return Failure(EXIT_USAGE,
+    return Failure(exit_usage,
                    path + ": at byte " + std::to_string(defect.position) + ": " + defect.reason + consequence);
 }
 
 void dump(const Context& context, const std::string& file) {
-    const std::vector<unsigned char> bytes = read_file(file, DOCUMENT_LIMIT);
+    const std::vector<unsigned char> bytes = read_file(file, document_limit);
     const std::string path = file == "-" ? "standard input" : file;
     const auto size = static_cast<std::uint32_t>(bytes.size());
     if (!bsonDocument::isMessageValid(bytes.data(), size, false)) {

@@ -30,21 +30,21 @@ class Descriptor {
 };
 
 Failure failed(const std::string& path, const char* what) {
-    return Failure(EXIT_REFUSED, path + ": " + what + ": " + std::strerror(errno));
+    return Failure(exit_refused, path + ": " + what + ": " + std::strerror(errno));
 }
 
 std::vector<unsigned char> read_all(int descriptor, const std::string& path, std::size_t limit) {
-    constexpr std::size_t STEP = 1 << 16;
+    constexpr std::size_t step = 1 << 16;
     std::vector<unsigned char> bytes;
     struct stat status {};
     if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
         static_cast<std::size_t>(status.st_size) < limit) {
-        bytes.reserve(static_cast<std::size_t>(status.st_size) + STEP);
+        bytes.reserve(static_cast<std::size_t>(status.st_size) + step);
     }
     for (;;) {
         const std::size_t size = bytes.size();
-        bytes.resize(size + STEP);
-        const ssize_t count = read(descriptor, bytes.data() + size, STEP);
+        bytes.resize(size + step);
+        const ssize_t count = read(descriptor, bytes.data() + size, step);
         if (count < 0 && errno == EINTR) {
             bytes.resize(size);
             continue;
@@ -52,7 +52,7 @@ std::vector<unsigned char> read_all(int descriptor, const std::string& path, std
         if (count < 0) throw failed(path, "can't be read");
         bytes.resize(size + static_cast<std::size_t>(count));
         if (bytes.size() > limit) {
-            throw Failure(EXIT_USAGE, path + ": has more than " + std::to_string(limit) + " bytes");
+            throw Failure(exit_usage, path + ": has more than " + std::to_string(limit) + " bytes");
         }
         if (count == 0) return bytes;
     }

@@ -17,12 +17,12 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr std::size_t JSON_LIMIT = 16u << 20;
+constexpr std::size_t json_limit = 16u << 20;
 // By their kind.
-constexpr std::array<const char*, 5> TYPE_NAMES = {"cdl", "saturation", "1dlut", "3dlut", "tpg"};
-const char* const SQUARE = "square";
+constexpr std::array<const char*, 5> type_names = {"cdl", "saturation", "1dlut", "3dlut", "tpg"};
+const char* const square = "square";
 
-const char* type_name(const Component& component) { return TYPE_NAMES[static_cast<std::size_t>(component.kind)]; }
+const char* type_name(const Component& component) { return type_names[static_cast<std::size_t>(component.kind)]; }
 
 bool has_payload(const Component& component) { return component.kind != LUTC_KIND_TEST_PATTERN && !component.values; }
 
@@ -37,7 +37,7 @@ class Fields {
         if (!object_.is_object()) throw wrong("must be an object");
     }
 
-    Failure wrong(const std::string& what) const { return Failure(EXIT_USAGE, place_ + ": " + what); }
+    Failure wrong(const std::string& what) const { return Failure(exit_usage, place_ + ": " + what); }
 
     void allow_only(std::initializer_list<const char*> keys) const {
         for (const auto& member : object_.items()) {
@@ -116,11 +116,11 @@ std::vector<unsigned char> read_payload(const Fields& fields, const std::filesys
     const std::string name = fields.text("file");
     if (name.empty()) throw fields.wrong("file: must not be empty");
     const bool plain = std::filesystem::path(name).filename() == name && name != "." && name != "..";
-    if (use == GradeUse::BACKUP && !plain) {
+    if (use == GradeUse::backup && !plain) {
         throw fields.wrong("file: '" + name + "' must be a file of the same folder");
     }
     try {
-        return read_file(folder / name, PAYLOAD_LIMIT);
+        return read_file(folder / name, payload_limit);
     } catch (const Failure& failure) {
         throw Failure(failure.code(), fields.wrong(std::string("file: ") + failure.what()).what());
     }
@@ -137,9 +137,9 @@ void read_values(const Fields& fields, Component& component) {
 }
 
 void read_pattern(const Fields& fields, Component& component) {
-    component.patternType = fields.text("patternType");
+    component.pattern_type = fields.text("patternType");
     component.pattern.videoFormat = fields.integer("videoFormat", INT32_MIN, INT32_MAX);
-    if (component.patternType != SQUARE) {
+    if (component.pattern_type != square) {
         fields.allow_only({"type", "typeIndex", "patternType", "videoFormat"});
         return;
     }
@@ -152,19 +152,19 @@ void read_pattern(const Fields& fields, Component& component) {
 
 Component read_component(const Fields& fields, const std::filesystem::path& folder, GradeUse use) {
     const std::string type = fields.text("type");
-    const auto known = std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), type);
-    if (known == TYPE_NAMES.end()) {
+    const auto known = std::find(type_names.begin(), type_names.end(), type);
+    if (known == type_names.end()) {
         throw fields.wrong("type: '" + type + "' is none of cdl, saturation, 1dlut, 3dlut and tpg");
     }
     Component component;
-    component.kind = static_cast<int>(known - TYPE_NAMES.begin());
-    if (fields.find("typeIndex") != nullptr) component.typeIndex = fields.integer("typeIndex", 1, INT32_MAX);
+    component.kind = static_cast<int>(known - type_names.begin());
+    if (fields.find("typeIndex") != nullptr) component.type_index = fields.integer("typeIndex", 1, INT32_MAX);
     if (component.kind == LUTC_KIND_TEST_PATTERN) {
-        if (use != GradeUse::LIVE) throw fields.wrong("type: a preset can't hold a test pattern");
+        if (use != GradeUse::live) throw fields.wrong("type: a preset can't hold a test pattern");
         read_pattern(fields, component);
     } else if (component.kind == LUTC_KIND_LUT_1D || component.kind == LUTC_KIND_LUT_3D) {
         fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
-        component.dataFormat = fields.text("dataFormat");
+        component.data_format = fields.text("dataFormat");
         component.data = read_payload(fields, folder, use);
     } else if (fields.find("file") != nullptr) {
         fields.allow_only({"type", "typeIndex", "file"});
@@ -178,9 +178,9 @@ Component read_component(const Fields& fields, const std::filesystem::path& fold
 void check_payloads(const std::string& place, const Grade& grade) {
     std::size_t total = 0;
     for (const Component& component : grade.components) total += component.data.size();
-    if (total > PRESET_PAYLOAD_LIMIT) {
-        throw Failure(EXIT_USAGE, place + ": the preset's payloads have " + std::to_string(total) +
-                                      " bytes; more than " + std::to_string(PRESET_PAYLOAD_LIMIT) +
+    if (total > preset_payload_limit) {
+        throw Failure(exit_usage, place + ": the preset's payloads have " + std::to_string(total) +
+                                      " bytes; more than " + std::to_string(preset_payload_limit) +
                                       " could never be downloaded again");
     }
 }
@@ -195,9 +195,9 @@ ordered_json triple_of(const double (&values)[3]) { return ordered_json::array({
 
 ordered_json member_list(const Component& component, const std::string& payload) {
     ordered_json object = {{"type", type_name(component)}};
-    if (component.typeIndex > 0) object["typeIndex"] = component.typeIndex;
+    if (component.type_index > 0) object["typeIndex"] = component.type_index;
     if (component.kind == LUTC_KIND_LUT_1D || component.kind == LUTC_KIND_LUT_3D) {
-        object["dataFormat"] = component.dataFormat;
+        object["dataFormat"] = component.data_format;
     }
     if (component.values) {
         object["slope"] = triple_of(component.values->slope);
@@ -230,14 +230,14 @@ bool is_finite(const cdl& values) {
 
 void check_writable(const std::string& path, const Grade& grade) {
     if (grade.name && !is_utf8(*grade.name)) {
-        throw Failure(EXIT_REFUSED, path + ": preset '" + *grade.name + "': its name is not UTF-8; rename it first");
+        throw Failure(exit_refused, path + ": preset '" + *grade.name + "': its name is not UTF-8; rename it first");
     }
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
         const Component& component = grade.components[i];
         const std::string place = path + ": component " + std::to_string(i + 1) + ": ";
-        if (!is_utf8(component.dataFormat)) throw Failure(EXIT_REFUSED, place + "dataFormat: is not UTF-8");
+        if (!is_utf8(component.data_format)) throw Failure(exit_refused, place + "dataFormat: is not UTF-8");
         if (component.values && !is_finite(*component.values)) {
-            throw Failure(EXIT_REFUSED, place + "a CDL value is not finite and can't be written as JSON");
+            throw Failure(exit_refused, place + "a CDL value is not finite and can't be written as JSON");
         }
     }
 }
@@ -245,7 +245,7 @@ void check_writable(const std::string& path, const Grade& grade) {
 std::string text_of(const Grade& grade, const std::string& stem) {
     ordered_json head = ordered_json::object();
     if (grade.name) head["name"] = *grade.name;
-    if (grade.gradeComboIndex > 0) head["gradeComboIndex"] = grade.gradeComboIndex;
+    if (grade.grade_combo_index > 0) head["gradeComboIndex"] = grade.grade_combo_index;
     std::string text = "{\n" + lines_of(head, "  ") + (head.empty() ? "" : ",\n") + "  \"components\": [";
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
         const Component& component = grade.components[i];
@@ -264,12 +264,12 @@ std::vector<gradeComponent> records_of(Grade& grade) {
     for (Component& component : grade.components) {
         gradeComponent record = {};
         record.kind = component.kind;
-        record.typeIndex = component.typeIndex;
+        record.typeIndex = component.type_index;
         record.data = component.data.data();
         record.dataSize = static_cast<std::int32_t>(component.data.size());
-        record.dataFormat = component.dataFormat.data();
+        record.dataFormat = component.data_format.data();
         record.cdlValues = component.values ? &*component.values : nullptr;
-        component.pattern.patternType = component.patternType.c_str();
+        component.pattern.patternType = component.pattern_type.c_str();
         record.pattern = &component.pattern;
         records.push_back(record);
     }
@@ -277,7 +277,7 @@ std::vector<gradeComponent> records_of(Grade& grade) {
 }
 
 ordered_json read_json(const std::string& path) {
-    const std::vector<unsigned char> bytes = read_file(path, JSON_LIMIT);
+    const std::vector<unsigned char> bytes = read_file(path, json_limit);
     const std::string place = shown_path(path);
     // Of two members with the same key the parser would silently drop one.
     std::vector<std::set<std::string>> keys;
@@ -285,7 +285,7 @@ ordered_json read_json(const std::string& path) {
         if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
         if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
         if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
-            throw Failure(EXIT_USAGE, place + ": " + value.get<std::string>() + ": stands twice in one object");
+            throw Failure(exit_usage, place + ": " + value.get<std::string>() + ": stands twice in one object");
         }
         return true;
     };
@@ -293,7 +293,7 @@ ordered_json read_json(const std::string& path) {
         return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
     } catch (const ordered_json::exception& error) {
         const std::string text = error.what();
-        throw Failure(EXIT_USAGE, place + ": is no JSON: " + text.substr(text.find("] ") + 2));
+        throw Failure(exit_usage, place + ": is no JSON: " + text.substr(text.find("] ") + 2));
     }
 }
 
@@ -311,7 +311,7 @@ Grade read_grade_file(const std::string& path, GradeUse use) {
         }
     }
     if (fields.find("gradeComboIndex") != nullptr) {
-        grade.gradeComboIndex = fields.integer("gradeComboIndex", 1, INT32_MAX);
+        grade.grade_combo_index = fields.integer("gradeComboIndex", 1, INT32_MAX);
     }
     const ordered_json* components = fields.find("components");
     if (components == nullptr || !components->is_array()) throw fields.wrong("components: must be a list");
@@ -320,7 +320,7 @@ Grade read_grade_file(const std::string& path, GradeUse use) {
         const Fields component(place + ": component " + std::to_string(i + 1), (*components)[i]);
         grade.components.push_back(read_component(component, folder, use));
     }
-    if (use != GradeUse::LIVE) check_payloads(place, grade);
+    if (use != GradeUse::live) check_payloads(place, grade);
     return grade;
 }
 

@@ -13,23 +13,23 @@
 namespace lutc_cli {
 
 // The most bytes of one payload, and of the payloads of a preset: more could never be downloaded again.
-constexpr std::size_t PAYLOAD_LIMIT = 64u << 20;
-constexpr std::size_t PRESET_PAYLOAD_LIMIT = 2u << 20;
+constexpr std::size_t payload_limit = 64u << 20;
+constexpr std::size_t preset_payload_limit = 2u << 20;
 
 // A gradeComponent that owns what it points to.
 struct Component {
     int kind = LUTC_KIND_CDL;
-    int typeIndex = 0;
-    std::string dataFormat;
+    int type_index = 0;
+    std::string data_format;
     std::optional<cdl> values;
     std::vector<unsigned char> data;
-    std::string patternType;
+    std::string pattern_type;
     testPattern pattern = {};
 };
 
 struct Grade {
     std::optional<std::string> name;
-    int gradeComboIndex = 0;
+    int grade_combo_index = 0;
     std::vector<Component> components;
 };
 
@@ -43,9 +43,9 @@ std::vector<gradeComponent> records_of(Grade& grade);
 nlohmann::ordered_json read_json(const std::string& path);
 
 enum class GradeUse {
-    LIVE,    // test patterns are allowed
-    PRESET,  // they are not, and the payloads have to fit an answer
-    BACKUP   // as PRESET; and the payloads are files of the same folder
+    live,    // test patterns are allowed
+    preset,  // they are not, and the payloads have to fit an answer
+    backup   // as PRESET; and the payloads are files of the same folder
 };
 
 // Throws Failure, naming file, component and field: EXIT_USAGE for a wrong content, EXIT_REFUSED for an unreadable file.

@@ -48,16 +48,16 @@ ordered_json shown(const cdl& values) {
 }
 
 void send_lut(const Options& options) {
-    std::vector<unsigned char> data = read_file(options.file, PAYLOAD_LIMIT);
-    if (data.empty()) throw Failure(EXIT_USAGE, options.file + ": holds no table");
+    std::vector<unsigned char> data = read_file(options.file, payload_limit);
+    if (data.empty()) throw Failure(exit_usage, options.file + ": holds no table");
     require_success("grade lut", lutc_send_lut(options.channel, options.slot, options.reset, options.type.c_str(),
                                                options.format.c_str(), data.data(), static_cast<int>(data.size())));
 }
 
 void send_live(const Options& options) {
-    Grade grade = read_grade_file(options.file, GradeUse::LIVE);
+    Grade grade = read_grade_file(options.file, GradeUse::live);
     const std::vector<gradeComponent> records = records_of(grade);
-    const int combination = options.combination > 0 ? options.combination : grade.gradeComboIndex;
+    const int combination = options.combination > 0 ? options.combination : grade.grade_combo_index;
     require_success("grade live", lutc_send_live(options.channel, combination, options.reset, records.data(),
                                                  static_cast<int>(records.size())));
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-const char* const EXIT_CODES =
+const char* const exit_codes =
     "Exit codes:\n"
     "  0    done\n"
     "  1    the service refused or gave no usable answer; a file can't be read or written;\n"
@@ -53,7 +53,7 @@ int run(int argc, char** argv) {
     CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
     app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
     app.add_flag("--json", context.json, "Print results as JSON; accepted before and after the command");
-    app.footer(EXIT_CODES);
+    app.footer(exit_codes);
     app.fallthrough();
     app.require_subcommand(1);
     lutc_cli::add_device_commands(app, context);
@@ -75,13 +75,13 @@ int run(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             app.exit(error);
         } else {
-            throw lutc_cli::Failure(lutc_cli::EXIT_USAGE, usage_message(app, error));
+            throw lutc_cli::Failure(lutc_cli::exit_usage, usage_message(app, error));
         }
     }
     if (!lutc_cli::flush_output()) {
-        throw lutc_cli::Failure(lutc_cli::EXIT_REFUSED, "standard output can't be written");
+        throw lutc_cli::Failure(lutc_cli::exit_refused, "standard output can't be written");
     }
-    return lutc_cli::EXIT_DONE;
+    return lutc_cli::exit_done;
 }
 
 }  // namespace
@@ -94,6 +94,6 @@ int main(int argc, char** argv) {
         return failure.code();
     } catch (const std::exception& error) {
         lutc_cli::print_error(error.what());
-        return lutc_cli::EXIT_REFUSED;
+        return lutc_cli::exit_refused;
     }
 }

@@ -5,10 +5,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include <lutc/lutc.h>
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/service.h"
-#include <lutc/lutc.h>
 
 namespace lutc_cli {
 namespace {

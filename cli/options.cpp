@@ -3,16 +3,16 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include <lutc/lutc.h>
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/service.h"
-#include <lutc/lutc.h>
 
 namespace lutc_cli {
 namespace {
 
 // An answer has at most 1024 bytes, so its text always fits with its terminator.
-constexpr std::uint32_t VALUE_BUFFER_SIZE = 1025;
+constexpr std::uint32_t value_buffer_size = 1025;
 
 }  // namespace
 
@@ -28,9 +28,9 @@ void add_option_commands(CLI::App& app, Context& context) {
     CLI::App* get = group->add_subcommand("get", "Show an option");
     get->add_option("option", options->name, "Its name")->required();
     get->callback([options, &context] {
-        char value[VALUE_BUFFER_SIZE] = {};
+        char value[value_buffer_size] = {};
         require_success("option get " + options->name,
-                        lutc_get_option(options->name.c_str(), value, VALUE_BUFFER_SIZE));
+                        lutc_get_option(options->name.c_str(), value, value_buffer_size));
         print_result(context, {{"name", options->name}, {"value", value}});
     });
 

@@ -118,13 +118,13 @@ void print_notice(const std::string& message) { print_error("note: " + message);
 void confirm(bool yes, const std::string& question) {
     if (yes) return;
     if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
-        throw Failure(EXIT_USAGE, question + " Give --yes to do it without being asked");
+        throw Failure(exit_usage, question + " Give --yes to do it without being asked");
     }
     std::fprintf(stderr, "%s [y/N] ", printable(question).c_str());
     char answer[16] = {};
     const bool answered = std::fgets(answer, sizeof answer, stdin) != nullptr;
     if (!answered || (answer[0] != 'y' && answer[0] != 'Y')) {
-        throw Failure(EXIT_REFUSED, "not confirmed: nothing was changed");
+        throw Failure(exit_refused, "not confirmed: nothing was changed");
     }
 }
 

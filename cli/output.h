@@ -9,11 +9,11 @@
 namespace lutc_cli {
 
 enum ExitCode {
-    EXIT_DONE = 0,
-    EXIT_REFUSED = 1,       // the service refused or gave no usable answer; a file can't be read or written
-    EXIT_USAGE = 2,         // wrong arguments, or an input file whose content is wrong
-    EXIT_NOBODY = 3,        // nobody listens on the service's port
-    EXIT_INTERRUPTED = 130  // stopped by SIGINT or SIGTERM between two presets
+    exit_done = 0,
+    exit_refused = 1,       // the service refused or gave no usable answer; a file can't be read or written
+    exit_usage = 2,         // wrong arguments, or an input file whose content is wrong
+    exit_nobody = 3,        // nobody listens on the service's port
+    exit_interrupted = 130  // stopped by SIGINT or SIGTERM between two presets
 };
 
 // Ends a command: one line on standard error, and this exit code.

@@ -14,12 +14,12 @@ namespace lutc_cli {
 namespace {
 
 // Seven rows of five pixels, the left one in the highest bit.
-constexpr char GLYPHS[] = "0123456789.-";
-constexpr unsigned char ROWS[][7] = {
+constexpr char glyphs[] = "0123456789.-";
+constexpr unsigned char rows[][7] = {
     {14, 17, 19, 21, 25, 17, 14}, {4, 12, 4, 4, 4, 4, 14},    {14, 17, 1, 2, 4, 8, 31},   {31, 2, 4, 2, 1, 17, 14},
     {2, 6, 10, 18, 31, 2, 2},     {31, 16, 30, 1, 1, 17, 14}, {6, 8, 16, 30, 17, 17, 14}, {31, 1, 2, 4, 8, 8, 8},
     {14, 17, 17, 14, 17, 17, 14}, {14, 17, 17, 15, 1, 2, 12}, {0, 0, 0, 0, 0, 12, 12},    {0, 0, 0, 31, 0, 0, 0}};
-constexpr int ADVANCE = 6;
+constexpr int advance = 6;
 
 std::string digits(double value) {
     char text[32];
@@ -66,13 +66,13 @@ void Picture::line(double x0, double y0, double x1, double y1, double thickness,
 
 void Picture::number(int x, int y, double value, Colour colour) {
     for (const char c : digits(value)) {
-        const char* const glyph = std::strchr(GLYPHS, c);
+        const char* const glyph = std::strchr(glyphs, c);
         for (int row = 0; glyph != nullptr && row < 7; ++row) {
             for (int column = 0; column < 5; ++column) {
-                if ((ROWS[glyph - GLYPHS][row] >> (4 - column) & 1) != 0) fill(x + column, y + row, 1, 1, colour);
+                if ((rows[glyph - glyphs][row] >> (4 - column) & 1) != 0) fill(x + column, y + row, 1, 1, colour);
             }
         }
-        x += ADVANCE;
+        x += advance;
     }
 }
 
@@ -85,11 +85,11 @@ void Picture::write_png(const std::string& path) const {
     std::vector<unsigned char> bytes(PNG_IMAGE_PNG_SIZE_MAX(image));
     png_alloc_size_t size = bytes.size();
     if (png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels_.data(), 0, nullptr) == 0) {
-        throw Failure(EXIT_REFUSED, path + ": the picture can't be made: " + image.message);
+        throw Failure(exit_refused, path + ": the picture can't be made: " + image.message);
     }
     write_file(path, bytes.data(), size);
 }
 
-int width_of_number(double value) { return static_cast<int>(digits(value).size()) * ADVANCE - 1; }
+int width_of_number(double value) { return static_cast<int>(digits(value).size()) * advance - 1; }
 
 }  // namespace lutc_cli

@@ -25,8 +25,8 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::ordered_json;
 
-const char* const INDEX_NAME = "library.json";
-constexpr int FORMAT_VERSION = 1;
+const char* const index_name = "library.json";
+constexpr int format_version = 1;
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -82,11 +82,11 @@ bool belongs_to_backup(const std::string& name) {
 // Throws Failure when the folder holds anything that is not ours to replace.
 void check_replaceable(const fs::path& folder) {
     if (!fs::exists(fs::symlink_status(folder))) return;
-    if (!fs::is_directory(fs::symlink_status(folder))) throw Failure(EXIT_REFUSED, folder.string() + ": is no folder");
+    if (!fs::is_directory(fs::symlink_status(folder))) throw Failure(exit_refused, folder.string() + ": is no folder");
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
         const std::string name = entry.path().filename();
         if (!belongs_to_backup(name) || entry.is_directory()) {
-            throw Failure(EXIT_REFUSED, folder.string() + ": holds '" + name +
+            throw Failure(exit_refused, folder.string() + ": holds '" + name +
                                             "', which is no part of a backup; nothing was written");
         }
     }
@@ -97,7 +97,7 @@ void put_in_place(const fs::path& finished, const fs::path& folder) {
     const bool replaces = fs::exists(folder) && !fs::is_empty(folder);
     const int moved = replaces ? renameat2(AT_FDCWD, finished.c_str(), AT_FDCWD, folder.c_str(), RENAME_EXCHANGE)
                                : rename(finished.c_str(), folder.c_str());
-    if (moved != 0) throw Failure(EXIT_REFUSED, folder.string() + ": can't be put in place: " + std::strerror(errno));
+    if (moved != 0) throw Failure(exit_refused, folder.string() + ": can't be put in place: " + std::strerror(errno));
     if (replaces) fs::remove_all(finished);
     const int parent = open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (parent < 0) return;
@@ -123,14 +123,14 @@ std::string index_text(const PresetList& list) {
     ordered_json combos = ordered_json::array();
     std::set<int> seen;
     for (const ListedPreset& preset : list.presets) {
-        if (preset.gradeComboIndex < 1 || !seen.insert(preset.gradeComboIndex).second) continue;
-        combos.push_back({{"gradeComboIndex", preset.gradeComboIndex}, {"gradeCombo", preset.gradeCombo}});
+        if (preset.grade_combo_index < 1 || !seen.insert(preset.grade_combo_index).second) continue;
+        combos.push_back({{"gradeComboIndex", preset.grade_combo_index}, {"gradeCombo", preset.grade_combo}});
     }
     ordered_json files = ordered_json::array();
     for (std::size_t i = 0; i < list.presets.size(); ++i) {
         files.push_back(stem_of(i + 1, list.presets[i].name) + ".json");
     }
-    return ordered_json({{"formatVersion", FORMAT_VERSION},
+    return ordered_json({{"formatVersion", format_version},
                          {"maxPresetsListSize", list.maximum},
                          {"gradeCombos", combos},
                          {"presets", files}})
@@ -142,7 +142,7 @@ void check_names(const PresetList& list) {
     std::set<std::string> names;
     for (const ListedPreset& preset : list.presets) {
         if (!names.insert(preset.name).second) {
-            throw Failure(EXIT_REFUSED,
+            throw Failure(exit_refused,
                           "presets backup: two presets are named '" + preset.name + "'; rename one first");
         }
     }
@@ -150,7 +150,7 @@ void check_names(const PresetList& list) {
 
 bool same_presets(const PresetList& one, const PresetList& other) {
     const auto same = [](const ListedPreset& a, const ListedPreset& b) {
-        return a.name == b.name && a.gradeComboIndex == b.gradeComboIndex && a.gradeCombo == b.gradeCombo;
+        return a.name == b.name && a.grade_combo_index == b.grade_combo_index && a.grade_combo == b.grade_combo;
     };
     return std::equal(one.presets.begin(), one.presets.end(), other.presets.begin(), other.presets.end(), same);
 }
@@ -160,7 +160,7 @@ std::vector<std::string> write_backup(const fs::path& folder, const PresetList& 
     std::vector<std::string> notices;
     Progress progress("backing up", list.presets.size());
     for (const ListedPreset& preset : list.presets) {
-        if (interrupted != 0) throw Failure(EXIT_INTERRUPTED, "interrupted");
+        if (interrupted != 0) throw Failure(exit_interrupted, "interrupted");
         progress.show(done + 1);
         const std::string stem = stem_of(done + 1, preset.name);
         write_grade_file(folder / (stem + ".json"), download_preset("preset '" + preset.name + "'", preset, notices),
@@ -168,10 +168,10 @@ std::vector<std::string> write_backup(const fs::path& folder, const PresetList& 
         ++done;
     }
     if (!same_presets(list, list_presets("presets backup"))) {
-        throw Failure(EXIT_REFUSED, "the library was changed meanwhile");
+        throw Failure(exit_refused, "the library was changed meanwhile");
     }
     const std::string index = index_text(list);
-    write_file(folder / INDEX_NAME, index.data(), index.size());
+    write_file(folder / index_name, index.data(), index.size());
     return notices;
 }
 
@@ -180,7 +180,7 @@ std::vector<std::string> write_backup(const fs::path& folder, const PresetList& 
 struct BackedUpPreset {
     fs::path file;
     std::string name;
-    int gradeComboIndex;
+    int grade_combo_index;
 };
 
 struct Backup {
@@ -189,7 +189,7 @@ struct Backup {
 };
 
 Failure broken(const fs::path& file, const std::string& what) {
-    return Failure(EXIT_USAGE, file.string() + ": " + what);
+    return Failure(exit_usage, file.string() + ": " + what);
 }
 
 ordered_json read_index(const fs::path& file) {
@@ -199,8 +199,8 @@ ordered_json read_index(const fs::path& file) {
         static const std::set<std::string> known = {"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"};
         if (known.count(member.key()) == 0) throw broken(file, member.key() + ": is not a known field here");
     }
-    if (index.value("formatVersion", ordered_json()) != FORMAT_VERSION) {
-        throw broken(file, "formatVersion: must be " + std::to_string(FORMAT_VERSION));
+    if (index.value("formatVersion", ordered_json()) != format_version) {
+        throw broken(file, "formatVersion: must be " + std::to_string(format_version));
     }
     const ordered_json presets = index.value("presets", ordered_json());
     const auto is_text = [](const ordered_json& value) { return value.is_string(); };
@@ -220,7 +220,7 @@ ordered_json read_index(const fs::path& file) {
 
 // Reads every file of the backup once; the payloads are read again when their preset's turn comes.
 Backup read_backup(const fs::path& folder) {
-    const fs::path file = folder / INDEX_NAME;
+    const fs::path file = folder / index_name;
     const ordered_json index = read_index(file);
     Backup backup{{}, index.value("gradeCombos", ordered_json::array())};
     std::set<std::string> names;
@@ -229,12 +229,12 @@ Backup read_backup(const fs::path& folder) {
         if (name.empty() || name == ".." || name.find('\0') != std::string::npos || fs::path(name).filename() != name) {
             throw broken(file, "presets: '" + name + "' must be a file of the same folder");
         }
-        const Grade grade = read_grade_file(folder / name, GradeUse::BACKUP);
+        const Grade grade = read_grade_file(folder / name, GradeUse::backup);
         if (!grade.name) throw broken(folder / name, "name: is missing");
         if (!names.insert(*grade.name).second) {
             throw broken(folder / name, "name: '" + *grade.name + "' is another preset's name too");
         }
-        backup.presets.push_back({folder / name, *grade.name, grade.gradeComboIndex});
+        backup.presets.push_back({folder / name, *grade.name, grade.grade_combo_index});
     }
     return backup;
 }
@@ -242,22 +242,22 @@ Backup read_backup(const fs::path& folder) {
 // A combination's number says nothing when the device's combination of that number is another one.
 void check_fits(const Backup& backup, const PresetList& list) {
     if (backup.presets.size() > static_cast<std::size_t>(std::max(list.maximum, 0))) {
-        throw Failure(EXIT_USAGE, "presets restore: the backup holds " + std::to_string(backup.presets.size()) +
+        throw Failure(exit_usage, "presets restore: the backup holds " + std::to_string(backup.presets.size()) +
                                       " presets; the device has room for " + std::to_string(list.maximum));
     }
     const std::vector<std::vector<std::string>> here = list_combinations("presets restore");
     for (const BackedUpPreset& preset : backup.presets) {
-        if (preset.gradeComboIndex > static_cast<int>(here.size())) {
+        if (preset.grade_combo_index > static_cast<int>(here.size())) {
             throw broken(preset.file, "gradeComboIndex: this device has no grade combination " +
-                                          std::to_string(preset.gradeComboIndex));
+                                          std::to_string(preset.grade_combo_index));
         }
     }
     for (const ordered_json& combo : backup.combos) {
         const auto index = combo.at("gradeComboIndex").get<std::int64_t>();
-        const auto uses = [index](const BackedUpPreset& preset) { return preset.gradeComboIndex == index; };
+        const auto uses = [index](const BackedUpPreset& preset) { return preset.grade_combo_index == index; };
         if (std::none_of(backup.presets.begin(), backup.presets.end(), uses)) continue;
         if (index < 1 || ordered_json(here[static_cast<std::size_t>(index - 1)]) != combo.at("gradeCombo")) {
-            throw Failure(EXIT_USAGE, "presets restore: grade combination " + std::to_string(index) +
+            throw Failure(exit_usage, "presets restore: grade combination " + std::to_string(index) +
                                           " is not the same on this device as in the backup");
         }
     }
@@ -274,13 +274,13 @@ class Restore {
     void run() {
         Progress progress("restoring", backup_.presets.size());
         for (const BackedUpPreset& preset : backup_.presets) {
-            if (interrupted != 0) throw Failure(EXIT_INTERRUPTED, "interrupted");
+            if (interrupted != 0) throw Failure(exit_interrupted, "interrupted");
             progress.show(done_ + 1);
             upload(preset);
             ++done_;
         }
         while (delete_one_extra()) {
-            if (interrupted != 0) throw Failure(EXIT_INTERRUPTED, "interrupted");
+            if (interrupted != 0) throw Failure(exit_interrupted, "interrupted");
         }
         check_result();
     }
@@ -289,12 +289,12 @@ class Restore {
 
   private:
     void upload(const BackedUpPreset& preset) {
-        Grade grade = read_grade_file(preset.file, GradeUse::BACKUP);
+        Grade grade = read_grade_file(preset.file, GradeUse::backup);
         const bool replaces = std::find(present_.begin(), present_.end(), preset.name) != present_.end();
         if (!replaces && present_.size() >= static_cast<std::size_t>(maximum_)) delete_one_extra();
         const std::vector<gradeComponent> records = records_of(grade);
         require_success("preset '" + preset.name + "'",
-                        lutc_send_preset(preset.name.c_str(), 0, static_cast<int>(done_) + 1, grade.gradeComboIndex,
+                        lutc_send_preset(preset.name.c_str(), 0, static_cast<int>(done_) + 1, grade.grade_combo_index,
                                          false, 0, records.data(), static_cast<int>(records.size())));
         if (!replaces) present_.push_back(preset.name);
     }
@@ -313,7 +313,7 @@ class Restore {
         const auto same = [](const BackedUpPreset& a, const ListedPreset& b) { return a.name == b.name; };
         if (!std::equal(backup_.presets.begin(), backup_.presets.end(), list.presets.begin(), list.presets.end(),
                         same)) {
-            throw Failure(EXIT_REFUSED, "the library that results is not the backup's");
+            throw Failure(exit_refused, "the library that results is not the backup's");
         }
     }
 
@@ -331,7 +331,7 @@ void backup_presets(const Context& context, const std::string& name, bool yes) {
     if (folder.filename().empty()) folder = folder.parent_path();
     const fs::path unfinished = folder.string() + ".part";
     if (folder == fs::current_path()) {
-        throw Failure(EXIT_USAGE, name + ": is the current folder, which can't be replaced; give another");
+        throw Failure(exit_usage, name + ": is the current folder, which can't be replaced; give another");
     }
     check_replaceable(folder);
     check_replaceable(unfinished);
@@ -350,7 +350,7 @@ void backup_presets(const Context& context, const std::string& name, bool yes) {
         std::error_code ignored;
         fs::remove_all(unfinished, ignored);
         const auto* failure = dynamic_cast<const Failure*>(&error);
-        throw Failure(failure != nullptr ? failure->code() : EXIT_REFUSED,
+        throw Failure(failure != nullptr ? failure->code() : exit_refused,
                       "presets backup: " + std::string(error.what()) + "; " + count_of(done, list.presets.size()) +
                           " had been read, " + name + " is as it was");
     }

@@ -12,10 +12,10 @@ namespace lutc_cli {
 namespace {
 
 // An answer of 2 MiB has no room for more components.
-constexpr std::size_t MOST_COMPONENTS = 1 << 16;
-constexpr int KIND_NOT_WRITTEN = -1;
+constexpr std::size_t most_components = 1 << 16;
+constexpr int kind_not_written = -1;
 // On a busy machine a pause within a long answer looks like its end; asking again changes nothing.
-constexpr int DOWNLOAD_ATTEMPTS = 3;
+constexpr int download_attempts = 3;
 
 std::vector<std::string> take_strings(gradeCombo& combo) {
     std::vector<std::string> strings;
@@ -39,8 +39,8 @@ void release(std::vector<gradeComponent>& records) {
 Component component_of(const gradeComponent& record) {
     Component component;
     component.kind = record.kind;
-    component.typeIndex = std::max(record.typeIndex, 0);
-    if (record.dataFormat != nullptr) component.dataFormat = record.dataFormat;
+    component.type_index = std::max(record.typeIndex, 0);
+    if (record.dataFormat != nullptr) component.data_format = record.dataFormat;
     if (record.cdlValues != nullptr) component.values = *record.cdlValues;
     if (record.dataSize > 0) component.data.assign(record.data, record.data + record.dataSize);
     return component;
@@ -123,27 +123,27 @@ std::vector<std::vector<std::string>> list_combinations(const std::string& what)
 
 Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::string>& notices) {
     gradeComponent untouched = {};
-    untouched.kind = KIND_NOT_WRITTEN;
-    std::vector<gradeComponent> records(MOST_COMPONENTS, untouched);
+    untouched.kind = kind_not_written;
+    std::vector<gradeComponent> records(most_components, untouched);
     int count = 0;
     Grade grade;
     grade.name = preset.name;
     int result = -1;
-    for (int attempt = 0; result != 0 && attempt < DOWNLOAD_ATTEMPTS; ++attempt) {
+    for (int attempt = 0; result != 0 && attempt < download_attempts; ++attempt) {
         count = static_cast<int>(records.size());
-        result = lutc_recv_preset(preset.name.c_str(), 0, &grade.gradeComboIndex, records.data(), &count);
+        result = lutc_recv_preset(preset.name.c_str(), 0, &grade.grade_combo_index, records.data(), &count);
     }
     require_success(what, result);
     records.resize(static_cast<std::size_t>(count));
     for (const gradeComponent& record : records) grade.components.push_back(component_of(record));
     release(records);
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
-        if (grade.components[i].kind == KIND_NOT_WRITTEN) {
-            throw Failure(EXIT_REFUSED,
+        if (grade.components[i].kind == kind_not_written) {
+            throw Failure(exit_refused,
                           what + ": component " + std::to_string(i + 1) + " is of a kind that lutc can't keep");
         }
     }
-    for (const std::size_t component : tell_cdl_from_saturation(grade.components, preset.gradeCombo)) {
+    for (const std::size_t component : tell_cdl_from_saturation(grade.components, preset.grade_combo)) {
         notices.push_back("preset '" + preset.name + "': component " + std::to_string(component) +
                           " is either a cdl or a saturation; the file has the more likely");
     }

@@ -11,8 +11,8 @@ namespace lutc_cli {
 
 struct ListedPreset {
     std::string name;
-    int gradeComboIndex;
-    std::vector<std::string> gradeCombo;
+    int grade_combo_index;
+    std::vector<std::string> grade_combo;
 };
 
 struct PresetList {

@@ -35,21 +35,21 @@ void show_list(const Context& context) {
     for (std::size_t i = 0; i < list.presets.size(); ++i) {
         presets.push_back({{"presetIndex", i + 1},
                            {"presetName", list.presets[i].name},
-                           {"gradeComboIndex", list.presets[i].gradeComboIndex},
-                           {"gradeCombo", list.presets[i].gradeCombo}});
+                           {"gradeComboIndex", list.presets[i].grade_combo_index},
+                           {"gradeCombo", list.presets[i].grade_combo}});
     }
     print_result(context, {{"maxPresetsListSize", list.maximum}, {"presets", presets}});
 }
 
 void upload(Options& options) {
-    Grade grade = read_grade_file(options.path, GradeUse::PRESET);
+    Grade grade = read_grade_file(options.path, GradeUse::preset);
     PresetSelector preset = options.preset;
     if (!preset.given()) {
-        if (!grade.name) throw Failure(EXIT_USAGE, options.path + ": name: is missing; give --name or --index");
+        if (!grade.name) throw Failure(exit_usage, options.path + ": name: is missing; give --name or --index");
         preset.name = *grade.name;
         preset.named = true;
     }
-    const int combination = options.combination > 0 ? options.combination : grade.gradeComboIndex;
+    const int combination = options.combination > 0 ? options.combination : grade.grade_combo_index;
     const std::vector<gradeComponent> records = records_of(grade);
     require_success("presets upload: " + preset.shown(),
                     lutc_send_preset(preset.name_or_null(), preset.index, options.to, combination, options.apply,
@@ -64,11 +64,11 @@ ListedPreset find_preset(const std::string& what, const PresetSelector& selector
             return preset;
         }
     }
-    throw Failure(EXIT_REFUSED, what + ": there is no such preset");
+    throw Failure(exit_refused, what + ": there is no such preset");
 }
 
 void download(const Context& context, const Options& options) {
-    if (options.path == "-") throw Failure(EXIT_USAGE, "presets download: give a file: tables are written beside it");
+    if (options.path == "-") throw Failure(exit_usage, "presets download: give a file: tables are written beside it");
     const std::string what = "presets download: " + options.preset.shown();
     std::vector<std::string> notices;
     const Grade grade = download_preset(what, find_preset(what, options.preset), notices);
@@ -194,13 +194,13 @@ void add_library(CLI::App& group, Context& context) {
         int (*call)();
         const char* question;  // or null
     };
-    static const Command COMMANDS[] = {
+    static const Command commands[] = {
         {"load", "Replace the library by the one on the device's media", lutc_load_presets_from_media,
          "Replace the library by the one on the media?"},
         {"save", "Store the library on the device's media", lutc_save_presets_to_media, nullptr},
         {"clear", "Delete every preset of the library", lutc_delete_all_presets, "Delete every preset of the library?"},
     };
-    for (const Command& command : COMMANDS) {
+    for (const Command& command : commands) {
         auto options = std::make_shared<Options>();
         CLI::App* added = group.add_subcommand(command.name, command.description);
         if (command.question != nullptr) add_yes(*added, options->yes, "Go on");

@@ -13,8 +13,8 @@
 namespace lutc_cli {
 namespace {
 
-constexpr int SERVICE_PORT = 54440;
-constexpr int PROBE_TIMEOUT_MS = 1000;
+constexpr int service_port = 54440;
+constexpr int probe_timeout_ms = 1000;
 
 // The port lies in the range of local ports, so that a connect with nobody listening may reach itself.
 bool reached_itself(int descriptor) {
@@ -30,13 +30,13 @@ bool reached_itself(int descriptor) {
 bool connects(int descriptor) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(SERVICE_PORT);
+    address.sin_port = htons(service_port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         if (errno != EINPROGRESS) return false;
         pollfd wait{descriptor, POLLOUT, 0};
         // No answer at all is a listener whose queue is full: an absent one refuses at once.
-        if (poll(&wait, 1, PROBE_TIMEOUT_MS) < 1) return true;
+        if (poll(&wait, 1, probe_timeout_ms) < 1) return true;
         int error = 0;
         socklen_t size = sizeof error;
         if (getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) return false;
@@ -57,9 +57,9 @@ bool service_listens() {
 void require_success(const std::string& what, int result) {
     if (result == 0) return;
     if (!service_listens()) {
-        throw Failure(EXIT_NOBODY, what + ": no service listens on 127.0.0.1:" + std::to_string(SERVICE_PORT));
+        throw Failure(exit_nobody, what + ": no service listens on 127.0.0.1:" + std::to_string(service_port));
     }
-    throw Failure(EXIT_REFUSED, what + ": the service refused or gave no usable answer");
+    throw Failure(exit_refused, what + ": the service refused or gave no usable answer");
 }
 
 }  // namespace lutc_cli

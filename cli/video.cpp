@@ -5,10 +5,10 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include <lutc/lutc.h>
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/service.h"
-#include <lutc/lutc.h>
 
 namespace lutc_cli {
 namespace {
@@ -16,7 +16,7 @@ namespace {
 using nlohmann::ordered_json;
 
 // By their type code.
-constexpr std::array<const char*, 3> END_NAMES = {"input", "channel", "output"};
+constexpr std::array<const char*, 3> end_names = {"input", "channel", "output"};
 
 struct End {
     int type = -1;
@@ -27,21 +27,21 @@ struct End {
 End read_end(const std::string& text) {
     const std::size_t colon = text.find(':');
     End end;
-    for (std::size_t i = 0; i < END_NAMES.size(); ++i) {
-        if (text.substr(0, colon) == END_NAMES[i]) end.type = static_cast<int>(i);
+    for (std::size_t i = 0; i < end_names.size(); ++i) {
+        if (text.substr(0, colon) == end_names[i]) end.type = static_cast<int>(i);
     }
     const char* last = text.data() + text.size();
     const char* first = colon == std::string::npos ? last : text.data() + colon + 1;
     const auto [stop, error] = std::from_chars(first, last, end.index);
     if (end.type < 0 || error != std::errc() || stop != last) {
-        throw Failure(EXIT_USAGE, "'" + text + "' is no end of a connection such as input:1, channel:2 or output:1");
+        throw Failure(exit_usage, "'" + text + "' is no end of a connection such as input:1, channel:2 or output:1");
     }
     return end;
 }
 
 std::string shown_end(int type, int index) {
-    const bool known = type >= 0 && type < static_cast<int>(END_NAMES.size());
-    return (known ? END_NAMES[static_cast<std::size_t>(type)] : "unknown") + (":" + std::to_string(index));
+    const bool known = type >= 0 && type < static_cast<int>(end_names.size());
+    return (known ? end_names[static_cast<std::size_t>(type)] : "unknown") + (":" + std::to_string(index));
 }
 
 void list_connections(const Context& context) {
@@ -63,10 +63,10 @@ void connect_ends(const std::string& from, const std::string& to) {
     const End source = read_end(from);
     const End destination = read_end(to);
     if (source.type == LUTC_VIDEO_OUTPUT) {
-        throw Failure(EXIT_USAGE, "'" + from + "' can't be a source: give an input or a channel");
+        throw Failure(exit_usage, "'" + from + "' can't be a source: give an input or a channel");
     }
     if (destination.type == LUTC_VIDEO_INPUT) {
-        throw Failure(EXIT_USAGE, "'" + to + "' can't be a destination: give a channel or an output");
+        throw Failure(exit_usage, "'" + to + "' can't be a destination: give a channel or an output");
     }
     const videoConnection connection{source.type, source.index, destination.type, destination.index};
     require_success("video connect " + from + " " + to, lutc_set_video_connection(&connection));

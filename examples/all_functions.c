@@ -35,17 +35,17 @@ static int read_device(void) {
     char model[LUTC_MODEL_STRING_BUFFER_SIZE] = "";
     gradeCombo* combos = NULL;
     gradeChannel* channels = NULL;
-    int comboCount = 0;
-    int channelCount = 0;
+    int combo_count = 0;
+    int channel_count = 0;
     int found = 1;
-    report("lutc_model_info", lutc_model_info(model, NULL, NULL, &combos, &comboCount, &channels, &channelCount));
-    printf("    %s: %d combinations, %d channels\n", model, comboCount, channelCount);
-    for (int i = LUTC_GRADE_COMBO_SLOTS - 1; channelCount > 0 && i >= 0; --i) {
+    report("lutc_model_info", lutc_model_info(model, NULL, NULL, &combos, &combo_count, &channels, &channel_count));
+    printf("    %s: %d combinations, %d channels\n", model, combo_count, channel_count);
+    for (int i = LUTC_GRADE_COMBO_SLOTS - 1; channel_count > 0 && i >= 0; --i) {
         const int index = channels[0].supportedGradeComboIndices[i];
-        if (index < 1 || index > comboCount) continue;
+        if (index < 1 || index > combo_count) continue;
         if (has(&combos[index - 1], "cdl") && has(&combos[index - 1], "3dlut")) found = index;
     }
-    for (int i = 0; i < comboCount; ++i) free_combo(&combos[i]);
+    for (int i = 0; i < combo_count; ++i) free_combo(&combos[i]);
     free(combos);
     free(channels);
     return found;
@@ -102,9 +102,9 @@ static void read_presets(void) {
     gradeComponent received[4];
     memset(received, 0, sizeof received);
     int combination = 0;
-    int receivedCount = 4;
-    report("lutc_recv_preset", lutc_recv_preset("all functions", 0, &combination, received, &receivedCount));
-    for (int i = 0; i < receivedCount; ++i) {
+    int received_count = 4;
+    report("lutc_recv_preset", lutc_recv_preset("all functions", 0, &combination, received, &received_count));
+    for (int i = 0; i < received_count; ++i) {
         printf("    component %d: kind %d, %d bytes\n", i + 1, (int)received[i].kind, (int)received[i].dataSize);
         free(received[i].data);
         free(received[i].dataFormat);
@@ -134,14 +134,14 @@ static void control_device(const char* option) {
     int state = 0;
     videoConnection connections[LUTC_MAX_VIDEO_CONNECTIONS];
     const videoConnection route = {LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_CHANNEL, 1};
-    int connectionCount = 0;
+    int connection_count = 0;
     memset(connections, 0, sizeof connections);
     report("lutc_set_state", lutc_set_state(1, 1));
     report("lutc_get_state", lutc_get_state(&state, 1));
     printf("    state %d\n", state);
     report("lutc_set_video_connection", lutc_set_video_connection(&route));
-    report("lutc_get_video_connections", lutc_get_video_connections(connections, &connectionCount));
-    for (int i = 0; i < connectionCount; ++i) {
+    report("lutc_get_video_connections", lutc_get_video_connections(connections, &connection_count));
+    for (int i = 0; i < connection_count; ++i) {
         printf("    %d:%d to %d:%d\n", (int)connections[i].sourceType, (int)connections[i].sourceIndex,
                (int)connections[i].destinationType, (int)connections[i].destinationIndex);
     }

@@ -15,7 +15,7 @@
 namespace {
 
 // The most components that we expect in one preset. A preset that fills all places may have more.
-constexpr int maxComponents = 16;
+constexpr int max_components = 16;
 
 bool write_component(const std::string& path, const gradeComponent& component) {
     if (component.kind == LUTC_KIND_SATURATION && component.cdlValues != nullptr) {
@@ -33,10 +33,10 @@ bool write_component(const std::string& path, const gradeComponent& component) {
 }
 
 bool back_up(const std::string& folder, int index) {
-    std::vector<gradeComponent> components(maxComponents);  // zero-filled: what isn't received stays null
-    int count = maxComponents;
+    std::vector<gradeComponent> components(max_components);  // zero-filled: what isn't received stays null
+    int count = max_components;
     if (lutc_recv_preset(nullptr, index, nullptr, components.data(), &count) != 0) return false;
-    bool written = count < maxComponents;
+    bool written = count < max_components;
     for (int i = 0; i < count; ++i) {
         gradeComponent& component = components[static_cast<std::size_t>(i)];
         const std::string path = folder + "/" + std::to_string(index) + "-" + std::to_string(i + 1);

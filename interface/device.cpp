@@ -1,7 +1,7 @@
 #include <optional>
 
-#include "bson/wire_format.h"
 #include <lutc/lutc.h>
+#include "bson/wire_format.h"
 #include "interface/record_list.h"
 #include "interface/request_channel.h"
 
@@ -78,7 +78,7 @@ int lutc_model_info(char* modelName, char* friendlyName, char* modelSerial, grad
                     int* gradeComboCount, gradeChannel** gradeChannels, int* gradeChannelCount) noexcept {
     if (gradeCombos != nullptr && gradeComboCount == nullptr) return -1;
     if (gradeChannels != nullptr && gradeChannelCount == nullptr) return -1;
-    return call("getModelInfo", smallReply, nothing_to_append, [&](const bsonDocument& reply) {
+    return call("getModelInfo", small_reply, nothing_to_append, [&](const bsonDocument& reply) {
         std::string_view model;
         std::string_view friendly;
         std::string_view serial;
@@ -103,7 +103,7 @@ int lutc_model_info(char* modelName, char* friendlyName, char* modelSerial, grad
 int lutc_get_state(int* colorTransformState, int channelIndex) noexcept {
     if (colorTransformState == nullptr) return -1;
     return call(
-        "getColorTransformState", smallReply,
+        "getColorTransformState", small_reply,
         [&](bsonDocument& command) { add_index(command, "channelIndex", channelIndex); },
         [&](const bsonDocument& reply) {
             const bsonElement* const state = find_element(reply, "colorTransformState");
@@ -124,7 +124,7 @@ int lutc_set_state(int colorTransformState, int channelIndex) noexcept {
 int lutc_get_option(const char* name, char* value, uint32_t valueSize) noexcept {
     if (name == nullptr || (value == nullptr && valueSize != 0)) return -1;
     return call(
-        "getOption", smallReply, [&](bsonDocument& command) { add_element(command, "name", name); },
+        "getOption", small_reply, [&](bsonDocument& command) { add_element(command, "name", name); },
         [&](const bsonDocument& reply) {
             std::string_view text;
             if (!read_text(reply, "value", text)) return false;

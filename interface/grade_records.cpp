@@ -41,8 +41,8 @@ bool is_component_sendable(const gradeComponent& component, grade_use use) {
     }
 }
 
-void add_values(bsonDocument& document, const gradeComponent& component, const char* typeName) {
-    add_element(document, "type", typeName);
+void add_values(bsonDocument& document, const gradeComponent& component, const char* type_name) {
+    add_element(document, "type", type_name);
     add_element(document, "dataFormat", "cdl");
     if (component.cdlValues != nullptr) {
         add_cdl(document, *component.cdlValues);
@@ -51,8 +51,8 @@ void add_values(bsonDocument& document, const gradeComponent& component, const c
     }
 }
 
-void add_table(bsonDocument& document, const gradeComponent& component, const char* typeName) {
-    add_element(document, "type", typeName);
+void add_table(bsonDocument& document, const gradeComponent& component, const char* type_name) {
+    add_element(document, "type", type_name);
     add_element(document, "dataFormat", component.dataFormat);
     add_element(document, "data", component.data, component.dataSize);
 }

@@ -1,5 +1,5 @@
-#include "interface/grade_records.h"
 #include <lutc/lutc.h>
+#include "interface/grade_records.h"
 #include "interface/request_channel.h"
 
 using namespace lutc;

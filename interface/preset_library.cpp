@@ -1,5 +1,5 @@
-#include "bson/wire_format.h"
 #include <lutc/lutc.h>
+#include "bson/wire_format.h"
 #include "interface/preset_selector.h"
 #include "interface/record_list.h"
 #include "interface/request_channel.h"
@@ -31,7 +31,7 @@ int edit_preset(const char* command, const preset_selector& preset, AppendRest a
 template <class Append>
 int read_choice(const char* command, Append append, char* presetName, int* presetIndex) {
     if (presetName == nullptr || presetIndex == nullptr) return -1;
-    return call(command, smallReply, append, [&](const bsonDocument& reply) {
+    return call(command, small_reply, append, [&](const bsonDocument& reply) {
         std::string_view name;
         int index;
         if (!read_text(reply, "presetName", name) || !read_int32(reply, "presetIndex", index)) return false;
@@ -51,7 +51,7 @@ int lutc_delete_all_presets() noexcept { return call("deleteAllPresets", nothing
 
 int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) noexcept {
     if (presets == nullptr || presetCount == nullptr || maxPresetsListSize == nullptr) return -1;
-    return call("getPresetsList", presetListReply, nothing_to_append, [&](const bsonDocument& reply) {
+    return call("getPresetsList", preset_list_reply, nothing_to_append, [&](const bsonDocument& reply) {
         int maximum;
         if (!read_int32(reply, "maxPresetsListSize", maximum)) return false;
         const bsonDocument* const list = get_document(find_element(reply, "presetsList"), lutc_bson::type::array);

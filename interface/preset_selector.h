@@ -12,8 +12,8 @@ namespace lutc {
 class preset_selector {
   public:
     // name may be null. lowestIndex: the lowest index that is sent.
-    preset_selector(const char* name, int index, int lowestIndex = 1)
-        : name_(name), index_(index), lowestIndex_(lowestIndex) {}
+    preset_selector(const char* name, int index, int lowest_index = 1)
+        : name_(name), index_(index), lowest_index_(lowest_index) {}
 
     bool is_sendable() const {
         return name_ == nullptr || strnlen(name_, LUTC_PRESET_NAME_SIZE + 1) <= LUTC_PRESET_NAME_SIZE;
@@ -23,7 +23,7 @@ class preset_selector {
     void append_to(bsonDocument& command) const {
         if (name_ != nullptr) {
             add_element(command, "presetName", name_);
-        } else if (index_ >= lowestIndex_) {
+        } else if (index_ >= lowest_index_) {
             add_element(command, "presetIndex", index_);
         }
     }
@@ -31,7 +31,7 @@ class preset_selector {
   private:
     const char* name_;
     int index_;
-    int lowestIndex_;
+    int lowest_index_;
 };
 
 }  // namespace lutc

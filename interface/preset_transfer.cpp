@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <vector>
 
+#include <lutc/lutc.h>
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/wire_format.h"
 #include "interface/grade_records.h"
-#include <lutc/lutc.h>
 #include "interface/preset_selector.h"
 #include "interface/request_channel.h"
 
@@ -17,22 +17,22 @@ namespace {
 
 // One component as read; the blocks become the caller's when it is handed over.
 struct received_component {
-    static constexpr std::int32_t unknownKind = -1;
+    static constexpr std::int32_t unknown_kind = -1;
 
-    std::int32_t kind = unknownKind;
-    std::int32_t typeIndex = 0;
-    std::int32_t dataSize = 0;
+    std::int32_t kind = unknown_kind;
+    std::int32_t type_index = 0;
+    std::int32_t data_size = 0;
     malloc_ptr<unsigned char> data;
-    malloc_ptr<char> dataFormat;
-    malloc_ptr<cdl> cdlValues;
+    malloc_ptr<char> data_format;
+    malloc_ptr<cdl> cdl_values;
 };
 
 bool read_data(const bsonDocument& component, received_component& out) {
     const bsonElement* const element = find_element(component, "data", type::binary);
     if (element == nullptr) return false;
-    const std::uint32_t size = lutc_bson::readableSize(*element);
-    if (size != 0) out.data.reset(lutc_bson::newCopyOfBytes(element->value, size));
-    out.dataSize = static_cast<std::int32_t>(size);
+    const std::uint32_t size = lutc_bson::readable_size(*element);
+    if (size != 0) out.data.reset(lutc_bson::new_copy_of_bytes(element->value, size));
+    out.data_size = static_cast<std::int32_t>(size);
     return true;
 }
 
@@ -40,7 +40,7 @@ bool read_table(const bsonDocument& component, std::int32_t kind, received_compo
     std::string_view format;
     if (!read_text(component, "dataFormat", format) || !read_data(component, out)) return false;
     out.kind = kind;
-    out.dataFormat.reset(new_text(format));
+    out.data_format.reset(new_text(format));
     return true;
 }
 
@@ -66,24 +66,24 @@ bool read_values(const bsonDocument& component, received_component& out) {
         return read_data(component, out);
     }
     out.kind = LUTC_KIND_SATURATION;
-    out.cdlValues.reset(static_cast<cdl*>(std::calloc(1, sizeof(cdl))));
-    if (out.cdlValues == nullptr) throw std::bad_alloc();
-    out.cdlValues->saturation = saturation->getDoubleValue();
-    return saturation->valueType == type::real && read_triple(component, "power", out.cdlValues->power) &&
-           read_triple(component, "slope", out.cdlValues->slope) &&
-           read_triple(component, "offset", out.cdlValues->offset);
+    out.cdl_values.reset(static_cast<cdl*>(std::calloc(1, sizeof(cdl))));
+    if (out.cdl_values == nullptr) throw std::bad_alloc();
+    out.cdl_values->saturation = saturation->getDoubleValue();
+    return saturation->valueType == type::real && read_triple(component, "power", out.cdl_values->power) &&
+           read_triple(component, "slope", out.cdl_values->slope) &&
+           read_triple(component, "offset", out.cdl_values->offset);
 }
 
 bool read_component(const bsonElement& element, received_component& out) {
     const bsonDocument* const component = get_document(element);
-    std::string_view typeName;
-    if (component == nullptr || !read_text(*component, "type", typeName) ||
-        !read_int32(*component, "typeIndex", out.typeIndex)) {
+    std::string_view type_name;
+    if (component == nullptr || !read_text(*component, "type", type_name) ||
+        !read_int32(*component, "typeIndex", out.type_index)) {
         return false;
     }
-    if (typeName == "1dlut") return read_table(*component, LUTC_KIND_LUT_1D, out);
-    if (typeName == "3dlut") return read_table(*component, LUTC_KIND_LUT_3D, out);
-    if (typeName == "saturation" || typeName == "cdl") return read_values(*component, out);
+    if (type_name == "1dlut") return read_table(*component, LUTC_KIND_LUT_1D, out);
+    if (type_name == "3dlut") return read_table(*component, LUTC_KIND_LUT_3D, out);
+    if (type_name == "saturation" || type_name == "cdl") return read_values(*component, out);
     return true;
 }
 
@@ -102,16 +102,16 @@ bool read_components(const bsonDocument& reply, int capacity, std::vector<receiv
 
 // Writes the fields that the kind has.
 void hand_over(received_component& received, gradeComponent& record) {
-    record.typeIndex = received.typeIndex;
-    if (received.kind == received_component::unknownKind) return;
+    record.typeIndex = received.type_index;
+    if (received.kind == received_component::unknown_kind) return;
     record.kind = received.kind;
-    if (received.cdlValues != nullptr) {
-        record.cdlValues = received.cdlValues.release();
+    if (received.cdl_values != nullptr) {
+        record.cdlValues = received.cdl_values.release();
         return;
     }
-    if (received.dataFormat != nullptr) record.dataFormat = received.dataFormat.release();
+    if (received.data_format != nullptr) record.dataFormat = received.data_format.release();
     record.data = received.data.release();
-    record.dataSize = received.dataSize;
+    record.dataSize = received.data_size;
 }
 
 }  // namespace
@@ -138,13 +138,13 @@ int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboInd
     if (!preset.is_sendable() || componentCount == nullptr) return -1;
     if (components == nullptr && *componentCount > 0) return -1;
     return call(
-        "getPreset", presetReply, [&](bsonDocument& command) { preset.append_to(command); },
+        "getPreset", preset_reply, [&](bsonDocument& command) { preset.append_to(command); },
         [&](const bsonDocument& reply) {
-            int comboIndex = 0;
-            if (gradeComboIndex != nullptr && !read_int32(reply, "gradeComboIndex", comboIndex)) return false;
+            int combo_index = 0;
+            if (gradeComboIndex != nullptr && !read_int32(reply, "gradeComboIndex", combo_index)) return false;
             std::vector<received_component> received;
             if (!read_components(reply, *componentCount, received)) return false;
-            if (gradeComboIndex != nullptr) *gradeComboIndex = comboIndex;
+            if (gradeComboIndex != nullptr) *gradeComboIndex = combo_index;
             for (std::size_t i = 0; i < received.size(); ++i) hand_over(received[i], components[i]);
             *componentCount = static_cast<int>(received.size());
             return true;

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "bson/wire_format.h"
 #include <lutc/lutc.h>
+#include "bson/wire_format.h"
 #include "interface/request_channel.h"
 
 namespace lutc {

@@ -10,11 +10,11 @@
 #include <cstring>
 #include <new>
 
+#include <lutc/qv_rpc_client.h>
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/encoder.h"
 #include "bson/wire_format.h"
-#include <lutc/qv_rpc_client.h>
 
 namespace lutc {
 
@@ -24,18 +24,18 @@ using lutc_bson::malloc_ptr;
 
 namespace {
 
-constexpr const char* serviceHost = "127.0.0.1";
-constexpr const char* servicePort = "54440";
+constexpr const char* service_host = "127.0.0.1";
+constexpr const char* service_port = "54440";
 
 using monotonic = std::chrono::steady_clock;
-constexpr std::chrono::milliseconds sendLimit(15000);       // to hand over the whole command
-constexpr std::chrono::milliseconds firstByteLimit(15000);  // for each message
-constexpr std::chrono::milliseconds silenceEndsMessage(10);
+constexpr std::chrono::milliseconds send_limit(15000);        // to hand over the whole command
+constexpr std::chrono::milliseconds first_byte_limit(15000);  // for each message
+constexpr std::chrono::milliseconds silence_ends_message(10);
 
 // One connection, from its connect to its one disconnect.
 class connection {
   public:
-    connection() : descriptor_(qv_rpc_client_connect(serviceHost, servicePort, &first_, &second_)) {}
+    connection() : descriptor_(qv_rpc_client_connect(service_host, service_port, &first_, &second_)) {}
     ~connection() { qv_rpc_client_disconnect(descriptor_, &first_, &second_); }
     connection(const connection&) = delete;
     connection& operator=(const connection&) = delete;
@@ -67,13 +67,13 @@ class sigpipe_shield {
         sigaddset(&sigpipe_, SIGPIPE);
         sigset_t pending;
         sigpending(&pending);
-        wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+        was_pending_ = sigismember(&pending, SIGPIPE) == 1;
         pthread_sigmask(SIG_BLOCK, &sigpipe_, &previous_);
     }
 
     ~sigpipe_shield() {
         const int error = errno;
-        if (!wasPending_ && error == EPIPE) {
+        if (!was_pending_ && error == EPIPE) {
             const timespec now{0, 0};
             while (sigtimedwait(&sigpipe_, nullptr, &now) < 0 && errno == EINTR) {
             }
@@ -88,7 +88,7 @@ class sigpipe_shield {
   private:
     sigset_t sigpipe_;
     sigset_t previous_;
-    bool wasPending_;
+    bool was_pending_;
 };
 
 // One write of what fits now; -1 with errno. A descriptor that is no socket may block.
@@ -102,7 +102,7 @@ ssize_t write_some(int descriptor, const unsigned char* bytes, std::size_t size)
 // Hands over the whole command. False when time ran out; true also when the service has closed its side, since its
 // reply may be there.
 bool write_command(int descriptor, const unsigned char* bytes, std::size_t size) {
-    const auto deadline = monotonic::now() + sendLimit;
+    const auto deadline = monotonic::now() + send_limit;
     while (size > 0) {
         const ssize_t written = write_some(descriptor, bytes, size);
         if (written > 0) {
@@ -131,7 +131,7 @@ ssize_t read_some(int descriptor, unsigned char* bytes, std::size_t room, monoto
 std::uint32_t read_message(int descriptor, unsigned char* buffer, std::uint32_t capacity) {
     std::uint32_t count = 0;
     while (count < capacity) {
-        const auto limit = count == 0 ? firstByteLimit : silenceEndsMessage;
+        const auto limit = count == 0 ? first_byte_limit : silence_ends_message;
         const ssize_t more = read_some(descriptor, buffer + count, capacity - count, monotonic::now() + limit);
         if (more <= 0) break;
         count += static_cast<std::uint32_t>(more);
@@ -141,7 +141,7 @@ std::uint32_t read_message(int descriptor, unsigned char* buffer, std::uint32_t 
 
 // Reads messages into the document until one is the reply.
 bool read_reply(int descriptor, bsonDocument& document, std::uint32_t capacity) {
-    malloc_ptr<unsigned char> received(lutc_bson::newBytes(capacity));
+    malloc_ptr<unsigned char> received(lutc_bson::new_bytes(capacity));
     unsigned char* const buffer = received.get();
     for (;;) {
         const std::uint32_t size = read_message(descriptor, buffer, capacity);
@@ -149,9 +149,9 @@ bool read_reply(int descriptor, bsonDocument& document, std::uint32_t capacity) 
         if (received != nullptr) document.message = received.release();
         document.messageSize = size;
         if (document.convertMessageToElementList(true) != 1) return false;
-        const bsonElement* const messageType = find_element(document, "type", type::string);
-        if (messageType == nullptr) return false;
-        if (messageType->getStringValue() == "response") return true;
+        const bsonElement* const message_type = find_element(document, "type", type::string);
+        if (message_type == nullptr) return false;
+        if (message_type->getStringValue() == "response") return true;
     }
 }
 
@@ -231,7 +231,7 @@ const bsonElement* find_element(const bsonDocument& document, std::string_view k
 
 const bsonDocument* get_document(const bsonElement& element) {
     const bsonDocument* const document = element.documentValue;
-    return document != nullptr && lutc_bson::isDecodedWhole(*document) ? document : nullptr;
+    return document != nullptr && lutc_bson::is_decoded_whole(*document) ? document : nullptr;
 }
 
 const bsonDocument* get_document(const bsonElement* element, std::uint8_t wanted) {
@@ -239,7 +239,7 @@ const bsonDocument* get_document(const bsonElement* element, std::uint8_t wanted
 }
 
 std::string_view text_of(const bsonElement& element) {
-    if (lutc_bson::readableSize(element) == 0) return {};
+    if (lutc_bson::readable_size(element) == 0) return {};
     return {reinterpret_cast<const char*>(element.value), element.valueSize - 1};
 }
 
@@ -264,7 +264,7 @@ void copy_text(char* destination, std::size_t size, std::string_view text) {
 
 char* new_text(std::string_view text) {
     text = up_to_zero(text);
-    auto* const copy = reinterpret_cast<char*>(lutc_bson::newBytes(text.size() + 1));
+    auto* const copy = reinterpret_cast<char*>(lutc_bson::new_bytes(text.size() + 1));
     copy_text(copy, text.size() + 1, text);
     return copy;
 }

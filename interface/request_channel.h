@@ -17,9 +17,9 @@ namespace lutc {
 using document_ptr = std::unique_ptr<bsonDocument>;
 
 // The most bytes that a reply may have. A reply is read into one buffer of this size.
-constexpr std::uint32_t smallReply = 1024;
-constexpr std::uint32_t presetListReply = 524288;
-constexpr std::uint32_t presetReply = 2097152;
+constexpr std::uint32_t small_reply = 1024;
+constexpr std::uint32_t preset_list_reply = 524288;
+constexpr std::uint32_t preset_reply = 2097152;
 
 // ---- The command ----
 
@@ -116,7 +116,7 @@ int call(const char* command, std::uint32_t capacity, Append append, Read read) 
 // A call that reads nothing from the reply.
 template <class Append>
 int call(const char* command, Append append) noexcept {
-    return call(command, smallReply, append, [](const bsonDocument&) { return true; });
+    return call(command, small_reply, append, [](const bsonDocument&) { return true; });
 }
 
 // A call without fields of its own.

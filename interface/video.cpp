@@ -1,5 +1,5 @@
-#include "bson/wire_format.h"
 #include <lutc/lutc.h>
+#include "bson/wire_format.h"
 #include "interface/request_channel.h"
 
 using namespace lutc;
@@ -11,23 +11,23 @@ struct connection_type {
     std::int32_t code;
     const char* name;
 };
-constexpr connection_type connectionTypes[] = {
+constexpr connection_type connection_types[] = {
     {LUTC_VIDEO_INPUT, "input"}, {LUTC_VIDEO_CHANNEL, "channel"}, {LUTC_VIDEO_OUTPUT, "output"}};
 
 // One end of a connection as it stands in a reply.
 struct connection_end {
     int index = 0;
-    std::string_view typeName;
+    std::string_view type_name;
 
-    bool read(const bsonDocument& connection, const char* indexKey, const char* typeKey) {
-        return read_int32(connection, indexKey, index) && read_text(connection, typeKey, typeName);
+    bool read(const bsonDocument& connection, const char* index_key, const char* type_key) {
+        return read_int32(connection, index_key, index) && read_text(connection, type_key, type_name);
     }
 
     // A type that is none of the three leaves the code as it is.
-    void hand_over(std::int32_t& code, std::int32_t& codeIndex) const {
-        codeIndex = index;
-        for (const connection_type& known : connectionTypes) {
-            if (typeName == known.name) code = known.code;
+    void hand_over(std::int32_t& code, std::int32_t& code_index) const {
+        code_index = index;
+        for (const connection_type& known : connection_types) {
+            if (type_name == known.name) code = known.code;
         }
     }
 };
@@ -50,14 +50,14 @@ struct received_connection {
 
 // Appends the type's name when it is one of the two that this end may have.
 void add_type(bsonDocument& command, const char* key, std::int32_t code, std::int32_t other) {
-    if (code == LUTC_VIDEO_CHANNEL || code == other) add_element(command, key, connectionTypes[code].name);
+    if (code == LUTC_VIDEO_CHANNEL || code == other) add_element(command, key, connection_types[code].name);
 }
 
 }  // namespace
 
 int lutc_get_video_connections(videoConnection* connections, int* connectionCount) noexcept {
     if (connections == nullptr || connectionCount == nullptr) return -1;
-    return call("getVideoConnections", smallReply, nothing_to_append, [&](const bsonDocument& reply) {
+    return call("getVideoConnections", small_reply, nothing_to_append, [&](const bsonDocument& reply) {
         int count = 0;
         if (const bsonElement* const list = find_element(reply, "videoConnections", type::array)) {
             int examined = 0;

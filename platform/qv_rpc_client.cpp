@@ -17,11 +17,11 @@ namespace {
 
 using monotonic = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds connectLimit(5000);
-constexpr timeval sendLimit{15, 0};
+constexpr std::chrono::milliseconds connect_limit(5000);
+constexpr timeval send_limit{15, 0};
 
 // The address, or false when host and port aren't numeric.
-bool parseAddress(const char* host, const char* port, sockaddr_in& address) {
+bool parse_address(const char* host, const char* port, sockaddr_in& address) {
     char* end = nullptr;
     const long number = std::strtol(port, &end, 10);
     if (end == port || *end != '\0' || number < 1 || number > 65535) return false;
@@ -31,11 +31,11 @@ bool parseAddress(const char* host, const char* port, sockaddr_in& address) {
     return inet_pton(AF_INET, host, &address.sin_addr) == 1;
 }
 
-int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
+int new_socket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
 
 // Waits until the connection is made or has failed; an errno value.
-int awaitConnection(int descriptor) {
-    const auto deadline = monotonic::now() + connectLimit;
+int await_connection(int descriptor) {
+    const auto deadline = monotonic::now() + connect_limit;
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - monotonic::now());
         if (left.count() <= 0) return ETIMEDOUT;
@@ -50,7 +50,7 @@ int awaitConnection(int descriptor) {
 }
 
 // The local port; 0 when the connection reaches itself.
-std::uint16_t localPortOf(int descriptor, const sockaddr_in& peer) {
+std::uint16_t local_port_of(int descriptor, const sockaddr_in& peer) {
     sockaddr_in local{};
     socklen_t size = sizeof local;
     if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&local), &size) != 0) return 0;
@@ -58,26 +58,26 @@ std::uint16_t localPortOf(int descriptor, const sockaddr_in& peer) {
     return itself ? std::uint16_t{0} : ntohs(local.sin_port);
 }
 
-void closeWithoutTrace(int descriptor) {
+void close_without_trace(int descriptor) {
     const linger abort{1, 0};  // leaves no half-closed connection on the service's own port
     setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
     close(descriptor);
 }
 
 // Connects; an errno value.
-int connectWithin(int descriptor, const sockaddr_in& address, std::uint16_t& localPort) {
+int connect_within(int descriptor, const sockaddr_in& address, std::uint16_t& localPort) {
     const int flags = fcntl(descriptor, F_GETFL);
     fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         if (errno != EINPROGRESS && errno != EINTR) return errno;
-        if (const int error = awaitConnection(descriptor)) return error;
+        if (const int error = await_connection(descriptor)) return error;
     }
     fcntl(descriptor, F_SETFL, flags);
-    localPort = localPortOf(descriptor, address);
+    localPort = local_port_of(descriptor, address);
     if (localPort == 0) return ECONNREFUSED;
     const int on = 1;
     setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &sendLimit, sizeof sendLimit);
+    setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &send_limit, sizeof send_limit);
     return 0;
 }
 
@@ -86,24 +86,24 @@ int connectWithin(int descriptor, const sockaddr_in& address, std::uint16_t& loc
 int qv_rpc_client_connect(const char* host, const char* port, uint32_t* status, uint32_t* localPort) {
     *localPort = 0;
     sockaddr_in address;
-    if (!parseAddress(host, port, address)) {
+    if (!parse_address(host, port, address)) {
         *status = EINVAL;
-        return newSocket();
+        return new_socket();
     }
-    const int descriptor = newSocket();
+    const int descriptor = new_socket();
     if (descriptor < 0) {
         *status = static_cast<uint32_t>(errno);
         return -1;
     }
-    std::uint16_t connectedFrom = 0;
-    const int error = connectWithin(descriptor, address, connectedFrom);
+    std::uint16_t connected_from = 0;
+    const int error = connect_within(descriptor, address, connected_from);
     *status = static_cast<uint32_t>(error);
     if (error == 0) {
-        *localPort = connectedFrom;
+        *localPort = connected_from;
         return descriptor;
     }
-    closeWithoutTrace(descriptor);
-    return newSocket();  // never connected: reading from it fails at once
+    close_without_trace(descriptor);
+    return new_socket();  // never connected: reading from it fails at once
 }
 
 void qv_rpc_client_disconnect(int descriptor, uint32_t* status, uint32_t* localPort) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-std::uint32_t depthOf(const bsonDocument* document) {
+std::uint32_t depth_of(const bsonDocument* document) {
     std::uint32_t depth = 0;
     for (; !document->elementList.empty(); ++depth) document = document->elementList[0]->documentValue;
     return depth;
@@ -23,21 +23,21 @@ TEST_P(Depth, twoMebibytesOfNesting) {
     constexpr std::uint32_t depth = 260000;
     const std::string bytes = nested(static_cast<std::uint8_t>(GetParam()), depth);
     ASSERT_LE(bytes.size(), 2097152u);
-    onSmallStack([&] {
-        EXPECT_TRUE(bsonDocument::isMessageValid(bytesOf(bytes), sizeOf(bytes), false));
+    on_small_stack([&] {
+        EXPECT_TRUE(bsonDocument::isMessageValid(bytes_of(bytes), size_of(bytes), false));
         std::string broken = bytes;
         broken[8 * depth + 4 - 1] = 1;  // the terminator's place, or a length, of the innermost document
-        EXPECT_FALSE(bsonDocument::isMessageValid(bytesOf(broken), sizeOf(broken), false));
+        EXPECT_FALSE(bsonDocument::isMessageValid(bytes_of(broken), size_of(broken), false));
 
-        auto document = std::make_unique<bsonDocument>(bytesOf(bytes), sizeOf(bytes), false, true);
-        EXPECT_EQ(depthOf(document.get()), depth);
+        auto document = std::make_unique<bsonDocument>(bytes_of(bytes), size_of(bytes), false, true);
+        EXPECT_EQ(depth_of(document.get()), depth);
         EXPECT_EQ(document->calculateMessageSizeFromKeyValueList(), bytes.size());
         const std::unique_ptr<bsonDocument> copy(document->getCopy());
-        const bsonElement element(static_cast<std::uint8_t>(GetParam()), "k", bytesOf(bytes), sizeOf(bytes), true, 0);
-        const std::unique_ptr<bsonElement> copyOfElement(element.getCopy());
+        const bsonElement element(static_cast<std::uint8_t>(GetParam()), "k", bytes_of(bytes), size_of(bytes), true, 0);
+        const std::unique_ptr<bsonElement> copy_of_element(element.getCopy());
         document.reset();
-        EXPECT_EQ(depthOf(copy.get()), depth);
-        EXPECT_EQ(depthOf(copyOfElement->documentValue), depth);
+        EXPECT_EQ(depth_of(copy.get()), depth);
+        EXPECT_EQ(depth_of(copy_of_element->documentValue), depth);
     });
 }
 INSTANTIATE_TEST_SUITE_P(DocumentsAndArrays, Depth, testing::Values(0x03, 0x04));
@@ -46,8 +46,8 @@ TEST(Depth, encodingAndDumpingDontRecurse) {
     constexpr std::uint32_t depth = 3000;
     const std::string bytes = nested(0x03, depth);
     std::string dump;
-    onSmallStack([&] {
-        bsonDocument document(bytesOf(bytes), sizeOf(bytes), false, true);
+    on_small_stack([&] {
+        bsonDocument document(bytes_of(bytes), size_of(bytes), false, true);
         EXPECT_EQ(encoded(document), bytes);
         testing::internal::CaptureStdout();
         document.debugPrint(0);

@@ -9,15 +9,15 @@
 namespace {
 
 template <class T>
-std::string dumpOf(const T& object, std::int32_t level) {
+std::string dump_of(const T& object, std::int32_t level) {
     testing::internal::CaptureStdout();
     object.debugPrint(level);
     return testing::internal::GetCapturedStdout();
 }
 
 std::string line(std::uint8_t type, const std::string& hex) {
-    const std::string bytes = fromHex(hex);
-    return dumpOf(bsonElement(type, "k", bytesOf(bytes), sizeOf(bytes), true, 0), 0);
+    const std::string bytes = from_hex(hex);
+    return dump_of(bsonElement(type, "k", bytes_of(bytes), size_of(bytes), true, 0), 0);
 }
 
 TEST(Dump, everyKindHasItsLine) {
@@ -52,21 +52,21 @@ TEST(Dump, everyKindHasItsLine) {
         {0x13, "", "k:(unknown)\n"},
     };
     for (const auto& row : rows) EXPECT_EQ(line(static_cast<std::uint8_t>(row.type), row.hex), row.expected);
-    EXPECT_EQ(dumpOf(bsonElement("code", 0), 2), "\t\tcode:(int32)0\n");
+    EXPECT_EQ(dump_of(bsonElement("code", 0), 2), "\t\tcode:(int32)0\n");
 }
 
 TEST(Dump, nestingIsIndented) {
-    EXPECT_EQ(dumpOf(*documentFrom("{'type':'response','d':{'n':5}}"), 0),
+    EXPECT_EQ(dump_of(*document_from("{'type':'response','d':{'n':5}}"), 0),
               "type:(string)response\nd:(embedded document){\n\tn:(int32)5\n}\n");
-    EXPECT_EQ(dumpOf(*documentFrom("{'e':{},'a':[[],{'x':null}],'z':true}"), 1),
+    EXPECT_EQ(dump_of(*document_from("{'e':{},'a':[[],{'x':null}],'z':true}"), 1),
               "\te:(embedded document){\n\t}\n\ta:(array document)[\n\t\t0:(array document)[\n\t\t]\n"
               "\t\t1:(embedded document){\n\t\t\tx:(null)\n\t\t}\n\t]\n\tz:(boolean)true\n");
-    EXPECT_EQ(dumpOf(bsonDocument(), 3), "");
+    EXPECT_EQ(dump_of(bsonDocument(), 3), "");
 }
 
 TEST(Dump, textIsPrintedAsFarAsItsZeroByteAndNeverAsAFormat) {
-    EXPECT_EQ(dumpOf(bsonElement("%s%n", std::string("%d\0rest", 7)), 0), "%s%n:(string)%d\n");
-    EXPECT_EQ(dumpOf(bsonElement("k", std::string(100000, 'x')), 0), "k:(string)" + std::string(100000, 'x') + "\n");
+    EXPECT_EQ(dump_of(bsonElement("%s%n", std::string("%d\0rest", 7)), 0), "%s%n:(string)%d\n");
+    EXPECT_EQ(dump_of(bsonElement("k", std::string(100000, 'x')), 0), "k:(string)" + std::string(100000, 'x') + "\n");
 }
 
 }  // namespace

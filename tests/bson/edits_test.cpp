@@ -21,20 +21,20 @@ TEST(Edits, addersAppendTheirKind) {
     document.addStringElement(0, "y");
     document.addStringElement("n", 5);
     document.addStringElement(-12, std::numeric_limits<std::int32_t>::min());
-    document.addBinaryElement("y", bytesOf(bytes), 2);
+    document.addBinaryElement("y", bytes_of(bytes), 2);
     bytes[0] = 9;
-    document.addDocumentElement("o", documentFrom("{'p':1}").release(), false);
-    document.addDocumentElement("a", documentFrom("{'0':2}").release(), true);
+    document.addDocumentElement("o", document_from("{'p':1}").release(), false);
+    document.addDocumentElement("a", document_from("{'0':2}").release(), true);
     document.addDocumentElement(7, new bsonDocument, false);
     document.addBooleanElement("b", false);
-    EXPECT_EQ(textOf(document),
+    EXPECT_EQ(text_of(document),
               "{'b':true,'i':-1,'0':3,'-5':4,'d':0.5,'s':'x','0':'y','n':'5','-12':'-2147483648','y':'hex:0102',"
               "'o':{'p':1},'a':[2],'7':{},'b':false}");
     EXPECT_EQ(document.message, nullptr);  // adding doesn't encode
 }
 
 TEST(Edits, typedGettersTellMissingFromMistyped) {
-    const auto document = documentFrom(
+    const auto document = document_from(
         "{'string':'x','int32':-7,'double':0.1,'boolean':true,'binary':'hex:0102','document':{'n':1},'array':[2]}");
     // Prints what was written; an output that must stay untouched prints its sentinel.
     const std::pair<std::string, std::function<std::string(const std::string&)>> getters[] = {
@@ -69,19 +69,19 @@ TEST(Edits, typedGettersTellMissingFromMistyped) {
              unsigned char* data = nullptr;
              std::uint32_t size = 99;
              const auto result = document->getBinaryWithKey(key, &data, &size);
-             return std::to_string(result) + (size == 99 ? "-" : toHex(data, size));
+             return std::to_string(result) + (size == 99 ? "-" : to_hex(data, size));
          }},
         {"document",
          [&](const std::string& key) {
              bsonDocument* out = nullptr;
              const auto result = document->getDocumentWithKey(key, &out);
-             return std::to_string(result) + (out ? textOf(*out) : "-");
+             return std::to_string(result) + (out ? text_of(*out) : "-");
          }},
         {"array",
          [&](const std::string& key) {
              bsonDocument* out = nullptr;
              const auto result = document->getArrayWithKey(key, &out);
-             return std::to_string(result) + (out ? textOf(*out, true) : "-");
+             return std::to_string(result) + (out ? text_of(*out, true) : "-");
          }},
     };
     const char* const values[] = {"1x", "1-7", "10.1", "11", "10102", "1{'n':1}", "1[2]"};
@@ -107,14 +107,14 @@ TEST(Edits, deletionsRemoveOneOccurrence) {
     document.addInt32Element("a", 1);
     document.addStringElement("b", "x");
     document.addInt32Element("a", 2);
-    document.addDocumentElement("d", documentFrom("{'e':[1]}").release(), false);
+    document.addDocumentElement("d", document_from("{'e':[1]}").release(), false);
     EXPECT_EQ(document.deleteElementWithKey("a", 0), 1);
     EXPECT_EQ(document.deleteElementWithKey("a", 1), 0);
     EXPECT_EQ(document.deleteElementWithKey("a", -1), 0);
     EXPECT_EQ(document.deleteElementWithValueType(0x08, 0), 0);
-    EXPECT_EQ(textOf(document), "{'b':'x','a':2,'d':{'e':[1]}}");
+    EXPECT_EQ(text_of(document), "{'b':'x','a':2,'d':{'e':[1]}}");
     EXPECT_EQ(document.deleteElementWithValueType(0x03, 0), 1);
-    EXPECT_EQ(textOf(document), "{'b':'x','a':2}");
+    EXPECT_EQ(text_of(document), "{'b':'x','a':2}");
 }
 
 }  // namespace

@@ -13,23 +13,23 @@ namespace {
 
 // What is no plain value must not compile; it would become a boolean or another number.
 template <class T>
-constexpr bool makesElement = std::is_constructible<bsonElement, const char*, T>::value;
-static_assert(makesElement<bool> && makesElement<std::int32_t> && makesElement<std::int64_t> && makesElement<double> &&
-              makesElement<const char*> && makesElement<std::string>);
-static_assert(makesElement<long long> && makesElement<float>);
-static_assert(!makesElement<void*> && !makesElement<const int*> && !makesElement<std::uint32_t> &&
-              !makesElement<std::uint64_t> && !makesElement<char> && !makesElement<std::nullptr_t>);
+constexpr bool makes_element = std::is_constructible<bsonElement, const char*, T>::value;
+static_assert(makes_element<bool> && makes_element<std::int32_t> && makes_element<std::int64_t> &&
+              makes_element<double> && makes_element<const char*> && makes_element<std::string>);
+static_assert(makes_element<long long> && makes_element<float>);
+static_assert(!makes_element<void*> && !makes_element<const int*> && !makes_element<std::uint32_t> &&
+              !makes_element<std::uint64_t> && !makes_element<char> && !makes_element<std::nullptr_t>);
 static_assert(!std::is_constructible<bsonElement, std::nullptr_t>::value);
 static_assert(!std::is_copy_constructible<bsonElement>::value && !std::is_copy_assignable<bsonDocument>::value);
 
 std::unique_ptr<bsonElement> raw(std::uint8_t type, const std::string& bytes, std::uint8_t subtype = 0) {
-    return std::make_unique<bsonElement>(type, "k", bytesOf(bytes), sizeOf(bytes), true, subtype);
+    return std::make_unique<bsonElement>(type, "k", bytes_of(bytes), size_of(bytes), true, subtype);
 }
 
 // Kind, subtype and value bytes.
 std::string look(const bsonElement& element) {
-    return toHex(&element.valueType, 1) + " " + toHex(&element.binarySubtype, 1) + " " +
-           toHex(element.value, element.valueSize);
+    return to_hex(&element.valueType, 1) + " " + to_hex(&element.binarySubtype, 1) + " " +
+           to_hex(element.value, element.valueSize);
 }
 
 TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
@@ -80,10 +80,10 @@ TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
 TEST(Element, gettersReadWhateverBytesThereAre) {
     const struct {
         const char* hex;
-        bool asBool;
-        std::int32_t asInt32;
-        std::int64_t asInt64;
-        double asDouble;
+        bool as_bool;
+        std::int32_t as_int32;
+        std::int64_t as_int64;
+        double as_double;
     } rows[] = {
         {"", false, 0, 0, 0.0},
         {"00FF", false, 0, 0, 0.0},
@@ -97,17 +97,17 @@ TEST(Element, gettersReadWhateverBytesThereAre) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.hex);
-        const auto element = raw(0x0A, fromHex(row.hex));
-        EXPECT_EQ(element->getBoolValue(), row.asBool);
-        EXPECT_EQ(element->getInt32Value(), row.asInt32);
-        EXPECT_EQ(element->getInt64Value(), row.asInt64);
-        EXPECT_EQ(element->getDoubleValue(), row.asDouble);
-        const std::string all = fromHex(row.hex);
+        const auto element = raw(0x0A, from_hex(row.hex));
+        EXPECT_EQ(element->getBoolValue(), row.as_bool);
+        EXPECT_EQ(element->getInt32Value(), row.as_int32);
+        EXPECT_EQ(element->getInt64Value(), row.as_int64);
+        EXPECT_EQ(element->getDoubleValue(), row.as_double);
+        const std::string all = from_hex(row.hex);
         EXPECT_EQ(element->getStringValue(), all.substr(0, all.empty() ? 0 : all.size() - 1));
     }
     bsonDocument document;  // null is written without a body, whatever it holds
     document.elementList.push_back(raw(0x0A, "bytes").release());
-    EXPECT_EQ(toHex(encoded(document)), "080000000A6B0000");
+    EXPECT_EQ(to_hex(encoded(document)), "080000000A6B0000");
     const bsonElement nothing(0x10, "k", nullptr, 4, true, 0);
     EXPECT_EQ(nothing.getInt32Value(), 0);
     EXPECT_EQ(nothing.getStringValue(), "");
@@ -137,20 +137,20 @@ TEST(Element, bytesAreCopiedBorrowedOrAdoptedAsTold) {
 }
 
 TEST(Element, documentsAreOwnedOrReferredToAsTold) {
-    const auto inner = documentFrom("{'n':1}");
+    const auto inner = document_from("{'n':1}");
     bsonElement referring("k", inner.get(), false, false);
     const std::unique_ptr<bsonElement> shared(referring.getCopy());
     EXPECT_TRUE(shared->documentValue == inner.get() && !shared->ownsDocument);
 
-    const auto owner = documentFrom("{'a':{'b':[1,'x']},'c':'hex:FF'}");
+    const auto owner = document_from("{'a':{'b':[1,'x']},'c':'hex:FF'}");
     const std::unique_ptr<bsonDocument> copy(owner->getCopy());
     EXPECT_NE(copy->elementList[0]->documentValue, owner->elementList[0]->documentValue);
     owner->clearElementList();
-    EXPECT_EQ(textOf(*copy), "{'a':{'b':[1,'x']},'c':'hex:FF'}");
-    EXPECT_EQ(textOf(*owner), "{}");
+    EXPECT_EQ(text_of(*copy), "{'a':{'b':[1,'x']},'c':'hex:FF'}");
+    EXPECT_EQ(text_of(*owner), "{}");
     referring.clearValue();
     EXPECT_TRUE(referring.ownsDocument);
-    EXPECT_EQ(textOf(*inner), "{'n':1}");
+    EXPECT_EQ(text_of(*inner), "{'n':1}");
 }
 
 TEST(Element, rawConstructorDecodesDocuments) {
@@ -158,31 +158,31 @@ TEST(Element, rawConstructorDecodesDocuments) {
     const auto array = raw(0x04, bytes), broken = raw(0x03, "broken");
     bytes.assign(bytes.size(), 'x');
     EXPECT_EQ(look(*array), "04 00 ");
-    EXPECT_EQ(textOf(*array->documentValue, true), "[7]");
-    EXPECT_EQ(textOf(*broken->documentValue), "{}");
+    EXPECT_EQ(text_of(*array->documentValue, true), "[7]");
+    EXPECT_EQ(text_of(*broken->documentValue), "{}");
     EXPECT_EQ(broken->documentValue->messageSize, 6u);
 }
 
 TEST(Document, messageIsCopiedOrBorrowedAsTold) {
     std::string bytes = encoded("{'n':1}");
-    bsonDocument copying(bytesOf(bytes), sizeOf(bytes), true, true);
-    bsonDocument borrowing(bytesOf(bytes), sizeOf(bytes), false, true);
+    bsonDocument copying(bytes_of(bytes), size_of(bytes), true, true);
+    bsonDocument borrowing(bytes_of(bytes), size_of(bytes), false, true);
     const std::unique_ptr<bsonDocument> separate(copying.getCopy()), shared(borrowing.getCopy());
     EXPECT_TRUE(copying.ownsMessage && separate->ownsMessage && separate->message != copying.message);
-    EXPECT_TRUE(!borrowing.ownsMessage && !shared->ownsMessage && shared->message == bytesOf(bytes));
+    EXPECT_TRUE(!borrowing.ownsMessage && !shared->ownsMessage && shared->message == bytes_of(bytes));
     bytes.assign(bytes.size(), 'x');
-    EXPECT_EQ(textOf(copying) + textOf(borrowing) + textOf(*shared), "{'n':1}{'n':1}{'n':1}");
-    EXPECT_EQ(toHex(separate->message, separate->messageSize), toHex(encoded("{'n':1}")));
+    EXPECT_EQ(text_of(copying) + text_of(borrowing) + text_of(*shared), "{'n':1}{'n':1}{'n':1}");
+    EXPECT_EQ(to_hex(separate->message, separate->messageSize), to_hex(encoded("{'n':1}")));
 
     borrowing.clearMessage();
     EXPECT_TRUE(!borrowing.message && borrowing.messageSize == 0 && borrowing.ownsMessage);
-    EXPECT_EQ(textOf(borrowing), "{'n':1}");
+    EXPECT_EQ(text_of(borrowing), "{'n':1}");
 
-    const bsonDocument invalid(bytesOf(bytes), sizeOf(bytes), true, true);
+    const bsonDocument invalid(bytes_of(bytes), size_of(bytes), true, true);
     EXPECT_TRUE(invalid.elementList.empty() && invalid.messageSize == bytes.size());
     const bsonDocument none(nullptr, 7, true, true);  // reads as no bytes
     EXPECT_TRUE(none.elementList.empty());
-    const std::unique_ptr<bsonDocument> copyOfNone(none.getCopy());
+    const std::unique_ptr<bsonDocument> copy_of_none(none.getCopy());
     EXPECT_FALSE(bsonDocument::isMessageValid(nullptr, 7, false));
 }
 

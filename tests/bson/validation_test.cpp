@@ -13,11 +13,11 @@ namespace {
 bool valid(const std::string& bytes, bool isArray = false) {
     const auto exact = std::make_unique<unsigned char[]>(bytes.size());
     memcpy(exact.get(), bytes.data(), bytes.size());
-    return bsonDocument::isMessageValid(exact.get(), sizeOf(bytes), isArray);
+    return bsonDocument::isMessageValid(exact.get(), size_of(bytes), isArray);
 }
 
 std::string wrapped(const std::string& elements) {
-    const std::uint32_t length = sizeOf(elements) + 5;
+    const std::uint32_t length = size_of(elements) + 5;
     return std::string(reinterpret_cast<const char*>(&length), 4) + elements + std::string(1, '\0');
 }
 
@@ -35,7 +35,7 @@ TEST(Validation, documentFrame) {
         {"0C0000001061000100000001", false},
         {"0D000000106100010000000000", false},
     };
-    for (const auto& [hex, expected] : rows) EXPECT_EQ(valid(fromHex(hex)), expected) << hex;
+    for (const auto& [hex, expected] : rows) EXPECT_EQ(valid(from_hex(hex)), expected) << hex;
 }
 
 TEST(Validation, bodies) {
@@ -109,7 +109,7 @@ TEST(Validation, bodies) {
         {"0A", false},
         {"10 6B", false},
     };
-    for (const auto& [hex, expected] : rows) EXPECT_EQ(valid(wrapped(fromHex(hex))), expected) << hex;
+    for (const auto& [hex, expected] : rows) EXPECT_EQ(valid(wrapped(from_hex(hex))), expected) << hex;
 }
 
 TEST(Validation, arrayKeysAreReadAsNumbers) {

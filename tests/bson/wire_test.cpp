@@ -14,7 +14,7 @@ namespace {
 const struct {
     const char* hex;
     const char* back;
-} everyKind[] = {
+} every_kind[] = {
     {"01 6100 000000000000F83F", nullptr},
     {"02 6200 03000000 686900", nullptr},
     {"02 6200 00000000", nullptr},
@@ -40,13 +40,13 @@ const struct {
 };
 
 std::string wrapped(const std::string& elements) {
-    const std::uint32_t length = sizeOf(elements) + 5;
+    const std::uint32_t length = size_of(elements) + 5;
     return std::string(reinterpret_cast<const char*>(&length), 4) + elements + std::string(1, '\0');
 }
 
-std::string oneOfEveryKind(bool roundTripped) {
+std::string one_of_every_kind(bool round_tripped) {
     std::string elements;
-    for (const auto& one : everyKind) elements += fromHex(roundTripped && one.back ? one.back : one.hex);
+    for (const auto& one : every_kind) elements += from_hex(round_tripped && one.back ? one.back : one.hex);
     return wrapped(elements);
 }
 
@@ -57,30 +57,30 @@ TEST(Wire, workedExamples) {
         {"{'s':'hi'}", "0F0000000273000300000068690000"},
     };
     for (const auto& [text, hex] : examples) {
-        const auto document = documentFrom(text);
-        EXPECT_EQ(document->calculateMessageSizeFromKeyValueList(), fromHex(hex).size());
-        EXPECT_EQ(toHex(encoded(*document)), hex);
+        const auto document = document_from(text);
+        EXPECT_EQ(document->calculateMessageSizeFromKeyValueList(), from_hex(hex).size());
+        EXPECT_EQ(to_hex(encoded(*document)), hex);
         EXPECT_TRUE(document->ownsMessage);
-        EXPECT_EQ(decoded(fromHex(hex)), text);
+        EXPECT_EQ(decoded(from_hex(hex)), text);
     }
     const unsigned char bytes[] = {0xAA, 0xBB};
     bsonDocument document;
     document.elementList.push_back(new bsonElement("b", bytes, 2, false, 0x80));
-    EXPECT_EQ(toHex(encoded(document)), "0F0000000562000200000080AABB00");
+    EXPECT_EQ(to_hex(encoded(document)), "0F0000000562000200000080AABB00");
     EXPECT_EQ(decoded(encoded(document)), "{'b':'hex:AABB'}");
 }
 
 TEST(Wire, everyKindRoundTrips) {
-    const std::string sample = oneOfEveryKind(false);
-    bsonDocument document(bytesOf(sample), sizeOf(sample), true, false);
+    const std::string sample = one_of_every_kind(false);
+    bsonDocument document(bytes_of(sample), size_of(sample), true, false);
     ASSERT_EQ(document.convertMessageToElementList(true), 1);
-    ASSERT_EQ(document.elementList.size(), std::size(everyKind));
+    ASSERT_EQ(document.elementList.size(), std::size(every_kind));
     document.clearMessage();  // the elements own their bytes
     EXPECT_EQ(document.calculateMessageSizeFromKeyValueList(), sample.size());
-    EXPECT_EQ(toHex(encoded(document)), toHex(oneOfEveryKind(true)));
+    EXPECT_EQ(to_hex(encoded(document)), to_hex(one_of_every_kind(true)));
 
     const auto find = [&](std::uint8_t type) { return document.getElementWithValueType(type, 0); };
-    EXPECT_EQ(toHex(find(0x0B)->value, find(0x0B)->valueSize), "5E61006900");
+    EXPECT_EQ(to_hex(find(0x0B)->value, find(0x0B)->valueSize), "5E61006900");
     EXPECT_EQ(find(0x0C)->valueSize, 14u);
     EXPECT_EQ(find(0x0F)->valueSize, 22u);
     EXPECT_EQ(find(0x05)->binarySubtype, 0);
@@ -88,48 +88,48 @@ TEST(Wire, everyKindRoundTrips) {
 }
 
 // Copies of exactly the message's size, so that the address sanitizer sees a read behind it.
-void decodeAnything(const std::string& bytes, std::size_t& accepted) {
-    bsonDocument document(bytesOf(bytes), sizeOf(bytes), true, false);
+void decode_anything(const std::string& bytes, std::size_t& accepted) {
+    bsonDocument document(bytes_of(bytes), size_of(bytes), true, false);
     const bool valid = bsonDocument::isMessageValid(document.message, document.messageSize, false);
     const bool done = document.convertMessageToElementList(true) == 1;
     EXPECT_TRUE(valid || (!done && document.elementList.empty()));
     if (!done) return;
     ++accepted;
     document.convertElementListToMessage();
-    EXPECT_TRUE(bsonDocument::isMessageValid(document.message, document.messageSize, false)) << toHex(bytes);
+    EXPECT_TRUE(bsonDocument::isMessageValid(document.message, document.messageSize, false)) << to_hex(bytes);
 }
 
 TEST(Wire, brokenMessagesAreRefusedOrDecode) {
-    const std::string sample = oneOfEveryKind(false);
+    const std::string sample = one_of_every_kind(false);
     std::size_t accepted = 0;
     for (std::size_t size = 0; size < sample.size(); ++size) {
-        EXPECT_FALSE(bsonDocument::isMessageValid(bytesOf(sample), static_cast<std::uint32_t>(size), false));
-        if (size >= 5) decodeAnything(wrapped(sample.substr(4, size - 5)), accepted);  // cut, its length made good
-        bsonDocument vouched(bytesOf(sample), static_cast<std::uint32_t>(size), true, false);
+        EXPECT_FALSE(bsonDocument::isMessageValid(bytes_of(sample), static_cast<std::uint32_t>(size), false));
+        if (size >= 5) decode_anything(wrapped(sample.substr(4, size - 5)), accepted);  // cut, its length made good
+        bsonDocument vouched(bytes_of(sample), static_cast<std::uint32_t>(size), true, false);
         vouched.convertMessageToElementList(false);
     }
     // Where the cut falls between two elements, except behind the string without a body, which can't be the last.
-    EXPECT_EQ(accepted, std::size(everyKind) - 1);
+    EXPECT_EQ(accepted, std::size(every_kind) - 1);
     for (std::size_t at = 0; at < sample.size(); ++at) {
         for (int change = 1; change < 256; ++change) {
             std::string changed = sample;
             changed[at] = static_cast<char>(changed[at] ^ change);
-            decodeAnything(changed, accepted);
-            bsonDocument vouched(bytesOf(changed), sizeOf(changed), true, false);
+            decode_anything(changed, accepted);
+            bsonDocument vouched(bytes_of(changed), size_of(changed), true, false);
             vouched.convertMessageToElementList(false);
         }
     }
 }
 
 TEST(Wire, unknownTypesEndTheDecodingOfTheirDocumentAlone) {
-    const std::string unknown = fromHex("10 6100 01000000 13 6200 0A 6300");
+    const std::string unknown = from_hex("10 6100 01000000 13 6200 0A 6300");
     const std::string message = wrapped(unknown);
-    bsonDocument document(bytesOf(message), sizeOf(message), true, false);
+    bsonDocument document(bytes_of(message), size_of(message), true, false);
     EXPECT_TRUE(bsonDocument::isMessageValid(document.message, document.messageSize, false));
     EXPECT_EQ(document.convertMessageToElementList(true), 0);
-    EXPECT_EQ(textOf(document), "{'a':1}");
-    EXPECT_EQ(decoded(wrapped(fromHex("03 6F00") + message + fromHex("08 7A00 01"))), "{'o':{'a':1},'z':true}");
-    EXPECT_EQ(decoded(wrapped(fromHex("00 6200"))), "<invalid>");
+    EXPECT_EQ(text_of(document), "{'a':1}");
+    EXPECT_EQ(decoded(wrapped(from_hex("03 6F00") + message + from_hex("08 7A00 01"))), "{'o':{'a':1},'z':true}");
+    EXPECT_EQ(decoded(wrapped(from_hex("00 6200"))), "<invalid>");
 }
 
 TEST(Wire, decodingWithoutValidation) {
@@ -138,22 +138,22 @@ TEST(Wire, decodingWithoutValidation) {
     EXPECT_EQ(document.convertMessageToElementList(false), 1);
     EXPECT_TRUE(document.elementList.empty());
     EXPECT_EQ(document.convertMessageToElementList(true), 0);
-    for (const char* reachingPast : {"0C000000 10 6100 0100", "0F000000 02 7300 FFFFFFFF 686900 00",
-                                     "0F000000 03 7300 10000000 686900 00", "0C000000 05 6100 01000000 00"}) {
-        const std::string bytes = fromHex(reachingPast);
-        bsonDocument vouched(bytesOf(bytes), sizeOf(bytes), true, false);
-        EXPECT_EQ(vouched.convertMessageToElementList(false), 0) << reachingPast;
+    for (const char* reaching_past : {"0C000000 10 6100 0100", "0F000000 02 7300 FFFFFFFF 686900 00",
+                                      "0F000000 03 7300 10000000 686900 00", "0C000000 05 6100 01000000 00"}) {
+        const std::string bytes = from_hex(reaching_past);
+        bsonDocument vouched(bytes_of(bytes), size_of(bytes), true, false);
+        EXPECT_EQ(vouched.convertMessageToElementList(false), 0) << reaching_past;
     }
     // An embedded document is validated all the same: this one's boolean is 2.
-    const std::string bytes = wrapped(fromHex("03 6400 09000000 08 6200 02 00 0A 6E00"));
-    bsonDocument vouched(bytesOf(bytes), sizeOf(bytes), true, false);
+    const std::string bytes = wrapped(from_hex("03 6400 09000000 08 6200 02 00 0A 6E00"));
+    bsonDocument vouched(bytes_of(bytes), size_of(bytes), true, false);
     EXPECT_EQ(vouched.convertMessageToElementList(false), 1);
-    EXPECT_EQ(textOf(vouched), "{'d':{},'n':null}");
+    EXPECT_EQ(text_of(vouched), "{'d':{},'n':null}");
 }
 
 TEST(Wire, embeddedDocumentsBorrowUntilTheyAreEncoded) {
     const std::string bytes = encoded("{'d':{'n':5,'e':[1]}}");
-    bsonDocument parent(bytesOf(bytes), sizeOf(bytes), true, true);
+    bsonDocument parent(bytes_of(bytes), size_of(bytes), true, true);
     bsonDocument* child = parent.elementList.at(0)->documentValue;
     EXPECT_FALSE(child->ownsMessage);
     EXPECT_EQ(child->message, parent.message + 7);
@@ -163,7 +163,7 @@ TEST(Wire, embeddedDocumentsBorrowUntilTheyAreEncoded) {
     EXPECT_EQ(decoded(encoded(parent)), "{'d':{'n':'six','e':[1]}}");
     EXPECT_TRUE(child->ownsMessage);
     parent.clearMessage();
-    EXPECT_EQ(decoded(std::string(reinterpret_cast<char*>(child->message), child->messageSize)), textOf(*child));
+    EXPECT_EQ(decoded(std::string(reinterpret_cast<char*>(child->message), child->messageSize)), text_of(*child));
 }
 
 TEST(Wire, encodingRefusesWhatHasNoEncoding) {
@@ -178,15 +178,15 @@ TEST(Wire, encodingRefusesWhatHasNoEncoding) {
     // The same megabyte, borrowed 4096 times, is 4 GiB.
     const std::string large(1 << 20, 'x');
     for (int i = 0; i < 4096; ++i) {
-        document.elementList.push_back(new bsonElement("", bytesOf(large), sizeOf(large), false, 0));
+        document.elementList.push_back(new bsonElement("", bytes_of(large), size_of(large), false, 0));
     }
     EXPECT_THROW(document.calculateMessageSizeFromKeyValueList(), std::length_error);
     EXPECT_THROW(document.convertElementListToMessage(), std::length_error);
-    EXPECT_EQ(toHex(document.message, document.messageSize), toHex(before));
+    EXPECT_EQ(to_hex(document.message, document.messageSize), to_hex(before));
 
     bsonDocument null;
     null.elementList.push_back(new bsonElement(0x02, "s", nullptr, 4, true, 0));
-    EXPECT_EQ(toHex(encoded(null)), "0C0000000273000000000000");  // no bytes, whatever the size says
+    EXPECT_EQ(to_hex(encoded(null)), "0C0000000273000000000000");  // no bytes, whatever the size says
 }
 
 }  // namespace

@@ -33,17 +33,17 @@ class GradeFile : public testing::Test {
     fs::path folder_;
 };
 
-Component component(int kind, int typeIndex) {
+Component component(int kind, int type_index) {
     Component made;
     made.kind = kind;
-    made.typeIndex = typeIndex;
+    made.type_index = type_index;
     return made;
 }
 
 TEST_F(GradeFile, KeepsEveryComponentExactly) {
     Grade grade;
     grade.name = "Näme \"quoted\"/..";
-    grade.gradeComboIndex = 2;
+    grade.grade_combo_index = 2;
     grade.components = {component(LUTC_KIND_CDL, 3), component(LUTC_KIND_SATURATION, 0), component(LUTC_KIND_CDL, 0),
                         component(LUTC_KIND_LUT_1D, 1), component(LUTC_KIND_LUT_3D, 2)};
     const double least = std::numeric_limits<double>::denorm_min();
@@ -51,21 +51,21 @@ TEST_F(GradeFile, KeepsEveryComponentExactly) {
     grade.components[0].values = cdl{{0.1, -0.0, 1.0 / 3}, {least, most, 1e-300}, {-most, 0.1 + 0.2, 2}, 0.7};
     grade.components[1].values = cdl{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, -1};
     grade.components[2].data = {0, 255, 10};
-    grade.components[3].dataFormat = "uint16 \\ \n";
-    grade.components[4].dataFormat = "float32";
+    grade.components[3].data_format = "uint16 \\ \n";
+    grade.components[4].data_format = "float32";
     grade.components[4].data = {1};
 
     write_grade_file(path("look.json"), grade, "look");
-    const Grade read = read_grade_file(path("look.json"), GradeUse::BACKUP);
+    const Grade read = read_grade_file(path("look.json"), GradeUse::backup);
 
     EXPECT_EQ(read.name, grade.name);
-    EXPECT_EQ(read.gradeComboIndex, 2);
+    EXPECT_EQ(read.grade_combo_index, 2);
     ASSERT_EQ(read.components.size(), grade.components.size());
     for (std::size_t i = 0; i < read.components.size(); ++i) {
         SCOPED_TRACE(i);
         EXPECT_EQ(read.components[i].kind, grade.components[i].kind);
-        EXPECT_EQ(read.components[i].typeIndex, grade.components[i].typeIndex);
-        EXPECT_EQ(read.components[i].dataFormat, grade.components[i].dataFormat);
+        EXPECT_EQ(read.components[i].type_index, grade.components[i].type_index);
+        EXPECT_EQ(read.components[i].data_format, grade.components[i].data_format);
         EXPECT_EQ(read.components[i].data, grade.components[i].data);
         ASSERT_EQ(read.components[i].values.has_value(), grade.components[i].values.has_value());
         if (read.components[i].values) {
@@ -112,7 +112,7 @@ TEST_F(GradeFile, NamesTheComponentAndTheFieldThatIsWrong) {
     for (const auto& one : cases) {
         const std::string file = with("{\"components\": [" + one.components + "]}");
         try {
-            read_grade_file(file, GradeUse::LIVE);
+            read_grade_file(file, GradeUse::live);
             ADD_FAILURE() << "accepted: " << one.components;
         } catch (const Failure& failure) {
             EXPECT_NE(std::string(failure.what()).find(one.complaint), std::string::npos) << failure.what();
@@ -128,10 +128,10 @@ TEST_F(GradeFile, BackupsStayInTheirFolder) {
     for (const std::string& name :
          {std::string("../x"), std::string(".."), std::string("sub/../table.bin"), absolute}) {
         const std::string file = with(R"({"components": [{"type":"cdl","file":")" + name + "\"}]}");
-        EXPECT_THROW(read_grade_file(file, GradeUse::BACKUP), Failure) << name;
+        EXPECT_THROW(read_grade_file(file, GradeUse::backup), Failure) << name;
     }
     const std::string file = with(R"({"components": [{"type":"cdl","file":"sub/../table.bin"}]})");
-    EXPECT_EQ(read_grade_file(file, GradeUse::PRESET).components.at(0).data.size(), 1u);
+    EXPECT_EQ(read_grade_file(file, GradeUse::preset).components.at(0).data.size(), 1u);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 
 namespace {
 
-std::string hexOf(const void* bytes, std::size_t size) {
+std::string hex_of(const void* bytes, std::size_t size) {
     std::string text;
     for (std::size_t i = 0; i < size; ++i) {
         char digits[3];
@@ -24,26 +24,26 @@ std::string hexOf(const void* bytes, std::size_t size) {
     return text;
 }
 
-std::string encodingOf(bsonDocument& document) {
+std::string encoding_of(bsonDocument& document) {
     document.convertElementListToMessage();
-    return hexOf(document.message, document.messageSize);
+    return hex_of(document.message, document.messageSize);
 }
 
-std::string valuesOf(const bsonDocument& document);
+std::string values_of(const bsonDocument& document);
 
-std::string valueOf(const bsonElement& element) {
+std::string value_of(const bsonElement& element) {
     char text[64];
-    const std::string bytes = hexOf(element.getValue(), element.getValueSize());
+    const std::string bytes = hex_of(element.getValue(), element.getValueSize());
     switch (element.getValueType()) {
         case 0x01:
             std::snprintf(text, sizeof text, "real:%.17g", element.getDoubleValue());
             return text;
         case 0x02:
-            return "text:" + hexOf(element.getStringValue().data(), element.getStringValue().size());
+            return "text:" + hex_of(element.getStringValue().data(), element.getStringValue().size());
         case 0x03:
-            return "{" + valuesOf(*element.getDocumentValue()) + "}";
+            return "{" + values_of(*element.getDocumentValue()) + "}";
         case 0x04:
-            return "[" + valuesOf(*element.getDocumentValue()) + "]";
+            return "[" + values_of(*element.getDocumentValue()) + "]";
         case 0x05:
             return "bytes:" + bytes;
         case 0x07:
@@ -67,10 +67,10 @@ std::string valueOf(const bsonElement& element) {
     }
 }
 
-std::string valuesOf(const bsonDocument& document) {
+std::string values_of(const bsonDocument& document) {
     std::string text;
     for (const bsonElement* const element : document.elementList) {
-        text += hexOf(element->key.data(), element->key.size()) + "=" + valueOf(*element) + ",";
+        text += hex_of(element->key.data(), element->key.size()) + "=" + value_of(*element) + ",";
     }
     return text;
 }
@@ -87,7 +87,7 @@ int main() {
             std::puts("refused");
             continue;
         }
-        std::printf("%s %s\n", encodingOf(document).c_str(), valuesOf(document).c_str());
+        std::printf("%s %s\n", encoding_of(document).c_str(), values_of(document).c_str());
     }
     return 0;
 }

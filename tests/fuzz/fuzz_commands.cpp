@@ -22,7 +22,7 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-bytes encodedCommand(const std::string& name, const bytes& fields) {
+bytes encoded_command(const std::string& name, const bytes& fields) {
     bsonDocument command;
     command.addStringElement("protocolVersion", "2.0");
     command.addStringElement("type", "command");
@@ -41,7 +41,7 @@ std::string everything(device_state& device) {
     std::string all;
     for (const char* const query : {"getPresetsList", "getSelectedPreset", "getOverridePreset",
                                     "getColorTransformState", "getVideoConnections"}) {
-        const bytes reply = answer(device, encodedCommand(query, {}));
+        const bytes reply = answer(device, encoded_command(query, {}));
         CHECK(reply.size() <= (query == std::string("getPresetsList") ? 524288u : 1024u));
         all.append(reply.begin(), reply.end());
     }
@@ -52,7 +52,7 @@ std::string everything(device_state& device) {
 }
 
 // The "code" of a reply that is as every reply must be.
-std::int32_t codeOf(const bytes& reply) {
+std::int32_t code_of(const bytes& reply) {
     bsonDocument document(reply.data(), static_cast<std::uint32_t>(reply.size()), false, false);
     CHECK(document.convertMessageToElementList(true) == 1);
     std::string type, message;
@@ -67,16 +67,16 @@ std::int32_t codeOf(const bytes& reply) {
 
 // state is everything(device), before and after.
 void give(device_state& device, const bytes& command, std::string& state) {
-    const bool isDone = codeOf(answer(device, command)) == 0;
+    const bool is_done = code_of(answer(device, command)) == 0;
     const std::string after = everything(device);
-    if (!isDone) CHECK(after == state);
+    if (!is_done) CHECK(after == state);
     state = after;
     if (const auto document = decoded_command(command.data(), command.size())) {
         CHECK(described(*document).find('\n') == std::string::npos);
     }
 }
 
-void runCommands(const std::uint8_t* data, std::size_t size) {
+void run_commands(const std::uint8_t* data, std::size_t size) {
     static const std::vector<std::string> names = command_names();
     device_state device;
     std::string state = everything(device);
@@ -87,7 +87,7 @@ void runCommands(const std::uint8_t* data, std::size_t size) {
         const std::size_t length = std::min(wanted, size - at);
         const bytes content(data + at, data + at + length);
         at += length;
-        give(device, (choice & 0x80) != 0 ? encodedCommand(names[(choice & 0x7F) % names.size()], content) : content,
+        give(device, (choice & 0x80) != 0 ? encoded_command(names[(choice & 0x7F) % names.size()], content) : content,
              state);
     }
     for (std::int32_t i = 1; i <= static_cast<std::int32_t>(device.preset_count()); ++i) {
@@ -95,8 +95,8 @@ void runCommands(const std::uint8_t* data, std::size_t size) {
         fields.addInt32Element("presetIndex", i);
         fields.convertElementListToMessage();
         const bytes reply =
-            answer(device, encodedCommand("getPreset", {fields.message + 4, fields.message + fields.messageSize - 1}));
-        CHECK(codeOf(reply) == 0 && reply.size() <= 2097152);  // what was stored can be read
+            answer(device, encoded_command("getPreset", {fields.message + 4, fields.message + fields.messageSize - 1}));
+        CHECK(code_of(reply) == 0 && reply.size() <= 2097152);  // what was stored can be read
     }
 }
 
@@ -116,20 +116,20 @@ class folder {
 };
 
 // A file is loaded whole or refused with everything as it was; what was loaded can be saved and loaded again.
-void loadMedia(const std::uint8_t* data, std::size_t size) {
+void load_media(const std::uint8_t* data, std::size_t size) {
     static const folder media;
     std::ofstream(media.file(), std::ios::binary)
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     device_state device(media.path());
     const std::string before = everything(device);
-    if (codeOf(answer(device, encodedCommand("loadPresetsFromMedia", {}))) != 0) {
+    if (code_of(answer(device, encoded_command("loadPresetsFromMedia", {}))) != 0) {
         CHECK(everything(device) == before);
         return;
     }
     const std::string loaded = everything(device);
-    CHECK(codeOf(answer(device, encodedCommand("savePresetsToMedia", {}))) == 0);
+    CHECK(code_of(answer(device, encoded_command("savePresetsToMedia", {}))) == 0);
     device_state again(media.path());
-    CHECK(codeOf(answer(again, encodedCommand("loadPresetsFromMedia", {}))) == 0 && everything(again) == loaded);
+    CHECK(code_of(answer(again, encoded_command("loadPresetsFromMedia", {}))) == 0 && everything(again) == loaded);
 }
 
 }  // namespace
@@ -137,9 +137,9 @@ void loadMedia(const std::uint8_t* data, std::size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
     if (data[0] == 0xFF) {
-        loadMedia(data + 1, size - 1);
+        load_media(data + 1, size - 1);
     } else {
-        runCommands(data, size);
+        run_commands(data, size);
     }
     return 0;
 }

@@ -22,28 +22,28 @@ class reference {
   public:
     static constexpr int deepest = 200;
 
-    bytes normal;                  // the bytes as they come back, if the document is valid and whole
-    bool unknownAtTop = false;     // a type byte outside the table, in the document itself
-    bool unknownAnywhere = false;  // or in an embedded one
-    bool tooDeep = false;          // gave up
+    bytes normal;                   // the bytes as they come back, if the document is valid and whole
+    bool unknown_at_top = false;    // a type byte outside the table, in the document itself
+    bool unknown_anywhere = false;  // or in an embedded one
+    bool too_deep = false;          // gave up
 
     reference(const unsigned char* data, std::size_t size) : normal(data, data + size) {}
 
-    bool isValid(std::size_t start, std::uint64_t size, bool isArray, int depth = 0, bool inScope = false) {
+    bool is_valid(std::size_t start, std::uint64_t size, bool isArray, int depth = 0, bool in_scope = false) {
         if (size < 5 || size > normal.size() - start || number(start) != size) return false;
         const std::size_t last = start + static_cast<std::size_t>(size) - 1;
         if (normal[last] != 0) return false;
-        if (depth > deepest) tooDeep = true;
-        if (tooDeep) return true;
+        if (depth > deepest) too_deep = true;
+        if (too_deep) return true;
         std::size_t at = start + 4;
         for (long index = 0; at < last; ++index) {
-            const std::size_t typeAt = at++;
+            const std::size_t type_at = at++;
             const std::size_t key = at;
             while (at < last && normal[at] != 0) ++at;
             if (at == last) return false;
             const std::size_t body = at + 1;
             if (isArray && std::strtol(reinterpret_cast<const char*>(&normal[key]), nullptr, 10) != index) return false;
-            const std::uint64_t end = endOfBody(typeAt, body, last, depth, inScope);
+            const std::uint64_t end = end_of_body(type_at, body, last, depth, in_scope);
             if (end == 0 || end > last) return false;
             at = static_cast<std::size_t>(end);
         }
@@ -58,16 +58,16 @@ class reference {
     }
 
     // Where the value at v ends; 0 when it doesn't.
-    std::uint64_t endOfBody(std::size_t typeAt, std::size_t v, std::size_t last, int depth, bool inScope) {
+    std::uint64_t end_of_body(std::size_t type_at, std::size_t v, std::size_t last, int depth, bool in_scope) {
         static const std::map<unsigned char, std::uint64_t> fixed = {{0x01, 8}, {0x06, 0}, {0x07, 12}, {0x08, 1},
                                                                      {0x09, 8}, {0x0A, 0}, {0x10, 4},  {0x11, 8},
                                                                      {0x12, 8}, {0x7F, 0}, {0xFF, 0}};
         static const std::map<unsigned char, std::size_t> smallest = {{0x02, 5}, {0x03, 5}, {0x04, 5}, {0x05, 5},
                                                                       {0x0C, 5}, {0x0D, 5}, {0x0E, 5}, {0x0F, 9}};
-        const unsigned char type = normal[typeAt];
+        const unsigned char type = normal[type_at];
         if (const auto size = fixed.find(type); size != fixed.end()) {
             if (type == 0x08 && normal[v] > 1) return 0;
-            if (size->second == 0 && !inScope) normal[typeAt] = 0x0A;
+            if (size->second == 0 && !in_scope) normal[type_at] = 0x0A;
             return v + size->second;
         }
         if (type == 0x0B) {
@@ -79,31 +79,31 @@ class reference {
         }
         const auto least = smallest.find(type);
         if (least == smallest.end()) {
-            unknownAnywhere |= !inScope;
-            unknownAtTop |= !inScope && depth == 0;
+            unknown_anywhere |= !in_scope;
+            unknown_at_top |= !in_scope && depth == 0;
             return v;
         }
         if (v + least->second > last) return 0;
         const std::uint64_t length = number(v);
         if (type == 0x03 || type == 0x04) {
-            return v + length <= last && isValid(v, length, type == 0x04, depth + 1, inScope) ? v + length : 0;
+            return v + length <= last && is_valid(v, length, type == 0x04, depth + 1, in_scope) ? v + length : 0;
         }
         if (type == 0x05) {
-            if (!inScope && v + 5 + length <= last) normal[v + 4] = 0;
+            if (!in_scope && v + 5 + length <= last) normal[v + 4] = 0;
             return v + 5 + length;
         }
         if (type == 0x0F) {
             const std::uint64_t scope = 8 + static_cast<std::uint64_t>(number(v + 4));
             if (v + scope > last || v + length > last || length < scope) return 0;
-            return isValid(v + static_cast<std::size_t>(scope), length - scope, false, depth + 1, true) ? v + length
-                                                                                                        : 0;
+            return is_valid(v + static_cast<std::size_t>(scope), length - scope, false, depth + 1, true) ? v + length
+                                                                                                         : 0;
         }
         const std::uint64_t end = v + 4 + length, tail = type == 0x0C ? 12 : 0;
         return end + tail <= last && normal[static_cast<std::size_t>(end) - 1] == 0 ? end + tail : 0;
     }
 };
 
-bytes encodingOf(bsonDocument& document) {
+bytes encoding_of(bsonDocument& document) {
     const std::uint32_t measured = document.calculateMessageSizeFromKeyValueList();
     document.convertElementListToMessage();
     CHECK(document.messageSize == measured && document.ownsMessage);
@@ -111,7 +111,7 @@ bytes encodingOf(bsonDocument& document) {
 }
 
 // Every element is found by its key and its kind, and only under its own kind; all can be deleted.
-void lookUpAndDelete(bsonDocument& document) {
+void look_up_and_delete(bsonDocument& document) {
     for (const bsonElement* const element : document.elementList) {
         const bsonElement* const first = document.getElementWithKey(element->key, 0);
         CHECK(first != nullptr && first->key == element->key);
@@ -132,27 +132,27 @@ void lookUpAndDelete(bsonDocument& document) {
 }
 
 // Whatever the bytes are: decoding that takes them on trust reads nothing beyond them, and gives a whole tree.
-void decodeOnTrust(const std::uint8_t* data, std::uint32_t size, bool valid, std::int32_t validatedResult,
-                   const bytes& encoding) {
+void decode_on_trust(const std::uint8_t* data, std::uint32_t size, bool valid, std::int32_t validated_result,
+                     const bytes& encoding) {
     bsonDocument trusting(data, size, false, false);
     const std::int32_t result = trusting.convertMessageToElementList(false);
     CHECK(result == 0 || result == 1);
-    const bytes again = encodingOf(trusting);
-    if (valid) CHECK(result == validatedResult && again == encoding);
+    const bytes again = encoding_of(trusting);
+    if (valid) CHECK(result == validated_result && again == encoding);
 }
 
 // A copy holds everything but the message of the original's embedded documents, and not even that once it is encoded.
-void checkCopies(const std::uint8_t* data, std::uint32_t size, const bytes& encoding) {
+void check_copies(const std::uint8_t* data, std::uint32_t size, const bytes& encoding) {
     auto original = std::make_unique<bsonDocument>(data, size, true, true);
     const document_ptr copy(original->getCopy());
     CHECK(copy->messageSize == size && std::memcmp(copy->message, data, size) == 0);
-    CHECK(encodingOf(*copy) == encoding);
+    CHECK(encoding_of(*copy) == encoding);
     original.reset();
     const document_ptr second(copy->getCopy());
-    CHECK(encodingOf(*second) == encoding && encodingOf(*copy) == encoding);
+    CHECK(encoding_of(*second) == encoding && encoding_of(*copy) == encoding);
 }
 
-const bool outputIsClosed = [] {
+const bool output_is_closed = [] {
     const int nowhere = open("/dev/null", O_WRONLY);
     return dup2(nowhere, STDOUT_FILENO) >= 0 && close(nowhere) == 0;
 }();
@@ -162,34 +162,34 @@ const bool outputIsClosed = [] {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t length) {
     const auto size = static_cast<std::uint32_t>(length);
     reference expected(data, length);
-    reference expectedArray(data, length);
+    reference expected_array(data, length);
     const bool valid = bsonDocument::isMessageValid(data, size, false);
-    const bool same = expected.isValid(0, length, false) == valid;
-    CHECK(same || expected.tooDeep);
-    CHECK(expectedArray.isValid(0, length, true) == bsonDocument::isMessageValid(data, size, true) ||
-          expectedArray.tooDeep);
+    const bool same = expected.is_valid(0, length, false) == valid;
+    CHECK(same || expected.too_deep);
+    CHECK(expected_array.is_valid(0, length, true) == bsonDocument::isMessageValid(data, size, true) ||
+          expected_array.too_deep);
 
     bsonDocument document(data, size, false, false);
     const std::int32_t result = document.convertMessageToElementList(true);
     if (!valid) {
         CHECK(result == 0 && document.elementList.empty());
-        decodeOnTrust(data, size, false, 0, {});
+        decode_on_trust(data, size, false, 0, {});
         return 0;
     }
-    if (!expected.tooDeep) CHECK(result == (expected.unknownAtTop ? 0 : 1));
+    if (!expected.too_deep) CHECK(result == (expected.unknown_at_top ? 0 : 1));
     CHECK(document.message == data && !document.ownsMessage);
-    const bytes encoding = encodingOf(document);
-    if (!expected.tooDeep && !expected.unknownAnywhere) CHECK(encoding == expected.normal);
-    if (!expected.unknownAnywhere && !expected.tooDeep) CHECK(document.convertMessageToElementList(true) == 1);
+    const bytes encoding = encoding_of(document);
+    if (!expected.too_deep && !expected.unknown_anywhere) CHECK(encoding == expected.normal);
+    if (!expected.unknown_anywhere && !expected.too_deep) CHECK(document.convertMessageToElementList(true) == 1);
     // Cut off at an unknown type byte, it may end with a string of length 0, and is then not valid.
     if (document.convertMessageToElementList(true) != 1) return 0;
-    CHECK(encodingOf(document) == encoding);
+    CHECK(encoding_of(document) == encoding);
 
-    decodeOnTrust(data, size, true, result, encoding);
-    checkCopies(data, size, encoding);
+    decode_on_trust(data, size, true, result, encoding);
+    check_copies(data, size, encoding);
     if (document.elementList.size() > 64 || size > 4096) return 0;
-    CHECK(outputIsClosed);
+    CHECK(output_is_closed);
     document.debugPrint(0);
-    lookUpAndDelete(document);
+    look_up_and_delete(document);
     return 0;
 }

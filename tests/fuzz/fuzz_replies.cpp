@@ -9,10 +9,11 @@
 
 namespace {
 
-constexpr bool (*readers[])() = {readPresetList, readPreset, readModel, readVideo, readOption, readSelected, readState};
+constexpr bool (*readers[])() = {read_preset_list, read_preset,   read_model, read_video,
+                                 read_option,      read_selected, read_state};
 
 // {"type": "response", "code": 0, results...}
-std::vector<unsigned char> successWith(const std::uint8_t* results, std::size_t size) {
+std::vector<unsigned char> success_with(const std::uint8_t* results, std::size_t size) {
     static const char envelope[] =
         "\0\0\0\0\x02type\0\x09\0\0\0response\0\x10"
         "code\0\0\0\0";
@@ -28,9 +29,9 @@ std::vector<unsigned char> successWith(const std::uint8_t* results, std::size_t 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 60000) return 0;
     const std::uint8_t choice = data[0];
-    preparedReply.assign(data + 1, data + size);
-    if ((choice & 0x80) != 0) preparedReply = successWith(data + 1, size - 1);
+    prepared_reply.assign(data + 1, data + size);
+    if ((choice & 0x80) != 0) prepared_reply = success_with(data + 1, size - 1);
     readers[(choice & 0x7F) % std::size(readers)]();
-    CHECK(!isConnected());
+    CHECK(!is_connected());
     return 0;
 }

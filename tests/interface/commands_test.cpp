@@ -13,7 +13,7 @@
 namespace {
 
 // Holds what every function reads, so that each call succeeds.
-constexpr const char* anyReply =
+constexpr const char* any_reply =
     "{'type':'response','code':0,'presetName':'p','presetIndex':1,'maxPresetsListSize':9,'presetsList':[],"
     "'gradeComboIndex':1,'gradeCombo':[],'modelName':'m','friendlyName':'f','modelSerial':'s',"
     "'colorTransformState':1,'videoConnections':[],'value':'v'}";
@@ -22,29 +22,29 @@ const std::string name32(32, 'n'), name33(33, 'n');
 const cdl values{{0.1, 0.2, 0.3}, {1.0, 1.1, 1.2}, {2.0, 2.1, 2.2}, 0.5};
 #define CDL_FIELDS "'power':[1.0,1.1,1.2],'slope':[2.0,2.1,2.2],'offset':[0.1,0.2,0.3],'saturation':0.5"
 unsigned char table[] = {1, 2, 3, 4};
-char tableFormat[] = "f16";
+char table_format[] = "f16";
 const testPattern square{"square", 3, 0.25, {65535, 0, 1}, {0, 2, 0}}, bars{"Square", -1, 0.25, {1, 1, 1}, {1, 1, 1}};
 
-gradeComponent component(int kind, int typeIndex) {
+gradeComponent component(int kind, int type_index) {
     gradeComponent made{};
     made.kind = kind;
-    made.typeIndex = typeIndex;
+    made.typeIndex = type_index;
     return made;
 }
-gradeComponent cdlComponent(int kind, int typeIndex) {
-    gradeComponent made = component(kind, typeIndex);
+gradeComponent cdl_component(int kind, int type_index) {
+    gradeComponent made = component(kind, type_index);
     made.cdlValues = const_cast<cdl*>(&values);
     return made;
 }
-gradeComponent dataComponent(int kind, int typeIndex, int size) {
-    gradeComponent made = component(kind, typeIndex);
+gradeComponent data_component(int kind, int type_index, int size) {
+    gradeComponent made = component(kind, type_index);
     made.data = size == 0 ? nullptr : table;
     made.dataSize = size;
-    made.dataFormat = tableFormat;
+    made.dataFormat = table_format;
     return made;
 }
-gradeComponent patternComponent(int typeIndex, const testPattern* pattern) {
-    gradeComponent made = component(LUTC_KIND_TEST_PATTERN, typeIndex);
+gradeComponent pattern_component(int type_index, const testPattern* pattern) {
+    gradeComponent made = component(LUTC_KIND_TEST_PATTERN, type_index);
     made.pattern = pattern;
     return made;
 }
@@ -56,17 +56,17 @@ int store(std::vector<gradeComponent> components) {
     return lutc_send_preset(nullptr, 0, 0, 0, false, 0, components.data(), static_cast<int>(components.size()));
 }
 
-int readPresetOf(const char* name, int index) {
+int read_preset_of(const char* name, int index) {
     int count = 0, combo = 0;
     return lutc_recv_preset(name, index, &combo, nullptr, &count);
 }
-int readSelectedOf(int channel) {
+int read_selected_of(int channel) {
     char name[32];
     int index = 0;
     return lutc_get_preset(channel, name, &index);
 }
-int connectVideo(int sourceType, int sourceIndex, int destinationType, int destinationIndex) {
-    const videoConnection connection{sourceType, sourceIndex, destinationType, destinationIndex};
+int connect_video(int source_type, int source_index, int destination_type, int destination_index) {
+    const videoConnection connection{source_type, source_index, destination_type, destination_index};
     return lutc_set_video_connection(&connection);
 }
 
@@ -78,7 +78,7 @@ const struct {
     {"loadPresetsFromMedia", "", [] { return lutc_load_presets_from_media(); }},
     {"savePresetsToMedia", "", [] { return lutc_save_presets_to_media(); }},
     {"deleteAllPresets", "", [] { return lutc_delete_all_presets(); }},
-    {"getPresetsList", "", [] { return readPresetList() ? 0 : -1; }},
+    {"getPresetsList", "", [] { return read_preset_list() ? 0 : -1; }},
     {"deletePreset", "'presetName':''", [] { return lutc_delete_preset("", 5); }},
     {"deletePreset", "'presetName':'" + name32 + "'", [] { return lutc_delete_preset(name32.c_str(), 0); }},
     {"deletePreset", "'presetIndex':1", [] { return lutc_delete_preset(nullptr, 1); }},
@@ -89,13 +89,13 @@ const struct {
     {"movePreset", "'presetName':'a','toIndex':-1", [] { return lutc_move_preset("a", 0, -1); }},
     {"movePreset", "'presetIndex':1,'toIndex':2", [] { return lutc_move_preset(nullptr, 1, 2); }},
     {"movePreset", "'toIndex':0", [] { return lutc_move_preset(nullptr, 0, 0); }},
-    {"getSelectedPreset", "'channelIndex':2", [] { return readSelectedOf(2); }},
-    {"getSelectedPreset", "", [] { return readSelectedOf(-1); }},
+    {"getSelectedPreset", "'channelIndex':2", [] { return read_selected_of(2); }},
+    {"getSelectedPreset", "", [] { return read_selected_of(-1); }},
     {"setSelectedPreset", "'channelIndex':1,'presetName':'a'", [] { return lutc_set_preset(1, "a", 4); }},
     {"setSelectedPreset", "'channelIndex':1,'presetIndex':1", [] { return lutc_set_preset(1, nullptr, 1); }},
     {"setSelectedPreset", "'channelIndex':1", [] { return lutc_set_preset(1, nullptr, 0); }},
     {"setSelectedPreset", "'presetName':''", [] { return lutc_set_preset(0, "", 1); }},
-    {"getOverridePreset", "", [] { return readOverride() ? 0 : -1; }},
+    {"getOverridePreset", "", [] { return read_override() ? 0 : -1; }},
     {"setOverridePreset", "'presetName':'a'", [] { return lutc_set_override_preset("a", 1); }},
     {"setOverridePreset", "'presetIndex':1", [] { return lutc_set_override_preset(nullptr, 1); }},
     {"setOverridePreset", "'presetIndex':0", [] { return lutc_set_override_preset(nullptr, 0); }},
@@ -106,7 +106,7 @@ const struct {
      [] { return lutc_send_combination(0, false, -1); }},
     {"sendLut",
      "'channelIndex':2,'resetAndApply':true,'lutIndex':1,'type':'3dlut','dataFormat':'f16','data':'hex:01020304'",
-     [] { return lutc_send_lut(2, 1, true, "3dlut", tableFormat, table, 4); }},
+     [] { return lutc_send_lut(2, 1, true, "3dlut", table_format, table, 4); }},
     {"sendLut", "'resetAndApply':false,'type':'','dataFormat':'','data':'hex:'",
      [] { return lutc_send_lut(-1, 0, false, "", "", nullptr, 0); }},
     {"sendCDL", "'channelIndex':1,'resetAndApply':true,'cdlIndex':2," CDL_FIELDS,
@@ -124,8 +124,8 @@ const struct {
      "{'type':'tpg','patternType':'Square','videoFormat':-1},"
      "{'type':'3dlut','dataFormat':'f16','data':'hex:0102'},{'type':'cdl','dataFormat':'cdl'," CDL_FIELDS "},{}]",
      [] {
-         return live({patternComponent(1, &square), patternComponent(0, &bars), dataComponent(3, -1, 2),
-                      cdlComponent(0, 0), component(5, 0)});
+         return live({pattern_component(1, &square), pattern_component(0, &bars), data_component(3, -1, 2),
+                      cdl_component(0, 0), component(5, 0)});
      }},
     {"sendPreset",
      "'presetName':'a','toIndex':2,'gradeComboIndex':3,'applyPreset':true,'applyChannel':4,'gradeCombo':[]",
@@ -142,19 +142,19 @@ const struct {
      "{'typeIndex':2,'type':'1dlut','dataFormat':'f16','data':'hex:01020304'},"
      "{'type':'3dlut','dataFormat':'f16','data':'hex:'},{'typeIndex':7},{},{'typeIndex':9},{},{}]",
      [] {
-         return store({cdlComponent(0, 1), dataComponent(0, 0, 0), cdlComponent(1, -1), dataComponent(1, 0, 2),
-                       dataComponent(2, 2, 4), dataComponent(3, 0, 0), patternComponent(7, nullptr),
-                       patternComponent(0, &square), component(9, 9), component(-1, 0), dataComponent(5, 0, 3)});
+         return store({cdl_component(0, 1), data_component(0, 0, 0), cdl_component(1, -1), data_component(1, 0, 2),
+                       data_component(2, 2, 4), data_component(3, 0, 0), pattern_component(7, nullptr),
+                       pattern_component(0, &square), component(9, 9), component(-1, 0), data_component(5, 0, 3)});
      }},
-    {"getPreset", "'presetName':'a'", [] { return readPresetOf("a", 1); }},
-    {"getPreset", "'presetIndex':1", [] { return readPresetOf(nullptr, 1); }},
-    {"getPreset", "", [] { return readPresetOf(nullptr, 0); }},
+    {"getPreset", "'presetName':'a'", [] { return read_preset_of("a", 1); }},
+    {"getPreset", "'presetIndex':1", [] { return read_preset_of(nullptr, 1); }},
+    {"getPreset", "", [] { return read_preset_of(nullptr, 0); }},
     {"sendClientInfo", "'clientModel':'m','versionNumber':'v','clientSerial':'s'",
      [] { return lutc_client_info("m", "v", "s"); }},
     {"sendClientInfo", "'clientModel':'','clientSerial':''", [] { return lutc_client_info("", nullptr, ""); }},
     {"sendClientInfo", "'clientModel':'m'", [] { return lutc_client_info("m", nullptr, nullptr); }},
     {"getModelInfo", "", [] { return lutc_model_info(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); }},
-    {"getColorTransformState", "'channelIndex':1", [] { return readState() ? 0 : -1; }},
+    {"getColorTransformState", "'channelIndex':1", [] { return read_state() ? 0 : -1; }},
     {"getColorTransformState", "",
      [] {
          int state = 0;
@@ -162,19 +162,19 @@ const struct {
      }},
     {"setColorTransformState", "'channelIndex':1,'colorTransformState':-5", [] { return lutc_set_state(-5, 1); }},
     {"setColorTransformState", "'colorTransformState':0", [] { return lutc_set_state(0, 0); }},
-    {"getVideoConnections", "", [] { return readVideo() ? 0 : -1; }},
+    {"getVideoConnections", "", [] { return read_video() ? 0 : -1; }},
     {"setVideoConnection", "'sourceType':'input','sourceIndex':1,'destinationType':'channel','destinationIndex':2",
-     [] { return connectVideo(0, 1, 1, 2); }},
+     [] { return connect_video(0, 1, 1, 2); }},
     {"setVideoConnection", "'sourceType':'channel','sourceIndex':-1,'destinationType':'output','destinationIndex':0",
-     [] { return connectVideo(1, -1, 2, 0); }},
-    {"setVideoConnection", "'sourceIndex':0,'destinationIndex':0", [] { return connectVideo(2, 0, 0, 0); }},
-    {"setVideoConnection", "'sourceIndex':1,'destinationIndex':1", [] { return connectVideo(-1, 1, 3, 1); }},
+     [] { return connect_video(1, -1, 2, 0); }},
+    {"setVideoConnection", "'sourceIndex':0,'destinationIndex':0", [] { return connect_video(2, 0, 0, 0); }},
+    {"setVideoConnection", "'sourceIndex':1,'destinationIndex':1", [] { return connect_video(-1, 1, 3, 1); }},
     {"getOption", "'name':''", [] { return lutc_get_option("", nullptr, 0); }},
     {"setOption", "'name':'n','value':'10'", [] { return lutc_set_option("n", "10"); }},
     {"setOption", "'name':'','value':''", [] { return lutc_set_option("", ""); }},
 };
 
-std::string commandText(const std::string& command, const std::string& fields) {
+std::string command_text(const std::string& command, const std::string& fields) {
     return "{'protocolVersion':'2.0','type':'command','msgID':1,'command':'" + command + "'" +
            (fields.empty() ? "" : "," + fields) + "}";
 }
@@ -182,19 +182,19 @@ std::string commandText(const std::string& command, const std::string& fields) {
 TEST(Commands, areSentFieldByField) {
     for (const auto& row : sent) {
         SCOPED_TRACE(row.command + (" " + row.fields));
-        ScriptedService service({send(encoded(anyReply)), hangUp()});
+        ScriptedService service({send(encoded(any_reply)), hang_up()});
         EXPECT_EQ(row.call(), 0);
-        EXPECT_EQ(decoded(service.command()), commandText(row.command, row.fields));
+        EXPECT_EQ(decoded(service.command()), command_text(row.command, row.fields));
     }
 }
 
 TEST(Commands, failWithACodeOtherThanZero) {
-    const auto reply = documentFrom(anyReply);
+    const auto reply = document_from(any_reply);
     reply->getElementWithKey("code", 0)->setInt32Value(-1);
     std::set<std::string> seen;
     for (const auto& row : sent) {
         if (!seen.insert(row.command).second) continue;
-        ScriptedService service({send(encoded(*reply)), hangUp()});
+        ScriptedService service({send(encoded(*reply)), hang_up()});
         EXPECT_EQ(row.call(), -1) << row.command;
     }
     EXPECT_EQ(seen.size(), 26u);
@@ -203,21 +203,21 @@ TEST(Commands, failWithACodeOtherThanZero) {
 TEST(Commands, mayBeLarge) {
     std::vector<unsigned char> lut(65 * 65 * 65 * 3 * sizeof(float));
     for (std::size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<unsigned char>(i * 7);
-    gradeComponent component = dataComponent(LUTC_KIND_LUT_3D, 1, 0);
+    gradeComponent component = data_component(LUTC_KIND_LUT_3D, 1, 0);
     component.data = lut.data();
     component.dataSize = static_cast<int>(lut.size());
-    ScriptedService service({send(encoded(anyReply)), hangUp()});
+    ScriptedService service({send(encoded(any_reply)), hang_up()});
     EXPECT_EQ(live({component}), 0);
     EXPECT_EQ(decoded(service.command()),
-              commandText("sendLive",
-                          "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'3dlut',"
-                          "'dataFormat':'f16','data':'hex:" +
-                              toHex(lut.data(), lut.size()) + "'}]"));
+              command_text("sendLive",
+                           "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'3dlut',"
+                           "'dataFormat':'f16','data':'hex:" +
+                               to_hex(lut.data(), lut.size()) + "'}]"));
 }
 
 // No service is there, so that a connect fails the test.
 TEST(Commands, thatCantBeMadeAreRefusedBeforeAnyConnection) {
-    const char* const longName = name33.c_str();
+    const char* const long_name = name33.c_str();
     char text[32] = "unchanged";
     int number = 7, *const none = nullptr;
     presetEntry* presets = nullptr;
@@ -230,16 +230,16 @@ TEST(Commands, thatCantBeMadeAreRefusedBeforeAnyConnection) {
     EXPECT_EQ(lutc_preset_list(nullptr, &number, &number), -1);
     EXPECT_EQ(lutc_preset_list(&presets, none, &number), -1);
     EXPECT_EQ(lutc_preset_list(&presets, &number, none), -1);
-    EXPECT_EQ(lutc_delete_preset(longName, 1), -1);
-    EXPECT_EQ(lutc_rename_preset(longName, 1, "a"), -1);
+    EXPECT_EQ(lutc_delete_preset(long_name, 1), -1);
+    EXPECT_EQ(lutc_rename_preset(long_name, 1, "a"), -1);
     EXPECT_EQ(lutc_rename_preset("a", 1, nullptr), -1);
-    EXPECT_EQ(lutc_move_preset(longName, 1, 1), -1);
+    EXPECT_EQ(lutc_move_preset(long_name, 1, 1), -1);
     EXPECT_EQ(lutc_get_preset(1, nullptr, &number), -1);
     EXPECT_EQ(lutc_get_preset(1, text, none), -1);
-    EXPECT_EQ(lutc_set_preset(0, longName, 1), -1);
+    EXPECT_EQ(lutc_set_preset(0, long_name, 1), -1);
     EXPECT_EQ(lutc_get_override_preset(nullptr, &number), -1);
     EXPECT_EQ(lutc_get_override_preset(text, none), -1);
-    EXPECT_EQ(lutc_set_override_preset(longName, 1), -1);
+    EXPECT_EQ(lutc_set_override_preset(long_name, 1), -1);
     EXPECT_EQ(lutc_send_cdl(1, 1, true, nullptr), -1);
     EXPECT_EQ(lutc_send_lut(1, 1, true, nullptr, "f", table, 1), -1);
     EXPECT_EQ(lutc_send_lut(1, 1, true, "1dlut", nullptr, table, 1), -1);
@@ -247,24 +247,24 @@ TEST(Commands, thatCantBeMadeAreRefusedBeforeAnyConnection) {
     EXPECT_EQ(lutc_send_lut(1, 1, true, "1dlut", "f", table, -1), -1);
     EXPECT_EQ(lutc_send_live(1, 1, true, nullptr, 1), -1);
     EXPECT_EQ(lutc_send_preset("a", 1, 1, 1, true, 1, nullptr, 1), -1);
-    EXPECT_EQ(lutc_send_preset(longName, 1, 1, 1, true, 1, nullptr, 0), -1);
+    EXPECT_EQ(lutc_send_preset(long_name, 1, 1, 1, true, 1, nullptr, 0), -1);
     for (const int kind : {0, 1, 2, 3}) {
-        gradeComponent negative = dataComponent(kind, 1, -1), null = dataComponent(kind, 1, 1);
+        gradeComponent negative = data_component(kind, 1, -1), null = data_component(kind, 1, 1);
         null.data = nullptr;
         for (const gradeComponent& refused : {negative, null}) {
-            EXPECT_EQ(live({cdlComponent(0, 1), refused}), -1);
-            EXPECT_EQ(store({cdlComponent(0, 1), refused}), -1);
+            EXPECT_EQ(live({cdl_component(0, 1), refused}), -1);
+            EXPECT_EQ(store({cdl_component(0, 1), refused}), -1);
         }
     }
     for (const int kind : {2, 3}) {
-        gradeComponent refused = dataComponent(kind, 1, 1);
+        gradeComponent refused = data_component(kind, 1, 1);
         refused.dataFormat = nullptr;
         EXPECT_EQ(live({refused}), -1);
         EXPECT_EQ(store({refused}), -1);
     }
-    EXPECT_EQ(live({patternComponent(1, nullptr)}), -1);
-    EXPECT_EQ(live({patternComponent(1, &unnamed)}), -1);
-    EXPECT_EQ(lutc_recv_preset(longName, 1, &number, &record, &number), -1);
+    EXPECT_EQ(live({pattern_component(1, nullptr)}), -1);
+    EXPECT_EQ(live({pattern_component(1, &unnamed)}), -1);
+    EXPECT_EQ(lutc_recv_preset(long_name, 1, &number, &record, &number), -1);
     EXPECT_EQ(lutc_recv_preset("a", 1, &number, &record, none), -1);
     EXPECT_EQ(lutc_recv_preset("a", 1, none, nullptr, &number), -1);
     EXPECT_EQ(lutc_client_info(nullptr, "v", "s"), -1);

@@ -24,19 +24,19 @@ constexpr int apart = 60;  // milliseconds that part two messages
 
 // A reply of exactly that size.
 std::string padded(const std::string& fields, std::size_t size) {
-    const auto document = documentFrom("{'type':'response','code':0," + fields + "}");
+    const auto document = document_from("{'type':'response','code':0," + fields + "}");
     document->addBinaryElement("fill", nullptr, 0);
     const std::string fill(size - document->calculateMessageSizeFromKeyValueList(), 'f');
-    document->getElementWithKey("fill", 0)->setBinaryValue(bytesOf(fill), sizeOf(fill), true, 0);
+    document->getElementWithKey("fill", 0)->setBinaryValue(bytes_of(fill), size_of(fill), true, 0);
     return encoded(*document);
 }
 
-int save(std::vector<Step> script, Line line = Line::Socket) {
+int save(std::vector<Step> script, Line line = Line::socket) {
     ScriptedService service(std::move(script), line);
     return lutc_save_presets_to_media();
 }
 
-int list() { return readPresetList() ? 0 : -1; }
+int list() { return read_preset_list() ? 0 : -1; }
 
 int receive() {
     int count = 0;
@@ -61,20 +61,20 @@ TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.capacity);
-        const std::string fits = padded(row.fields, row.capacity), tooLong = padded(row.fields, row.capacity + 1);
+        const std::string fits = padded(row.fields, row.capacity), too_long = padded(row.fields, row.capacity + 1);
         const std::size_t piece = row.capacity / 16;
         EXPECT_EQ(punctually({send(fits)}, row.call), 0);
-        EXPECT_EQ(punctually({send(tooLong)}, row.call), -1);
+        EXPECT_EQ(punctually({send(too_long)}, row.call), -1);
         EXPECT_EQ(punctually(dribble(fits, piece, 2), row.call), 0);
-        EXPECT_EQ(punctually(dribble(tooLong, piece, 2), row.call), -1);
+        EXPECT_EQ(punctually(dribble(too_long, piece, 2), row.call), -1);
     }
 }
 
 TEST(Exchange, aReplyMayNestAsDeepAsItFits) {
-    std::string reply = ok.substr(0, ok.size() - 1) + fromHex("03 6400") + nested(0x03, 260000) + '\0';
-    const std::uint32_t size = sizeOf(reply);
+    std::string reply = ok.substr(0, ok.size() - 1) + from_hex("03 6400") + nested(0x03, 260000) + '\0';
+    const std::uint32_t size = size_of(reply);
     std::memcpy(&reply[0], &size, sizeof size);
-    onSmallStack([&] { EXPECT_EQ(punctually({send(reply), hangUp()}, receive), 0); });
+    on_small_stack([&] { EXPECT_EQ(punctually({send(reply), hang_up()}, receive), 0); });
 }
 
 TEST(Exchange, aPauseEndsAMessage) {
@@ -86,13 +86,13 @@ TEST(Exchange, aPauseEndsAMessage) {
 
 TEST(Exchange, messagesOfAnotherTypeAreSkipped) {
     const auto afterwards = [](const std::string& message) {
-        return save({send(message), pause(apart), send(ok), hangUp()});
+        return save({send(message), pause(apart), send(ok), hang_up()});
     };
     EXPECT_EQ(afterwards(event), 0);
     EXPECT_EQ(save({send(event), pause(apart), send(event), pause(apart), send(ok)}), 0);
     EXPECT_EQ(afterwards(event + ok), -1);  // one message of the wrong length
     EXPECT_EQ(save({send(event), pause(apart), send(encoded("{'type':'response','code':1}"))}), -1);
-    EXPECT_EQ(save({send(event), hangUp()}), -1);
+    EXPECT_EQ(save({send(event), hang_up()}), -1);
     EXPECT_EQ(save({send(event), reset()}), -1);
     EXPECT_EQ(save({send(ok + ok)}), -1);
     EXPECT_EQ(afterwards(encoded("{'type':'Response','code':0}")), 0);
@@ -109,14 +109,14 @@ TEST(Exchange, messagesOfAnotherTypeAreSkipped) {
 
 TEST(Exchange, closeAndResetAtEachStage) {
     const std::string half = ok.substr(0, 9);
-    for (const auto& end : {hangUp(), reset()}) {
+    for (const auto& end : {hang_up(), reset()}) {
         EXPECT_EQ(save({end}), -1);
         EXPECT_EQ(save({send(half), end}), -1);
         EXPECT_EQ(save({send(ok), end}), 0);
     }
 }
 
-TEST(Exchange, aRefusedConnectionIsDisconnected) { EXPECT_EQ(save({}, Line::Refused), -1); }
+TEST(Exchange, aRefusedConnectionIsDisconnected) { EXPECT_EQ(save({}, Line::refused), -1); }
 
 // A reply sees the call through 200 ms in which a signal arrives each millisecond, in the wait and in the message.
 TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
@@ -132,8 +132,8 @@ TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
     target._sigev_un._tid = static_cast<pid_t>(syscall(SYS_gettid));
     timer_t timer;
     ASSERT_EQ(timer_create(CLOCK_MONOTONIC, &target, &timer), 0);
-    const itimerspec everyMillisecond{{0, 1000000}, {0, 1000000}};
-    timer_settime(timer, 0, &everyMillisecond, nullptr);
+    const itimerspec every_millisecond{{0, 1000000}, {0, 1000000}};
+    timer_settime(timer, 0, &every_millisecond, nullptr);
 
     EXPECT_EQ(punctually(script({{pause(200)}, dribble(ok, 6, 3)}), lutc_save_presets_to_media), 0);
     EXPECT_GT(count, 50);
@@ -148,18 +148,18 @@ TEST(Exchange, aClosedPeerRaisesNoSignal) {
     sigset_t sigpipe, mask, pending;
     sigemptyset(&sigpipe);
     sigaddset(&sigpipe, SIGPIPE);
-    for (const Line line : {Line::ClosedSocket, Line::ClosedPipe}) {
-        for (const bool alreadyPending : {false, true}) {
-            if (alreadyPending) {
+    for (const Line line : {Line::closed_socket, Line::closed_pipe}) {
+        for (const bool already_pending : {false, true}) {
+            if (already_pending) {
                 pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
                 pthread_kill(pthread_self(), SIGPIPE);
             }
             EXPECT_EQ(save({}, line), -1);
             pthread_sigmask(SIG_SETMASK, nullptr, &mask);
             sigpending(&pending);
-            EXPECT_EQ(sigismember(&mask, SIGPIPE), alreadyPending ? 1 : 0);
-            EXPECT_EQ(sigismember(&pending, SIGPIPE), alreadyPending ? 1 : 0);
-            if (!alreadyPending) continue;
+            EXPECT_EQ(sigismember(&mask, SIGPIPE), already_pending ? 1 : 0);
+            EXPECT_EQ(sigismember(&pending, SIGPIPE), already_pending ? 1 : 0);
+            if (!already_pending) continue;
             const timespec now{0, 0};
             EXPECT_EQ(sigtimedwait(&sigpipe, nullptr, &now), SIGPIPE);
             pthread_sigmask(SIG_UNBLOCK, &sigpipe, nullptr);

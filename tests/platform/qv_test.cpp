@@ -41,20 +41,20 @@ class Port {
 };
 
 struct Connection {
-    std::uint32_t status = 99, localPort = 99;
+    std::uint32_t status = 99, local_port = 99;
     int descriptor;
 
     explicit Connection(const std::string& port, const char* host = "127.0.0.1")
-        : descriptor(qv_rpc_client_connect(host, port.c_str(), &status, &localPort)) {}
+        : descriptor(qv_rpc_client_connect(host, port.c_str(), &status, &local_port)) {}
     ~Connection() {
-        qv_rpc_client_disconnect(descriptor, &status, &localPort);
+        qv_rpc_client_disconnect(descriptor, &status, &local_port);
         EXPECT_EQ(status, 0u);
-        EXPECT_EQ(localPort, 0u);
+        EXPECT_EQ(local_port, 0u);
         EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
     }
 
     // What a call sees when the service can't be reached.
-    bool failsAtOnce() const {
+    bool fails_at_once() const {
         char byte;
         pollfd waiting{descriptor, POLLIN, 0};
         return descriptor < 0 || (poll(&waiting, 1, 0) != 0 && read(descriptor, &byte, 1) <= 0);
@@ -69,12 +69,12 @@ TEST(Qv, connects) {
     socklen_t size = sizeof peer;
     const int accepted = accept(port.listener(), reinterpret_cast<sockaddr*>(&peer), &size);
     ASSERT_GE(accepted, 0);
-    EXPECT_EQ(connection.localPort, ntohs(peer.sin_port));
+    EXPECT_EQ(connection.local_port, ntohs(peer.sin_port));
 
-    int noDelay = 0;
-    size = sizeof noDelay;
-    getsockopt(connection.descriptor, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
-    EXPECT_NE(noDelay, 0);
+    int no_delay = 0;
+    size = sizeof no_delay;
+    getsockopt(connection.descriptor, IPPROTO_TCP, TCP_NODELAY, &no_delay, &size);
+    EXPECT_NE(no_delay, 0);
     EXPECT_EQ(fcntl(connection.descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
     EXPECT_EQ(fcntl(connection.descriptor, F_GETFL) & O_NONBLOCK, 0);
 
@@ -91,12 +91,12 @@ TEST(Qv, failsAtOnceWhereNobodyListens) {
     const Port port(-1);
     const Connection connection(port.text());
     EXPECT_EQ(connection.status, static_cast<std::uint32_t>(ECONNREFUSED));
-    EXPECT_EQ(connection.localPort, 0u);
-    EXPECT_TRUE(connection.failsAtOnce());
+    EXPECT_EQ(connection.local_port, 0u);
+    EXPECT_TRUE(connection.fails_at_once());
     for (const char* bad : {"", "x", "0", "65536", "80x", "-1"}) {
         const Connection refused(bad);
         EXPECT_NE(refused.status, 0u) << bad;
-        EXPECT_TRUE(refused.failsAtOnce()) << bad;
+        EXPECT_TRUE(refused.fails_at_once()) << bad;
     }
 }
 
@@ -107,7 +107,7 @@ TEST(Qv, aFullBacklogIsGivenUp) {
     while (connections.size() < 4 && (connections.empty() || connections.back().status == 0)) {  // nobody accepts
         connections.emplace_back(port.text());
     }
-    EXPECT_TRUE(connections.back().failsAtOnce());
+    EXPECT_TRUE(connections.back().fails_at_once());
     EXPECT_EQ(connections.back().status, static_cast<std::uint32_t>(ETIMEDOUT));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }

@@ -14,7 +14,7 @@ const std::string components = "'gradeCombo':[{'typeIndex':1,'type':'cdl','dataF
 class Device : public testing::Test {
   protected:
     std::string call(const std::string& name, const std::string& fields = "{}") {
-        return exchange(device, name, fields);
+        return exchange(device_, name, fields);
     }
     void upload(const std::string& name, const std::string& more = "") {
         ASSERT_EQ("{}", call("sendPreset", "{'presetName':'" + name + "'" + more + ",'gradeCombo':[]}"));
@@ -22,12 +22,12 @@ class Device : public testing::Test {
     // The names in list order.
     std::string names() const {
         std::string all;
-        for (std::size_t i = 1; i <= device.preset_count(); ++i)
-            all += device.preset_at(static_cast<std::int32_t>(i)).name + " ";
+        for (std::size_t i = 1; i <= device_.preset_count(); ++i)
+            all += device_.preset_at(static_cast<std::int32_t>(i)).name + " ";
         return all;
     }
     // Each set of fields is refused with a message that holds the text.
-    void expectRefused(const std::string& name, const std::vector<std::pair<std::string, std::string>>& cases) {
+    void expect_refused(const std::string& name, const std::vector<std::pair<std::string, std::string>>& cases) {
         for (const auto& [given, message] : cases) {
             const std::string reply = call(name, "{" + given + "}");
             EXPECT_NE('{', reply[0]) << name << " " << given;
@@ -35,12 +35,12 @@ class Device : public testing::Test {
         }
     }
 
-    simulator::device_state device;
+    simulator::device_state device_;
 };
 
 TEST_F(Device, RefusesWhatIsNoCommand) {
     EXPECT_EQ("2: there is no command \"selfDestruct\"", call("selfDestruct"));
-    EXPECT_EQ("1: the command is not a valid BSON document", replyText(replyBytes(device, "nonsense")));
+    EXPECT_EQ("1: the command is not a valid BSON document", reply_text(reply_bytes(device_, "nonsense")));
     for (const auto& [command, message] : std::vector<std::pair<std::string, std::string>>{
              {"{}", "3: \"protocolVersion\" is missing"},
              {"{'protocolVersion':2.0}", "3: \"protocolVersion\" is not a string"},
@@ -48,16 +48,16 @@ TEST_F(Device, RefusesWhatIsNoCommand) {
              {"{'protocolVersion':'2.0','type':'response'}", "3: \"type\" is \"response\", not \"command\""},
              {"{'protocolVersion':'2.0','type':'command'}", "3: \"msgID\" is missing"},
              {"{'protocolVersion':'2.0','type':'command','msgID':1}", "3: \"command\" is missing"}})
-        EXPECT_EQ(message, replyText(replyBytes(device, encoded(command))));
+        EXPECT_EQ(message, reply_text(reply_bytes(device_, encoded(command))));
     // Names of any length and content come back short and printable: the reply fits the smallest window.
-    const std::string reply = replyBytes(device, commandBytes("\\u0001" + std::string(3000, 'x')));
+    const std::string reply = reply_bytes(device_, command_bytes("\\u0001" + std::string(3000, 'x')));
     EXPECT_LE(reply.size(), 1024u);
-    EXPECT_NE(std::string::npos, replyText(reply).find("\"\\x01x"));
+    EXPECT_NE(std::string::npos, reply_text(reply).find("\"\\x01x"));
 }
 
 TEST_F(Device, DescribesItself) {
     ASSERT_EQ("{}", call("setOption", "{'name':'friendlyName','value':'" + std::string(256, 'x') + "'}"));
-    EXPECT_LE(replyBytes(device, commandBytes("getModelInfo")).size(), 1024u);
+    EXPECT_LE(reply_bytes(device_, command_bytes("getModelInfo")).size(), 1024u);
     const std::string model = call("getModelInfo");
     EXPECT_EQ(0u, model.find("{'modelName':'lutc simulated device','friendlyName':'xxx"));
     EXPECT_NE(std::string::npos,
@@ -68,13 +68,13 @@ TEST_F(Device, DescribesItself) {
 TEST_F(Device, KnowsItsClients) {
     ASSERT_EQ("{}", call("sendClientInfo", "{'clientModel':'panel'}"));
     ASSERT_EQ("{}", call("sendClientInfo", "{'clientModel':'panel','versionNumber':'2'}"));
-    ASSERT_EQ(1u, device.clients().size());
-    EXPECT_EQ("2", device.clients()[0].version);
+    ASSERT_EQ(1u, device_.clients().size());
+    EXPECT_EQ("2", device_.clients()[0].version);
     for (int i = 0; i < 100; ++i) call("sendClientInfo", "{'clientModel':'" + std::to_string(i) + "'}");
-    EXPECT_EQ(64u, device.clients().size());
-    expectRefused("sendClientInfo", {{"", "\"clientModel\" is missing"},
-                                     {"'clientModel':''", "empty"},
-                                     {"'clientModel':'a','clientSerial':1", "\"clientSerial\" is not a string"}});
+    EXPECT_EQ(64u, device_.clients().size());
+    expect_refused("sendClientInfo", {{"", "\"clientModel\" is missing"},
+                                      {"'clientModel':''", "empty"},
+                                      {"'clientModel':'a','clientSerial':1", "\"clientSerial\" is not a string"}});
 }
 
 TEST_F(Device, GivesPresetsBackByteForByte) {
@@ -94,7 +94,7 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
     const std::string name = "'presetName':'A',";
     const auto component = [&](const std::string& fields) { return name + "'gradeCombo':[{" + fields + "}]"; };
     const std::string empty = "{'type':'cdl','dataFormat':'c','data':'hex:'},";
-    expectRefused(
+    expect_refused(
         "sendPreset",
         {{"'gradeCombo':[]", "\"presetName\" and \"presetIndex\" are missing"},
          {"'presetName':'','gradeCombo':[]", "\"presetName\" is empty"},
@@ -123,22 +123,22 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
 
 TEST_F(Device, TakesNoPresetThatCouldNotBeReadBack) {
     const auto lut = [](std::size_t size) {
-        auto fields = documentFrom(
+        auto fields = document_from(
             "{'protocolVersion':'2.0','type':'command','msgID':1,'command':'sendPreset',"
             "'presetName':'big','gradeCombo':[{'type':'3dlut','dataFormat':'f'}]}");
         const std::string bytes(size, '\x55');
         fields->getElementWithKey("gradeCombo", 0)
             ->documentValue->elementList[0]
-            ->documentValue->addBinaryElement("data", bytesOf(bytes), sizeOf(bytes));
+            ->documentValue->addBinaryElement("data", bytes_of(bytes), size_of(bytes));
         return encoded(*fields);
     };
     std::size_t fits = 2097152 - 200;
-    ASSERT_EQ("{}", replyText(replyBytes(device, lut(fits))));
-    fits += 2097152 - replyBytes(device, commandBytes("getPreset", "{'presetIndex':1}")).size();
+    ASSERT_EQ("{}", reply_text(reply_bytes(device_, lut(fits))));
+    fits += 2097152 - reply_bytes(device_, command_bytes("getPreset", "{'presetIndex':1}")).size();
     EXPECT_EQ("5: the preset needs 2097153 bytes or more to be read back; at most 2097152 are possible",
-              replyText(replyBytes(device, lut(fits + 1))));
-    ASSERT_EQ("{}", replyText(replyBytes(device, lut(fits))));
-    EXPECT_EQ(2097152u, replyBytes(device, commandBytes("getPreset", "{'presetIndex':1}")).size());
+              reply_text(reply_bytes(device_, lut(fits + 1))));
+    ASSERT_EQ("{}", reply_text(reply_bytes(device_, lut(fits))));
+    EXPECT_EQ(2097152u, reply_bytes(device_, command_bytes("getPreset", "{'presetIndex':1}")).size());
 }
 
 TEST_F(Device, HoldsAHundredPresetsInOrder) {
@@ -147,8 +147,8 @@ TEST_F(Device, HoldsAHundredPresetsInOrder) {
     for (int i = 1; i < 100; ++i) upload(std::to_string(i), ",'toIndex':1");
     EXPECT_EQ("5: the library is full: it holds at most 100 presets",
               call("sendPreset", "{'presetName':'x','gradeCombo':[]}"));
-    EXPECT_EQ("99", device.preset_at(1).name);
-    EXPECT_EQ(100, device.find_preset({longest, std::nullopt}));
+    EXPECT_EQ("99", device_.preset_at(1).name);
+    EXPECT_EQ(100, device_.find_preset({longest, std::nullopt}));
     EXPECT_EQ("{}", call("sendPreset", "{'presetName':'99','gradeCombo':[]}")) << "replacing needs no room";
 }
 
@@ -163,14 +163,14 @@ TEST_F(Device, MovesRenamesAndDeletes) {
     EXPECT_EQ("D E A ", names());
     upload("A", ",'toIndex':1");
     EXPECT_EQ("A D E ", names());
-    expectRefused("movePreset", {{"'presetIndex':1,'toIndex':0", "\"toIndex\" is 0"},
-                                 {"'presetIndex':1,'toIndex':4", "count from 1 to 3"},
-                                 {"'presetIndex':1", "\"toIndex\" is missing"},
-                                 {"'toIndex':1", "are missing"}});
-    expectRefused("renamePreset", {{"'presetIndex':1,'newName':'D'", "another preset is named \"D\""},
-                                   {"'presetIndex':1,'newName':'" + std::string(33, 'n') + "'", "33 bytes"},
-                                   {"'presetName':'Z','newName':'Y'", "no preset is named \"Z\""}});
-    expectRefused("deletePreset", {{"", "are missing"}, {"'presetIndex':0", "\"presetIndex\" is 0"}});
+    expect_refused("movePreset", {{"'presetIndex':1,'toIndex':0", "\"toIndex\" is 0"},
+                                  {"'presetIndex':1,'toIndex':4", "count from 1 to 3"},
+                                  {"'presetIndex':1", "\"toIndex\" is missing"},
+                                  {"'toIndex':1", "are missing"}});
+    expect_refused("renamePreset", {{"'presetIndex':1,'newName':'D'", "another preset is named \"D\""},
+                                    {"'presetIndex':1,'newName':'" + std::string(33, 'n') + "'", "33 bytes"},
+                                    {"'presetName':'Z','newName':'Y'", "no preset is named \"Z\""}});
+    expect_refused("deletePreset", {{"", "are missing"}, {"'presetIndex':0", "\"presetIndex\" is 0"}});
     EXPECT_EQ("A D E ", names());
     ASSERT_EQ("{}", call("deleteAllPresets"));
     EXPECT_EQ("{'maxPresetsListSize':100,'presetsList':[]}", call("getPresetsList"));
@@ -189,11 +189,11 @@ TEST_F(Device, SelectionsFollowTheirPreset) {
     EXPECT_EQ("{'presetName':'C','presetIndex':2}", call("getSelectedPreset"));
     EXPECT_EQ("{'presetName':'C','presetIndex':2}", call("getOverridePreset"));
     EXPECT_EQ("{'presetName':'B','presetIndex':1}", call("getSelectedPreset", "{'channelIndex':2}"));
-    expectRefused("setSelectedPreset",
-                  {{"'channelIndex':2,'presetName':'C'", "channel 2 doesn't support grade combination 2"},
-                   {"'presetName':'C'", "channel 2 doesn't support"},
-                   {"'channelIndex':0,'presetName':'B'", "\"channelIndex\" is 0"},
-                   {"'channelIndex':1", "are missing"}});
+    expect_refused("setSelectedPreset",
+                   {{"'channelIndex':2,'presetName':'C'", "channel 2 doesn't support grade combination 2"},
+                    {"'presetName':'C'", "channel 2 doesn't support"},
+                    {"'channelIndex':0,'presetName':'B'", "\"channelIndex\" is 0"},
+                    {"'channelIndex':1", "are missing"}});
     call("deletePreset", "{'presetName':'C'}");
     EXPECT_EQ("4: no preset is selected on channel 1", call("getSelectedPreset"));
     EXPECT_EQ("4: there is no override preset", call("getOverridePreset"));
@@ -201,16 +201,16 @@ TEST_F(Device, SelectionsFollowTheirPreset) {
     ASSERT_EQ("{}", call("setOverridePreset", "{'presetName':'B'}"));
     ASSERT_EQ("{}", call("setOverridePreset", "{'presetIndex':0}"));
     EXPECT_EQ("4: there is no override preset", call("getOverridePreset"));
-    expectRefused("setOverridePreset", {{"", "are missing"}, {"'presetIndex':-1", "\"presetIndex\" is -1"}});
+    expect_refused("setOverridePreset", {{"", "are missing"}, {"'presetIndex':-1", "\"presetIndex\" is -1"}});
 }
 
 TEST_F(Device, ApplyingAPresetReplacesTheLiveGrade) {
     call("sendSaturation", "{'resetAndApply':false,'saturationIndex':3,'saturation':0.5}");
     ASSERT_EQ("{}", call("sendPreset", "{'presetName':'A','applyPreset':true,'applyChannel':1," + components + "}"));
-    EXPECT_EQ(3u, device.live(1).components.size());
-    EXPECT_EQ(1u, device.live(1).components.count({"3dlut", 1})) << "without a slot it takes the first free one";
+    EXPECT_EQ(3u, device_.live(1).components.size());
+    EXPECT_EQ(1u, device_.live(1).components.count({"3dlut", 1})) << "without a slot it takes the first free one";
     EXPECT_EQ("{'presetName':'A','presetIndex':1}", call("getSelectedPreset"));
-    EXPECT_EQ(1u, device.live(2).components.size());
+    EXPECT_EQ(1u, device_.live(2).components.size());
 }
 
 TEST_F(Device, GradesChannelsLive) {
@@ -218,33 +218,33 @@ TEST_F(Device, GradesChannelsLive) {
     ASSERT_EQ("{}", call("sendCDL", "{'resetAndApply':false,'cdlIndex':2," + cdl + "}"));  // on every channel
     ASSERT_EQ("{}", call("sendLut",
                          "{'channelIndex':2,'resetAndApply':false,'type':'1dlut','dataFormat':'f','data':'hex:01'}"));
-    EXPECT_EQ(1, device.live(1).grade_combo_index);
-    EXPECT_EQ(3, device.live(2).grade_combo_index);
-    EXPECT_EQ(2.1, device.live(1).components.at({"cdl", 2}).values->slope[1]);
-    EXPECT_EQ(1u, device.live(2).components.at({"1dlut", 1}).data.size());
+    EXPECT_EQ(1, device_.live(1).grade_combo_index);
+    EXPECT_EQ(3, device_.live(2).grade_combo_index);
+    EXPECT_EQ(2.1, device_.live(1).components.at({"cdl", 2}).values->slope[1]);
+    EXPECT_EQ(1u, device_.live(2).components.at({"1dlut", 1}).data.size());
     const std::string live =
         "{'channelIndex':2,'resetAndApply':true,'gradeCombo':[{'type':'tpg','patternType':'square',"
         "'videoFormat':3,'squareSize':0.25,'fgColor':[65535,0,0],'bgColor':[0,0,0]}]}";
     ASSERT_EQ("{}", call("sendLive", live));
-    ASSERT_EQ(1u, device.live(2).components.size()) << "a reset removes what was there";
-    EXPECT_EQ(65535, device.live(2).components.at({"tpg", 1}).pattern->foreground[0]);
-    EXPECT_EQ(3, device.live(2).grade_combo_index) << "and keeps the combination";
+    ASSERT_EQ(1u, device_.live(2).components.size()) << "a reset removes what was there";
+    EXPECT_EQ(65535, device_.live(2).components.at({"tpg", 1}).pattern->foreground[0]);
+    EXPECT_EQ(3, device_.live(2).grade_combo_index) << "and keeps the combination";
 }
 
 TEST_F(Device, RefusesLiveGradesThatBreakARule) {
     const std::string pattern =
         "'resetAndApply':true,'gradeCombo':[{'type':'tpg','patternType':'square',"
         "'videoFormat':3,'squareSize':0.25,'fgColor':[65536,0,0],'bgColor':[0,0,0]}]";
-    expectRefused("sendLive",
-                  {{pattern, "\"gradeCombo[0].fgColor\" holds 65536"},
-                   {"'gradeCombo':[]", "\"resetAndApply\" is missing"},
-                   {"'channelIndex':2,'gradeComboIndex':4,'resetAndApply':true,'gradeCombo':[]", "doesn't support"}});
-    expectRefused("sendCDL", {{"'resetAndApply':true,'cdlIndex':5," + cdl, "\"cdlIndex\" is 5"},
-                              {"'channelIndex':3,'resetAndApply':true," + cdl, "\"channelIndex\" is 3"}});
-    expectRefused("sendLut", {{"'resetAndApply':true,'type':'cdl','dataFormat':'f','data':'hex:'", "not \"1dlut\""}});
-    expectRefused("sendSaturation", {{"'resetAndApply':true,'saturation':1", "\"saturation\" is not a double"}});
-    expectRefused("sendGradeCombo", {{"'resetAndApply':true,'gradeComboIndex':0", "\"gradeComboIndex\" is 0"}});
-    EXPECT_TRUE(device.live(1).components.empty() && device.live(2).components.empty());
+    expect_refused("sendLive",
+                   {{pattern, "\"gradeCombo[0].fgColor\" holds 65536"},
+                    {"'gradeCombo':[]", "\"resetAndApply\" is missing"},
+                    {"'channelIndex':2,'gradeComboIndex':4,'resetAndApply':true,'gradeCombo':[]", "doesn't support"}});
+    expect_refused("sendCDL", {{"'resetAndApply':true,'cdlIndex':5," + cdl, "\"cdlIndex\" is 5"},
+                               {"'channelIndex':3,'resetAndApply':true," + cdl, "\"channelIndex\" is 3"}});
+    expect_refused("sendLut", {{"'resetAndApply':true,'type':'cdl','dataFormat':'f','data':'hex:'", "not \"1dlut\""}});
+    expect_refused("sendSaturation", {{"'resetAndApply':true,'saturation':1", "\"saturation\" is not a double"}});
+    expect_refused("sendGradeCombo", {{"'resetAndApply':true,'gradeComboIndex':0", "\"gradeComboIndex\" is 0"}});
+    EXPECT_TRUE(device_.live(1).components.empty() && device_.live(2).components.empty());
 }
 
 TEST_F(Device, KeepsTheStateOfEachChannel) {
@@ -261,11 +261,11 @@ TEST_F(Device, RoutesOneSourceToADestination) {
     };
     const std::string before = call("getVideoConnections");
     EXPECT_EQ("5: a channel can't be the source of a channel", connect("channel", "channel"));
-    expectRefused("setVideoConnection",
-                  {{"'sourceType':'output','sourceIndex':1,'destinationType':'output','destinationIndex':1",
-                    "only an input or a channel"},
-                   {"'sourceType':'input','sourceIndex':3,'destinationType':'output','destinationIndex':1",
-                    "\"sourceIndex\" is 3"}});
+    expect_refused("setVideoConnection",
+                   {{"'sourceType':'output','sourceIndex':1,'destinationType':'output','destinationIndex':1",
+                     "only an input or a channel"},
+                    {"'sourceType':'input','sourceIndex':3,'destinationType':'output','destinationIndex':1",
+                     "\"sourceIndex\" is 3"}});
     EXPECT_EQ(before, call("getVideoConnections"));
     ASSERT_EQ("{}", connect("input", "channel"));
     ASSERT_EQ("{}", connect("input", "output"));
@@ -283,11 +283,11 @@ TEST_F(Device, ChecksItsOptions) {
     ASSERT_EQ("{}", call("setOption", "{'name':'videoFormat','value':'2160p50'}"));
     EXPECT_EQ("{'value':'2160p50'}", call("getOption", "{'name':'videoFormat'}"));
     ASSERT_EQ("{}", call("setOption", "{'name':'note','value':''}"));
-    expectRefused("setOption", {{"'name':'videoFormat','value':'8k'", "only one of 720p50, "},
-                                {"'name':'serialNumber','value':'1'", "can only be read"},
-                                {"'name':'note','value':'" + std::string(257, 'x') + "'", "257 bytes"},
-                                {"'name':'note','value':10", "\"value\" is not a string"},
-                                {"'name':'','value':'1'", "no option is named \"\""}});
+    expect_refused("setOption", {{"'name':'videoFormat','value':'8k'", "only one of 720p50, "},
+                                 {"'name':'serialNumber','value':'1'", "can only be read"},
+                                 {"'name':'note','value':'" + std::string(257, 'x') + "'", "257 bytes"},
+                                 {"'name':'note','value':10", "\"value\" is not a string"},
+                                 {"'name':'','value':'1'", "no option is named \"\""}});
 }
 
 }  // namespace

@@ -9,9 +9,9 @@
 #include "tests/support/documents.h"
 
 // The bytes of a command with these fields after the envelope.
-inline std::string commandBytes(const std::string& name, const std::string& fields = "{}") {
-    auto command = documentFrom("{'protocolVersion':'2.0','type':'command','msgID':1,'command':'" + name + "'}");
-    auto rest = documentFrom(fields);
+inline std::string command_bytes(const std::string& name, const std::string& fields = "{}") {
+    auto command = document_from("{'protocolVersion':'2.0','type':'command','msgID':1,'command':'" + name + "'}");
+    auto rest = document_from(fields);
     // Keys may repeat here: "sendLut" has a second "type".
     command->elementList.insert(command->elementList.end(), rest->elementList.begin(), rest->elementList.end());
     rest->elementList.clear();
@@ -19,14 +19,14 @@ inline std::string commandBytes(const std::string& name, const std::string& fiel
 }
 
 // A reply without the fields that every successful reply begins with: "{...}", or "CODE: message" of a refusal.
-inline std::string replyText(const std::string& bytes) {
+inline std::string reply_text(const std::string& bytes) {
     const std::string text = decoded(bytes);
     const std::string head = "{'type':'response','msgID':1,'code':0,'message':'ok'";
     if (text.compare(0, head.size(), head) == 0) {
         const std::size_t comma = text[head.size()] == ',' ? 1 : 0;
         return "{" + text.substr(head.size() + comma);
     }
-    bsonDocument reply(bytesOf(bytes), sizeOf(bytes), true, true);
+    bsonDocument reply(bytes_of(bytes), size_of(bytes), true, true);
     std::int32_t code = 0;
     std::string message;
     if (reply.getInt32WithKey("code", &code) != 1 || reply.getStringWithKey("message", message) != 1) return text;
@@ -34,14 +34,14 @@ inline std::string replyText(const std::string& bytes) {
 }
 
 // The bytes of the device's reply to these bytes.
-inline std::string replyBytes(simulator::device_state& device, const std::string& command) {
+inline std::string reply_bytes(simulator::device_state& device, const std::string& command) {
     const auto reply = simulator::answer(device, {command.begin(), command.end()});
     return std::string(reply.begin(), reply.end());
 }
 
 inline std::string exchange(simulator::device_state& device, const std::string& name,
                             const std::string& fields = "{}") {
-    return replyText(replyBytes(device, commandBytes(name, fields)));
+    return reply_text(reply_bytes(device, command_bytes(name, fields)));
 }
 
 #endif

@@ -15,7 +15,7 @@ using simulator::fault_plan;
 
 const std::string reply = encoded("{'type':'response','code':0,'message':'something to send in pieces'}");
 
-delivery deliveryOf(const std::string& kind) {
+delivery delivery_of(const std::string& kind) {
     fault_plan plan;
     plan.add("getOption=" + kind);
     return simulator::delivered({reply.begin(), reply.end()}, plan.next("getOption"), plan.random());
@@ -69,23 +69,23 @@ TEST(FaultPlan, RandomFaultsRepeatWithTheirSeed) {
 }
 
 TEST(Delivery, IsWhatEachKindSays) {
-    EXPECT_EQ(delivery::ending::hold, deliveryOf("silence,5").end);
-    EXPECT_EQ(5u, deliveryOf("silence,5").hold_milliseconds);
-    EXPECT_EQ("", sent(deliveryOf("silence")) + sent(deliveryOf("close")) + sent(deliveryOf("reset")));
-    EXPECT_EQ(delivery::ending::close, deliveryOf("close").end);
-    EXPECT_EQ(delivery::ending::reset, deliveryOf("reset").end);
-    EXPECT_EQ(reply.substr(0, reply.size() / 2), sent(deliveryOf("truncate")));
-    EXPECT_EQ(reply, sent(deliveryOf("trickle")));
-    EXPECT_EQ(reply.size(), deliveryOf("trickle").pieces.size());
-    EXPECT_EQ(1000u, deliveryOf("delay").pieces.at(0).pause_milliseconds);
-    EXPECT_EQ("<invalid>", decoded(sent(deliveryOf("garbage"))));
-    EXPECT_EQ("<invalid>", decoded(sent(deliveryOf("length"))));
-    EXPECT_EQ(reply.substr(4), sent(deliveryOf("length")).substr(4));
+    EXPECT_EQ(delivery::ending::hold, delivery_of("silence,5").end);
+    EXPECT_EQ(5u, delivery_of("silence,5").hold_milliseconds);
+    EXPECT_EQ("", sent(delivery_of("silence")) + sent(delivery_of("close")) + sent(delivery_of("reset")));
+    EXPECT_EQ(delivery::ending::close, delivery_of("close").end);
+    EXPECT_EQ(delivery::ending::reset, delivery_of("reset").end);
+    EXPECT_EQ(reply.substr(0, reply.size() / 2), sent(delivery_of("truncate")));
+    EXPECT_EQ(reply, sent(delivery_of("trickle")));
+    EXPECT_EQ(reply.size(), delivery_of("trickle").pieces.size());
+    EXPECT_EQ(1000u, delivery_of("delay").pieces.at(0).pause_milliseconds);
+    EXPECT_EQ("<invalid>", decoded(sent(delivery_of("garbage"))));
+    EXPECT_EQ("<invalid>", decoded(sent(delivery_of("length"))));
+    EXPECT_EQ(reply.substr(4), sent(delivery_of("length")).substr(4));
     const std::string event = encoded("{'type':'event','msgID':1,'event':'simulated'}");
-    EXPECT_EQ(event + reply, sent(deliveryOf("event-first")));
-    EXPECT_EQ(60u, deliveryOf("event-first").pieces.at(1).pause_milliseconds);
-    EXPECT_EQ(event + reply, sent(deliveryOf("event-glued")));
-    EXPECT_EQ(1u, deliveryOf("event-glued").pieces.size());
+    EXPECT_EQ(event + reply, sent(delivery_of("event-first")));
+    EXPECT_EQ(60u, delivery_of("event-first").pieces.at(1).pause_milliseconds);
+    EXPECT_EQ(event + reply, sent(delivery_of("event-glued")));
+    EXPECT_EQ(1u, delivery_of("event-glued").pieces.size());
 }
 
 }  // namespace

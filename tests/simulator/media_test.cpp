@@ -20,29 +20,29 @@ class Media : public testing::Test {
     void SetUp() override {
         std::string name = (fs::temp_directory_path() / "lutc-media-XXXXXX").string();
         ASSERT_NE(nullptr, mkdtemp(name.data()));
-        folder = name;
-        device = simulator::device_state(folder / "library");
+        folder_ = name;
+        device_ = simulator::device_state(folder_ / "library");
     }
-    void TearDown() override { fs::remove_all(folder); }
+    void TearDown() override { fs::remove_all(folder_); }
 
     std::string call(const std::string& name, const std::string& fields = "{}") {
-        return exchange(device, name, fields);
+        return exchange(device_, name, fields);
     }
     void upload(const std::string& name) {
         ASSERT_EQ("{}", call("sendPreset", "{'presetName':'" + name +
                                                "','gradeCombo':[{'typeIndex':2,'type':'3dlut',"
                                                "'dataFormat':'f','data':'hex:0001FF'}]}"));
     }
-    fs::path file() const { return folder / "library" / simulator::media_file_name; }
+    fs::path file() const { return folder_ / "library" / simulator::media_file_name; }
     std::string content() const {
         std::ifstream stream(file(), std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
     void write(const std::string& bytes) const { std::ofstream(file(), std::ios::binary) << bytes; }
-    std::ptrdiff_t filesInFolder() const { return std::distance(fs::directory_iterator(folder / "library"), {}); }
+    std::ptrdiff_t files_in_folder() const { return std::distance(fs::directory_iterator(folder_ / "library"), {}); }
 
-    fs::path folder;
-    simulator::device_state device;
+    fs::path folder_;
+    simulator::device_state device_;
 };
 
 TEST_F(Media, GivesTheWholeLibraryBack) {
@@ -50,7 +50,7 @@ TEST_F(Media, GivesTheWholeLibraryBack) {
     upload("B");
     const std::string list = call("getPresetsList"), preset = call("getPreset", "{'presetIndex':2}");
     ASSERT_EQ("{}", call("savePresetsToMedia"));
-    EXPECT_EQ(1, filesInFolder());
+    EXPECT_EQ(1, files_in_folder());
     call("setSelectedPreset", "{'presetIndex':1}");
     call("deletePreset", "{'presetIndex':1}");
     upload("C");
@@ -64,7 +64,7 @@ TEST_F(Media, AnEmptyLibraryIsALibrary) {
     ASSERT_EQ("{}", call("savePresetsToMedia"));
     upload("A");
     ASSERT_EQ("{}", call("loadPresetsFromMedia"));
-    EXPECT_EQ(0u, device.preset_count());
+    EXPECT_EQ(0u, device_.preset_count());
 }
 
 TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
@@ -93,7 +93,7 @@ TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
     fs::remove(file());
     fs::create_directory(file());
     EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
-    EXPECT_EQ(2u, device.preset_count());
+    EXPECT_EQ(2u, device_.preset_count());
 }
 
 TEST_F(Media, AFailedSaveLeavesTheOldFile) {
@@ -114,16 +114,16 @@ TEST_F(Media, AFailedSaveLeavesTheOldFile) {
 
     EXPECT_EQ("6: can't write the presets: File too large", reply);
     EXPECT_EQ(old, content());
-    EXPECT_EQ(1, filesInFolder());
+    EXPECT_EQ(1, files_in_folder());
 
     // A file where the folder should be; a folder that can't be made.
     for (const fs::path& bad : {file(), fs::path("/proc/no-media")}) {
-        device = simulator::device_state(bad);
+        device_ = simulator::device_state(bad);
         EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
         EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
         EXPECT_EQ(old, content());
     }
-    device = simulator::device_state();
+    device_ = simulator::device_state();
     EXPECT_EQ("6: there is no media", call("savePresetsToMedia"));
 }
 

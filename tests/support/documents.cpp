@@ -7,13 +7,13 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-std::unique_ptr<bsonDocument> fromJson(const json& object) {
+std::unique_ptr<bsonDocument> from_json(const json& object) {
     auto document = std::make_unique<bsonDocument>();
     for (const auto& item : object.items()) {
         const std::string& key = item.key();
         const json& value = item.value();
         if (value.is_structured()) {
-            document->addDocumentElement(key, fromJson(value).release(), value.is_array());
+            document->addDocumentElement(key, from_json(value).release(), value.is_array());
         } else if (value.is_boolean()) {
             document->addBooleanElement(key, value.get<bool>());
         } else if (value.is_number_integer()) {
@@ -23,8 +23,8 @@ std::unique_ptr<bsonDocument> fromJson(const json& object) {
         } else if (value.is_null()) {
             document->elementList.push_back(new bsonElement(key));
         } else if (const auto text = value.get<std::string>(); text.rfind("hex:", 0) == 0) {
-            const std::string bytes = fromHex(text.substr(4));
-            document->addBinaryElement(key, bytesOf(bytes), sizeOf(bytes));
+            const std::string bytes = from_hex(text.substr(4));
+            document->addBinaryElement(key, bytes_of(bytes), size_of(bytes));
         } else {
             document->addStringElement(key, text);
         }
@@ -32,7 +32,7 @@ std::unique_ptr<bsonDocument> fromJson(const json& object) {
     return document;
 }
 
-std::string valueText(const bsonElement& element) {
+std::string value_text(const bsonElement& element) {
     switch (element.valueType) {
         case 0x01:
             return json(element.getDoubleValue()).dump();
@@ -40,10 +40,10 @@ std::string valueText(const bsonElement& element) {
             return "'" + element.getStringValue() + "'";
         case 0x03:
         case 0x04:
-            return textOf(*element.documentValue, element.valueType == 0x04);
+            return text_of(*element.documentValue, element.valueType == 0x04);
         case 0x05:
             if (element.binarySubtype != 0) break;
-            return "'hex:" + toHex(element.value, element.valueSize) + "'";
+            return "'hex:" + to_hex(element.value, element.valueSize) + "'";
         case 0x08:
             return element.getBoolValue() ? "true" : "false";
         case 0x0A:
@@ -51,19 +51,19 @@ std::string valueText(const bsonElement& element) {
         case 0x10:
             return std::to_string(element.getInt32Value());
     }
-    return "<" + toHex(&element.valueType, 1) + " " + toHex(&element.binarySubtype, 1) + ":" +
-           toHex(element.value, element.valueSize) + ">";
+    return "<" + to_hex(&element.valueType, 1) + " " + to_hex(&element.binarySubtype, 1) + ":" +
+           to_hex(element.value, element.valueSize) + ">";
 }
 
 }  // namespace
 
-std::unique_ptr<bsonDocument> documentFrom(const std::string& text) {
+std::unique_ptr<bsonDocument> document_from(const std::string& text) {
     std::string quoted = text;
     std::replace(quoted.begin(), quoted.end(), '\'', '"');
-    return fromJson(json::parse(quoted));
+    return from_json(json::parse(quoted));
 }
 
-std::string textOf(const bsonDocument& document, bool isArray) {
+std::string text_of(const bsonDocument& document, bool isArray) {
     std::string text;
     std::size_t index = 0;
     for (const bsonElement* element : document.elementList) {
@@ -73,7 +73,7 @@ std::string textOf(const bsonDocument& document, bool isArray) {
         } else if (element->key != std::to_string(index++)) {
             text += "<key " + element->key + ">";
         }
-        text += valueText(*element);
+        text += value_text(*element);
     }
     return isArray ? "[" + text + "]" : "{" + text + "}";
 }
@@ -83,14 +83,14 @@ std::string encoded(bsonDocument& document) {
     return std::string(reinterpret_cast<const char*>(document.message), document.messageSize);
 }
 
-std::string encoded(const std::string& text) { return encoded(*documentFrom(text)); }
+std::string encoded(const std::string& text) { return encoded(*document_from(text)); }
 
 std::string decoded(const std::string& bytes) {
-    bsonDocument document(bytesOf(bytes), sizeOf(bytes), true, false);
-    return document.convertMessageToElementList(true) == 1 ? textOf(document) : "<invalid>";
+    bsonDocument document(bytes_of(bytes), size_of(bytes), true, false);
+    return document.convertMessageToElementList(true) == 1 ? text_of(document) : "<invalid>";
 }
 
-std::string fromHex(const std::string& hex) {
+std::string from_hex(const std::string& hex) {
     std::string digits;
     std::copy_if(hex.begin(), hex.end(), std::back_inserter(digits), [](char c) { return c != ' '; });
     std::string bytes;
@@ -100,7 +100,7 @@ std::string fromHex(const std::string& hex) {
     return bytes;
 }
 
-std::string toHex(const void* bytes, std::size_t size) {
+std::string to_hex(const void* bytes, std::size_t size) {
     static const char digits[] = "0123456789ABCDEF";
     std::string hex;
     for (std::size_t i = 0; i < size; ++i) {

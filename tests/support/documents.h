@@ -12,8 +12,8 @@
 
 #include <lutc/bsonDocument.h>
 
-std::unique_ptr<bsonDocument> documentFrom(const std::string& text);
-std::string textOf(const bsonDocument& document, bool isArray = false);
+std::unique_ptr<bsonDocument> document_from(const std::string& text);
+std::string text_of(const bsonDocument& document, bool isArray = false);
 
 std::string encoded(bsonDocument& document);
 std::string encoded(const std::string& text);
@@ -21,13 +21,13 @@ std::string encoded(const std::string& text);
 // The document's text, or "<invalid>".
 std::string decoded(const std::string& bytes);
 
-std::string fromHex(const std::string& hex);  // blanks are skipped
-std::string toHex(const void* bytes, std::size_t size);
-inline std::string toHex(const std::string& bytes) { return toHex(bytes.data(), bytes.size()); }
+std::string from_hex(const std::string& hex);  // blanks are skipped
+std::string to_hex(const void* bytes, std::size_t size);
+inline std::string to_hex(const std::string& bytes) { return to_hex(bytes.data(), bytes.size()); }
 
-inline const unsigned char* bytesOf(const std::string& text) {
+inline const unsigned char* bytes_of(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
-inline std::uint32_t sizeOf(const std::string& text) { return static_cast<std::uint32_t>(text.size()); }
+inline std::uint32_t size_of(const std::string& text) { return static_cast<std::uint32_t>(text.size()); }
 
 #endif

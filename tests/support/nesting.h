@@ -11,7 +11,7 @@
 
 #include "tests/support/documents.h"
 
-inline void onSmallStack(std::function<void()> work) {
+inline void on_small_stack(std::function<void()> work) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
@@ -33,7 +33,7 @@ inline std::string nested(std::uint8_t type, std::uint32_t depth) {
         bytes += static_cast<char>(type);
         bytes.append("0", 2);
     }
-    return bytes + fromHex("0500000000") + std::string(depth, '\0');
+    return bytes + from_hex("0500000000") + std::string(depth, '\0');
 }
 
 #endif

@@ -6,7 +6,7 @@
 #include <vector>
 
 // The reply to every call from now on. Each connection must be ended once, before the next.
-extern std::vector<unsigned char> preparedReply;
-bool isConnected();
+extern std::vector<unsigned char> prepared_reply;
+bool is_connected();
 
 #endif

@@ -15,7 +15,7 @@ struct output {
     T value;
 
     output() { std::memset(static_cast<void*>(&value), pattern, sizeof value); }
-    bool isUntouched() const {
+    bool is_untouched() const {
         const auto* const p = reinterpret_cast<const unsigned char*>(&value);
         return std::all_of(p, p + sizeof value, [](unsigned char byte) { return byte == pattern; });
     }
@@ -25,25 +25,25 @@ struct output {
 template <class... Outputs>
 bool succeeded(int result, const Outputs&... outputs) {
     CHECK(result == 0 || result == -1);
-    if (result == -1) CHECK((outputs.isUntouched() && ...));
+    if (result == -1) CHECK((outputs.is_untouched() && ...));
     return result == 0;
 }
 
-void freeCombo(const gradeCombo& combo) {
+void free_combo(const gradeCombo& combo) {
     for (char* const slot : combo.slots) {
         if (slot != nullptr) CHECK(std::strlen(slot) < 600000);
         std::free(slot);
     }
 }
 
-void checkName(const char (&name)[LUTC_PRESET_NAME_SIZE + 1]) {
+void check_name(const char (&name)[LUTC_PRESET_NAME_SIZE + 1]) {
     const std::size_t length = strnlen(name, sizeof name);
     CHECK(length < sizeof name);
     for (std::size_t i = length; i < sizeof name; ++i) CHECK(name[i] == 0);
 }
 
 template <class Read>
-bool readName(Read read) {
+bool read_name(Read read) {
     output<char[LUTC_PRESET_NAME_SIZE + 1]> name;
     output<int> index;
     const bool done = succeeded(read(name.value, &index.value), name, index);
@@ -53,20 +53,20 @@ bool readName(Read read) {
 
 }  // namespace
 
-bool readPresetList() {
+bool read_preset_list() {
     output<presetEntry*> presets;
     output<int> count, maximum;
     if (!succeeded(lutc_preset_list(&presets.value, &count.value, &maximum.value), presets, count, maximum))
         return false;
     for (int i = 0; i < count.value; ++i) {
-        checkName(presets.value[i].presetName);
-        freeCombo(presets.value[i].gradeCombo);
+        check_name(presets.value[i].presetName);
+        free_combo(presets.value[i].gradeCombo);
     }
     std::free(presets.value);
     return true;
 }
 
-bool readPreset() {
+bool read_preset() {
     constexpr int capacity = 4;
     output<gradeComponent[capacity]> components;
     output<int> combination;
@@ -97,23 +97,23 @@ bool readPreset() {
     return true;
 }
 
-bool readModel() {
+bool read_model() {
     output<char[LUTC_MODEL_STRING_BUFFER_SIZE]> model, friendly, serial;
     output<gradeCombo*> combos;
     output<gradeChannel*> channels;
-    output<int> comboCount, channelCount;
-    const int result = lutc_model_info(model.value, friendly.value, serial.value, &combos.value, &comboCount.value,
-                                       &channels.value, &channelCount.value);
-    if (!succeeded(result, model, friendly, serial, combos, comboCount, channels, channelCount)) return false;
+    output<int> combo_count, channel_count;
+    const int result = lutc_model_info(model.value, friendly.value, serial.value, &combos.value, &combo_count.value,
+                                       &channels.value, &channel_count.value);
+    if (!succeeded(result, model, friendly, serial, combos, combo_count, channels, channel_count)) return false;
     CHECK(strnlen(model.value, sizeof model.value) < sizeof model.value);
-    for (int i = 0; i < comboCount.value; ++i) freeCombo(combos.value[i]);
-    for (int i = 0; i < channelCount.value; ++i) checkName(channels.value[i].channelName);
+    for (int i = 0; i < combo_count.value; ++i) free_combo(combos.value[i]);
+    for (int i = 0; i < channel_count.value; ++i) check_name(channels.value[i].channelName);
     std::free(combos.value);
     std::free(channels.value);
     return true;
 }
 
-bool readVideo() {
+bool read_video() {
     output<videoConnection[LUTC_MAX_VIDEO_CONNECTIONS + 1]> connections;
     output<int> count;
     if (!succeeded(lutc_get_video_connections(connections.value, &count.value), connections, count)) return false;
@@ -123,20 +123,20 @@ bool readVideo() {
     return true;
 }
 
-bool readOption() {
+bool read_option() {
     output<char[40]> value;
     const bool done = succeeded(lutc_get_option("name", value.value, 32), value);
     CHECK(value.value[32] == static_cast<char>(output<int>::pattern));
     return done;
 }
 
-bool readSelected() {
-    return readName([](char* name, int* index) { return lutc_get_preset(1, name, index); });
+bool read_selected() {
+    return read_name([](char* name, int* index) { return lutc_get_preset(1, name, index); });
 }
 
-bool readOverride() { return readName(lutc_get_override_preset); }
+bool read_override() { return read_name(lutc_get_override_preset); }
 
-bool readState() {
+bool read_state() {
     output<int> value;
     return succeeded(lutc_get_state(&value.value, 1), value);
 }

@@ -16,7 +16,7 @@
 namespace {
 
 thread_local ScriptedService* current = nullptr;
-constexpr std::uint32_t firstMark = 0xC0FFEE01, secondMark = 0xC0FFEE02;
+constexpr std::uint32_t first_mark = 0xC0FFEE01, second_mark = 0xC0FFEE02;
 
 }  // namespace
 
@@ -57,20 +57,20 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     EXPECT_EQ(++connects_, 1);
     values_[0] = first;
     values_[1] = second;
-    *first = firstMark;
-    *second = secondMark;
-    if (line_ == Line::Refused) return descriptor_ = -1;
+    *first = first_mark;
+    *second = second_mark;
+    if (line_ == Line::refused) return descriptor_ = -1;
 
     int ends[2];
     const int made =
-        line_ == Line::ClosedPipe ? pipe2(ends, O_CLOEXEC) : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
+        line_ == Line::closed_pipe ? pipe2(ends, O_CLOEXEC) : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
     if (made != 0) {
         ADD_FAILURE() << "no connection: " << strerror(errno);
         return descriptor_ = -1;
     }
     peer_ = ends[0];
     descriptor_ = ends[1];
-    if (line_ == Line::ClosedSocket || line_ == Line::ClosedPipe) {
+    if (line_ == Line::closed_socket || line_ == Line::closed_pipe) {
         close(peer_);
         peer_ = -1;
     } else {
@@ -88,8 +88,8 @@ void ScriptedService::disconnect(int descriptor, const std::uint32_t* first, con
     EXPECT_EQ(++disconnects_, 1);
     EXPECT_EQ(first, values_[0]);
     EXPECT_EQ(second, values_[1]);
-    EXPECT_EQ(*first, firstMark);
-    EXPECT_EQ(*second, secondMark);
+    EXPECT_EQ(*first, first_mark);
+    EXPECT_EQ(*second, second_mark);
     if (descriptor >= 0) close(descriptor);
 }
 
@@ -100,7 +100,7 @@ const std::string& ScriptedService::command() {
 
 bool ScriptedService::punctual() {
     finish();
-    return longestGap_ <= std::chrono::milliseconds(9);
+    return longest_gap_ <= std::chrono::milliseconds(9);
 }
 
 // The call has returned: what it wrote is still read, anything else that the service waits for ends.
@@ -112,9 +112,9 @@ void ScriptedService::finish() {
 }
 
 // A socket that is closed before everything was read is reset, so a script with a reset leaves the last byte unread.
-void ScriptedService::readCommand() {
-    const bool leaveOne =
-        std::any_of(script_.begin(), script_.end(), [](const Step& step) { return step.kind == Step::Reset; });
+void ScriptedService::read_command() {
+    const bool leave_one =
+        std::any_of(script_.begin(), script_.end(), [](const Step& step) { return step.kind == Step::reset; });
     std::size_t wanted = 4;
     while (command_.size() < wanted) {
         char buffer[65536];
@@ -124,19 +124,19 @@ void ScriptedService::readCommand() {
         if (command_.size() == 4) {
             std::uint32_t length;
             memcpy(&length, command_.data(), 4);
-            wanted = length - (leaveOne ? 1 : 0);
+            wanted = length - (leave_one ? 1 : 0);
         }
     }
 }
 
-bool ScriptedService::sendInChunks(const std::string& bytes) {
+bool ScriptedService::send_in_chunks(const std::string& bytes) {
     for (std::size_t at = 0; at < bytes.size();) {
         const auto begin = Clock::now();
         const ssize_t sent =
             ::send(peer_, bytes.data() + at, std::min<std::size_t>(bytes.size() - at, 65536), MSG_NOSIGNAL);
         // Also when the client is gone: it may have taken this very gap for the end.
-        if (lastSend_ != Clock::time_point()) longestGap_ = std::max(longestGap_, Clock::now() - lastSend_);
-        lastSend_ = begin;
+        if (last_send_ != Clock::time_point()) longest_gap_ = std::max(longest_gap_, Clock::now() - last_send_);
+        last_send_ = begin;
         if (sent < 0) return false;
         at += static_cast<std::size_t>(sent);
     }
@@ -144,20 +144,20 @@ bool ScriptedService::sendInChunks(const std::string& bytes) {
 }
 
 void ScriptedService::run() {
-    readCommand();
+    read_command();
     for (const Step& step : script_) {
         switch (step.kind) {
-            case Step::Send:
-                if (!sendInChunks(step.bytes)) return;
+            case Step::send:
+                if (!send_in_chunks(step.bytes)) return;
                 break;
-            case Step::Pause:
+            case Step::pause:
                 for (int unread = 1; ioctl(peer_, SIOCOUTQ, &unread) == 0 && unread > 0;) {
                     std::this_thread::sleep_for(std::chrono::microseconds(100));
                 }
                 std::this_thread::sleep_for(std::chrono::milliseconds(step.milliseconds));
                 break;
-            case Step::Close:
-            case Step::Reset:
+            case Step::close:
+            case Step::reset:
                 close(peer_.exchange(-1));
                 return;
         }

@@ -15,23 +15,23 @@
 
 // One thing that the service does once it has read the command.
 struct Step {
-    enum Kind { Send, Pause, Close, Reset } kind;
+    enum Kind { send, pause, close, reset } kind;
     std::string bytes;
     int milliseconds;
 };
-inline Step send(std::string bytes) { return {Step::Send, std::move(bytes), 0}; }
-inline Step pause(int milliseconds) { return {Step::Pause, {}, milliseconds}; }  // once the client has read all
-inline Step hangUp() { return {Step::Close, {}, 0}; }
-inline Step reset() { return {Step::Reset, {}, 0}; }
+inline Step send(std::string bytes) { return {Step::send, std::move(bytes), 0}; }
+inline Step pause(int milliseconds) { return {Step::pause, {}, milliseconds}; }  // once the client has read all
+inline Step hang_up() { return {Step::close, {}, 0}; }
+inline Step reset() { return {Step::reset, {}, 0}; }
 std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds);
 
 class ScriptedService {
   public:
     // What connect returns: a socket; -1; a socket, or the writing end of a pipe, whose other end is closed.
-    enum class Line { Socket, Refused, ClosedSocket, ClosedPipe };
+    enum class Line { socket, refused, closed_socket, closed_pipe };
 
     // After the last step the service is silent.
-    explicit ScriptedService(std::vector<Step> script, Line line = Line::Socket);
+    explicit ScriptedService(std::vector<Step> script, Line line = Line::socket);
     ~ScriptedService();
 
     // After the call: the bytes that it wrote, and whether no more than 9 ms lay between any two of the service's sends,
@@ -46,8 +46,8 @@ class ScriptedService {
     using Clock = std::chrono::steady_clock;
 
     void run();
-    void readCommand();
-    bool sendInChunks(const std::string& bytes);
+    void read_command();
+    bool send_in_chunks(const std::string& bytes);
     void finish();
 
     std::vector<Step> script_;
@@ -58,8 +58,8 @@ class ScriptedService {
     int connects_ = 0;
     int disconnects_ = 0;
     std::string command_;
-    Clock::time_point lastSend_;
-    Clock::duration longestGap_{};
+    Clock::time_point last_send_;
+    Clock::duration longest_gap_{};
     std::thread thread_;
 };
 

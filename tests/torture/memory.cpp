@@ -42,16 +42,16 @@ namespace {
 
 // Plain numbers: they are used before anything is constructed. This program has one thread.
 bool counting = false;
-long allocations = 0;         // in this run
-long firstToFail = LONG_MAX;  // from 1
-bool failAllAfter = false;
+long allocations = 0;           // in this run
+long first_to_fail = LONG_MAX;  // from 1
+bool fail_all_after = false;
 long failures = 0;
 long blocks = 0;  // live ones, of the whole program
 
-bool mayAllocate() {
+bool may_allocate() {
     if (!counting) return true;
     ++allocations;
-    if (allocations != firstToFail && !(failAllAfter && allocations > firstToFail)) return true;
+    if (allocations != first_to_fail && !(fail_all_after && allocations > first_to_fail)) return true;
     ++failures;
     errno = ENOMEM;
     return false;
@@ -66,12 +66,12 @@ void* counted(void* block) {
 
 extern "C" {
 
-void* HERE(malloc)(std::size_t size) { return mayAllocate() ? counted(BENEATH(malloc)(size)) : nullptr; }
+void* HERE(malloc)(std::size_t size) { return may_allocate() ? counted(BENEATH(malloc)(size)) : nullptr; }
 void* HERE(calloc)(std::size_t count, std::size_t size) {
-    return mayAllocate() ? counted(BENEATH(calloc)(count, size)) : nullptr;
+    return may_allocate() ? counted(BENEATH(calloc)(count, size)) : nullptr;
 }
 void* HERE(realloc)(void* block, std::size_t size) {
-    if (!mayAllocate()) return nullptr;
+    if (!may_allocate()) return nullptr;
     void* const moved = BENEATH(realloc)(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
@@ -93,7 +93,7 @@ void operator delete(void* block, std::size_t) noexcept { HERE(free)(block); }
 
 namespace {
 
-int lowestFreeDescriptor() {
+int lowest_free_descriptor() {
     const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     CHECK(descriptor >= 0 && close(descriptor) == 0);
     return descriptor;
@@ -118,32 +118,32 @@ bool succeeds(void (*run)()) {
 }
 
 template <class Result>
-bool runWith(const use<Result>& one, long first, bool allAfter) {
+bool run_with(const use<Result>& one, long first, bool all_after) {
     allocations = failures = 0;
-    firstToFail = first;
-    failAllAfter = allAfter;
+    first_to_fail = first;
+    fail_all_after = all_after;
     const long before = blocks;
-    const int descriptor = lowestFreeDescriptor();
+    const int descriptor = lowest_free_descriptor();
     counting = true;
     const bool done = succeeds(one.run);
     counting = false;
     if (blocks != before) std::fprintf(stderr, "%s: %ld blocks more than before\n", one.name, blocks - before);
-    CHECK(blocks == before && lowestFreeDescriptor() == descriptor && !isConnected());
+    CHECK(blocks == before && lowest_free_descriptor() == descriptor && !is_connected());
     return done;
 }
 
 template <class Result>
 void torture(const use<Result>& one) {
-    CHECK(runWith(one, LONG_MAX, false));
+    CHECK(run_with(one, LONG_MAX, false));
     const long needed = allocations;
     CHECK(needed > 0);
     for (long k = 1; k <= needed; ++k) {
-        for (const bool allAfter : {false, true}) {
-            const bool done = runWith(one, k, allAfter);
+        for (const bool all_after : {false, true}) {
+            const bool done = run_with(one, k, all_after);
             if (done || failures == 0) std::fprintf(stderr, "%s: allocation %ld\n", one.name, k);
             CHECK(!done && failures > 0);
         }
-        CHECK(runWith(one, LONG_MAX, false) && allocations == needed);
+        CHECK(run_with(one, LONG_MAX, false) && allocations == needed);
     }
     std::printf("%6ld %s\n", needed, one.name);
 }
@@ -164,13 +164,13 @@ const use<bool> calls[] = {
     {"lutc_load_presets_from_media", [] { return lutc_load_presets_from_media() == 0; }},
     {"lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }},
     {"lutc_delete_all_presets", [] { return lutc_delete_all_presets() == 0; }},
-    {"lutc_preset_list", readPresetList},
+    {"lutc_preset_list", read_preset_list},
     {"lutc_delete_preset", [] { return lutc_delete_preset("a", 0) == 0; }},
     {"lutc_rename_preset", [] { return lutc_rename_preset("a", 0, "the new name of the preset") == 0; }},
     {"lutc_move_preset", [] { return lutc_move_preset("a", 0, 1) == 0; }},
-    {"lutc_get_preset", readSelected},
+    {"lutc_get_preset", read_selected},
     {"lutc_set_preset", [] { return lutc_set_preset(1, "a", 0) == 0; }},
-    {"lutc_get_override_preset", readOverride},
+    {"lutc_get_override_preset", read_override},
     {"lutc_set_override_preset", [] { return lutc_set_override_preset(nullptr, 0) == 0; }},
     {"lutc_send_combination", [] { return lutc_send_combination(1, true, 1) == 0; }},
     {"lutc_send_lut", [] { return lutc_send_lut(1, 1, true, "3dlut", "float", table, sizeof table) == 0; }},
@@ -178,19 +178,19 @@ const use<bool> calls[] = {
     {"lutc_send_saturation", [] { return lutc_send_saturation(1, 1, true, 0.5) == 0; }},
     {"lutc_send_live", [] { return lutc_send_live(1, 1, true, components, 4) == 0; }},
     {"lutc_send_preset", [] { return lutc_send_preset("a", 0, 1, 1, true, 1, components, 3) == 0; }},
-    {"lutc_recv_preset", readPreset},
+    {"lutc_recv_preset", read_preset},
     {"lutc_client_info", [] { return lutc_client_info("model", "version", "serial") == 0; }},
-    {"lutc_model_info", readModel},
-    {"lutc_get_state", readState},
+    {"lutc_model_info", read_model},
+    {"lutc_get_state", read_state},
     {"lutc_set_state", [] { return lutc_set_state(1, 1) == 0; }},
-    {"lutc_get_video_connections", readVideo},
+    {"lutc_get_video_connections", read_video},
     {"lutc_set_video_connection", [] { return lutc_set_video_connection(&route) == 0; }},
-    {"lutc_get_option", readOption},
+    {"lutc_get_option", read_option},
     {"lutc_set_option", [] { return lutc_set_option("name", "value") == 0; }},
 };
 
 // Replies with lists and texts on the heap: what a large buffer takes, and what fits 1024 bytes.
-const std::string combo = "['a rather long name of a kind','cdl']", longName = "'a text of some length, on the heap'";
+const std::string combo = "['a rather long name of a kind','cdl']", long_name = "'a text of some length, on the heap'";
 const std::string data = "'typeIndex':1,'dataFormat':'float','data':'hex:" + std::string(600, '0') + "'}";
 const std::string preset = "'gradeComboIndex':1,'gradeCombo':" + combo + "}";
 const std::string lists = "'maxPresetsListSize':9,'presetsList':[{'presetName':'first'," + preset +
@@ -199,21 +199,21 @@ const std::string lists = "'maxPresetsListSize':9,'presetsList':[{'presetName':'
                           ",{'type':'3dlut'," + data + ",{'type':'saturation'," + data + "]";
 const std::string channel = "{'channelName':'A','supportedGradeComboIndices':[1]}";
 const std::string small =
-    "'presetName':" + longName + ",'presetIndex':1,'modelName':" + longName + ",'friendlyName':" + longName +
-    ",'modelSerial':" + longName + ",'value':" + longName + ",'colorTransformState':1,'gradeCombos':[" + combo + "," +
+    "'presetName':" + long_name + ",'presetIndex':1,'modelName':" + long_name + ",'friendlyName':" + long_name +
+    ",'modelSerial':" + long_name + ",'value':" + long_name + ",'colorTransformState':1,'gradeCombos':[" + combo + "," +
     combo + "],'gradeChannels':[" + channel + "," + channel +
     "],'videoConnections':[{'sourceIndex':1,'destinationIndex':1,'sourceType':'input','destinationType':'input'}]";
 
 void prepare(const std::string& results) {
     const std::string reply = encoded("{'type':'response','code':0," + results + "}");
-    preparedReply.assign(reply.begin(), reply.end());
+    prepared_reply.assign(reply.begin(), reply.end());
 }
 
 // ---- The document classes ----
 
-const std::string longText(100, 'x');
+const std::string long_text(100, 'x');
 const std::unique_ptr<bsonDocument> held =
-    documentFrom("{'text':'" + longText + "'," + lists + ",'inner':{'combo':" + combo + "}}");
+    document_from("{'text':'" + long_text + "'," + lists + ",'inner':{'combo':" + combo + "}}");
 bsonDocument& sample = *held;  // nested, with its message
 
 // A setter: after a failure the element has its old value.
@@ -233,7 +233,7 @@ void sets(Set set) {
 
 // A method of a copy of the sample. The copy is made beforehand, with memory.
 template <class Method>
-void onCopy(Method method) {
+void on_copy(Method method) {
     counting = false;
     const std::unique_ptr<bsonDocument> copy(sample.getCopy());
     const std::size_t elements = copy->elementList.size();
@@ -250,9 +250,9 @@ void onCopy(Method method) {
 }
 
 const use<void> methods[] = {
-    {"bsonElement(key)", [] { bsonElement element(longText); }},
+    {"bsonElement(key)", [] { bsonElement element(long_text); }},
     {"bsonElement(key, boolean)", [] { bsonElement element("k", true); }},
-    {"bsonElement(key, string)", [] { bsonElement element("k", longText); }},
+    {"bsonElement(key, string)", [] { bsonElement element("k", long_text); }},
     {"bsonElement(key, bytes)", [] { bsonElement e("k", table, 9, true, std::uint8_t{1}); }},
     {"bsonElement(type, ...)", [] { bsonElement e(0x03, "k", sample.message, sample.messageSize, true, 0); }},
     {"new bsonElement", [] { delete new bsonElement; }},
@@ -260,7 +260,7 @@ const use<void> methods[] = {
     {"setInt32Value", [] { sets([](bsonElement& e) { e.setInt32Value(1); }); }},
     {"setInt64Value", [] { sets([](bsonElement& e) { e.setInt64Value(1); }); }},
     {"setDoubleValue", [] { sets([](bsonElement& e) { e.setDoubleValue(1.0); }); }},
-    {"setStringValue", [] { sets([](bsonElement& e) { e.setStringValue(longText); }); }},
+    {"setStringValue", [] { sets([](bsonElement& e) { e.setStringValue(long_text); }); }},
     {"setBinaryValue", [] { sets([](bsonElement& e) { e.setBinaryValue(table, 9, true, 1); }); }},
     {"getStringValue", [] { sample.elementList[0]->getStringValue(); }},
     {"bsonElement::getCopy", [] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }},
@@ -269,29 +269,29 @@ const use<void> methods[] = {
     {"bsonDocument::getCopy", [] { delete sample.getCopy(); }},
     {"isMessageValid", [] { bsonDocument::isMessageValid(sample.message, sample.messageSize, false); }},
     {"calculateMessageSizeFromKeyValueList", [] { sample.calculateMessageSizeFromKeyValueList(); }},
-    {"convertElementListToMessage", [] { onCopy([](bsonDocument& d) { d.convertElementListToMessage(); }); }},
+    {"convertElementListToMessage", [] { on_copy([](bsonDocument& d) { d.convertElementListToMessage(); }); }},
     {"convertMessageToElementList",
-     [] { onCopy([](bsonDocument& d) { CHECK(d.convertMessageToElementList(true) == 1); }); }},
+     [] { on_copy([](bsonDocument& d) { CHECK(d.convertMessageToElementList(true) == 1); }); }},
     {"getElementListWithKey", [] { sample.getElementListWithKey("text"); }},
     {"getElementListWithValueType", [] { sample.getElementListWithValueType(0x02); }},
     {"getStringWithKey",
      [] {
          struct kept_text {
              std::string text = "before";
-             ~kept_text() { CHECK(text == longText || text == "before"); }
+             ~kept_text() { CHECK(text == long_text || text == "before"); }
          } kept;
          sample.getStringWithKey("text", kept.text);
      }},
-    {"addBooleanElement", [] { onCopy([](bsonDocument& d) { d.addBooleanElement("k", true); }); }},
-    {"addInt32Element", [] { onCopy([](bsonDocument& d) { d.addInt32Element(longText, 1); }); }},
-    {"addDoubleElement", [] { onCopy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
-    {"addStringElement", [] { onCopy([](bsonDocument& d) { d.addStringElement(1, longText); }); }},
-    {"addBinaryElement", [] { onCopy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
+    {"addBooleanElement", [] { on_copy([](bsonDocument& d) { d.addBooleanElement("k", true); }); }},
+    {"addInt32Element", [] { on_copy([](bsonDocument& d) { d.addInt32Element(long_text, 1); }); }},
+    {"addDoubleElement", [] { on_copy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
+    {"addStringElement", [] { on_copy([](bsonDocument& d) { d.addStringElement(1, long_text); }); }},
+    {"addBinaryElement", [] { on_copy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
     {"addDocumentElement",
      [] {
-         onCopy([](bsonDocument& d) {
+         on_copy([](bsonDocument& d) {
              auto inner = std::make_unique<bsonDocument>();  // the caller's when it fails
-             d.addDocumentElement(longText, inner.get(), false);
+             d.addDocumentElement(long_text, inner.get(), false);
              inner.release();
          });
      }},
@@ -305,7 +305,7 @@ int main() {
     static char buffer[4096];
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
     for (const auto& one : calls) {
-        prepare(one.run == readPresetList || one.run == readPreset ? lists : small);
+        prepare(one.run == read_preset_list || one.run == read_preset ? lists : small);
         torture(one);
     }
     sample.elementList.push_back(
