@@ -11,12 +11,12 @@
 namespace lutc_bson {
 namespace {
 
-bool is_known_type(std::uint8_t t) {
-    return (t >= type::real && t <= type::int64) || t == type::max_key || t == type::min_key;
+bool is_known_type(bson_type t) {
+    return (t >= bson_type::real && t <= bson_type::int64) || t == bson_type::max_key || t == bson_type::min_key;
 }
 
-bool decodes_to_null(std::uint8_t t) {
-    return t == type::null || t == type::undefined || t == type::max_key || t == type::min_key;
+bool decodes_to_null(bson_type t) {
+    return t == bson_type::null || t == bson_type::undefined || t == bson_type::max_key || t == bson_type::min_key;
 }
 
 // Room for a few elements at once: most documents need no more, and the others grow from there.
@@ -61,7 +61,7 @@ class decoder {
     }
 
     bool decode_element() {
-        const std::uint8_t t = bytes_[position_];
+        const bson_type t{bytes_[position_]};
         const unsigned char* const key = bytes_ + position_ + 1;
         const auto* const key_end = static_cast<const unsigned char*>(std::memchr(key, 0, here_.last - position_ - 1));
         if (key_end == nullptr || !is_known_type(t)) return false;
@@ -72,7 +72,7 @@ class decoder {
         const std::uint32_t size = value.end - value.begin;
 
         std::unique_ptr<bsonElement> element(elements_.make());
-        element->valueType = decodes_to_null(t) ? type::null : t;
+        element->valueType = byte_of(decodes_to_null(t) ? bson_type::null : t);
         element->key.assign(reinterpret_cast<const char*>(key), static_cast<std::size_t>(key_end - key));
         if (is_document_type(t)) {
             element->documentValue = documents_.make();

@@ -110,7 +110,7 @@ auto has_key(const std::string& key) {
     return [&key](const bsonElement& element) { return element.key == key; };
 }
 
-auto has_type(std::uint8_t type) {
+auto has_type(bson_type type) {
     return [type](const bsonElement& element) { return element.valueType == type; };
 }
 
@@ -120,7 +120,7 @@ void add(bsonDocument& document, const std::string& key, const Value& value) {
 }
 
 // The result of a typed getter, and the element when it is 1.
-std::int32_t find_typed(const bsonDocument& document, const std::string& key, std::uint8_t type,
+std::int32_t find_typed(const bsonDocument& document, const std::string& key, bson_type type,
                         const bsonElement*& found) noexcept {
     found = document.getElementWithKey(key, 0);
     if (found == nullptr) return 0;
@@ -128,7 +128,7 @@ std::int32_t find_typed(const bsonDocument& document, const std::string& key, st
 }
 
 template <class Value, class Read>
-std::int32_t get_typed(const bsonDocument& document, const std::string& key, std::uint8_t type, Value& out, Read read) {
+std::int32_t get_typed(const bsonDocument& document, const std::string& key, bson_type type, Value& out, Read read) {
     const bsonElement* element;
     const std::int32_t result = find_typed(document, key, type, element);
     if (result == 1) out = read(*element);
@@ -184,7 +184,7 @@ bsonElement* bsonDocument::getElementWithKey(const std::string& key, std::int32_
 }
 
 bsonElement* bsonDocument::getElementWithValueType(std::uint8_t type, std::int32_t occurrence) const noexcept {
-    return find(*this, has_type(type), occurrence);
+    return find(*this, has_type(bson_type{type}), occurrence);
 }
 
 std::vector<bsonElement*> bsonDocument::getElementListWithKey(const std::string& key) const {
@@ -192,7 +192,7 @@ std::vector<bsonElement*> bsonDocument::getElementListWithKey(const std::string&
 }
 
 std::vector<bsonElement*> bsonDocument::getElementListWithValueType(std::uint8_t type) const {
-    return find_all(*this, has_type(type));
+    return find_all(*this, has_type(bson_type{type}));
 }
 
 void bsonDocument::addBooleanElement(const std::string& key, bool value) { add(*this, key, value); }
@@ -231,38 +231,38 @@ void bsonDocument::addDocumentElement(std::int32_t index, bsonDocument* document
 }
 
 std::int32_t bsonDocument::getStringWithKey(const std::string& key, std::string& out) const {
-    return get_typed(*this, key, type::string, out, [](const bsonElement& e) { return e.getStringValue(); });
+    return get_typed(*this, key, bson_type::string, out, [](const bsonElement& e) { return e.getStringValue(); });
 }
 
 std::int32_t bsonDocument::getInt32WithKey(const std::string& key, std::int32_t* out) const noexcept {
-    return get_typed(*this, key, type::int32, *out, [](const bsonElement& e) { return e.getInt32Value(); });
+    return get_typed(*this, key, bson_type::int32, *out, [](const bsonElement& e) { return e.getInt32Value(); });
 }
 
 std::int32_t bsonDocument::getDoubleWithKey(const std::string& key, double* out) const noexcept {
-    return get_typed(*this, key, type::real, *out, [](const bsonElement& e) { return e.getDoubleValue(); });
+    return get_typed(*this, key, bson_type::real, *out, [](const bsonElement& e) { return e.getDoubleValue(); });
 }
 
 std::int32_t bsonDocument::getFloatWithKey(const std::string& key, float* out) const noexcept {
-    return get_typed(*this, key, type::real, *out,
+    return get_typed(*this, key, bson_type::real, *out,
                      [](const bsonElement& e) { return static_cast<float>(e.getDoubleValue()); });
 }
 
 std::int32_t bsonDocument::getBooleanWithKey(const std::string& key, bool* out) const noexcept {
-    return get_typed(*this, key, type::boolean, *out, [](const bsonElement& e) { return e.getBoolValue(); });
+    return get_typed(*this, key, bson_type::boolean, *out, [](const bsonElement& e) { return e.getBoolValue(); });
 }
 
 std::int32_t bsonDocument::getBinaryWithKey(const std::string& key, unsigned char** data,
                                             std::uint32_t* size) const noexcept {
-    return get_typed(*this, key, type::binary, *data,
+    return get_typed(*this, key, bson_type::binary, *data,
                      [size](const bsonElement& e) { return e.getBinaryValue(size, nullptr, nullptr); });
 }
 
 std::int32_t bsonDocument::getDocumentWithKey(const std::string& key, bsonDocument** out) const noexcept {
-    return get_typed(*this, key, type::document, *out, [](const bsonElement& e) { return e.documentValue; });
+    return get_typed(*this, key, bson_type::document, *out, [](const bsonElement& e) { return e.documentValue; });
 }
 
 std::int32_t bsonDocument::getArrayWithKey(const std::string& key, bsonDocument** out) const noexcept {
-    return get_typed(*this, key, type::array, *out, [](const bsonElement& e) { return e.documentValue; });
+    return get_typed(*this, key, bson_type::array, *out, [](const bsonElement& e) { return e.documentValue; });
 }
 
 std::int32_t bsonDocument::deleteElementWithKey(const std::string& key, std::int32_t occurrence) noexcept {
@@ -270,5 +270,5 @@ std::int32_t bsonDocument::deleteElementWithKey(const std::string& key, std::int
 }
 
 std::int32_t bsonDocument::deleteElementWithValueType(std::uint8_t type, std::int32_t occurrence) noexcept {
-    return delete_occurrence(*this, has_type(type), occurrence);
+    return delete_occurrence(*this, has_type(bson_type{type}), occurrence);
 }

@@ -17,38 +17,38 @@ void indent(std::int32_t level) {
 }
 
 struct kind {
-    std::uint8_t value_type;
+    bson_type value_type;
     const char* name;
 };
 
 constexpr kind kinds[] = {
-    {type::real, "double"},
-    {type::string, "string"},
-    {type::document, "embedded document"},
-    {type::array, "array document"},
-    {type::binary, "binary"},
-    {type::undefined, "undefined"},
-    {type::object_id, "object id"},
-    {type::boolean, "boolean"},
-    {type::utc, "utc"},
-    {type::null, "null"},
-    {type::regular_expression, "regular expression"},
-    {type::db_pointer, "db pointer"},
-    {type::javascript, "javascript"},
-    {type::symbol, "deprecated"},
-    {type::javascript_with_scope, "javascript with scope"},
-    {type::int32, "int32"},
-    {type::timestamp, "timestamp"},
-    {type::int64, "int64"},
-    {type::max_key, "max key"},
-    {type::min_key, "min key"},
+    {bson_type::real, "double"},
+    {bson_type::string, "string"},
+    {bson_type::document, "embedded document"},
+    {bson_type::array, "array document"},
+    {bson_type::binary, "binary"},
+    {bson_type::undefined, "undefined"},
+    {bson_type::object_id, "object id"},
+    {bson_type::boolean, "boolean"},
+    {bson_type::utc, "utc"},
+    {bson_type::null, "null"},
+    {bson_type::regular_expression, "regular expression"},
+    {bson_type::db_pointer, "db pointer"},
+    {bson_type::javascript, "javascript"},
+    {bson_type::symbol, "deprecated"},
+    {bson_type::javascript_with_scope, "javascript with scope"},
+    {bson_type::int32, "int32"},
+    {bson_type::timestamp, "timestamp"},
+    {bson_type::int64, "int64"},
+    {bson_type::max_key, "max key"},
+    {bson_type::min_key, "min key"},
 };
 
 std::string kind_of(const bsonElement& element) {
     const auto* const known = std::find_if(std::begin(kinds), std::end(kinds),
-                                           [&](const kind& k) { return k.value_type == element.valueType; });
+                                           [&](const kind& k) { return element.valueType == k.value_type; });
     if (known == std::end(kinds)) return "unknown";
-    if (element.valueType != type::binary) return known->name;
+    if (element.valueType != bson_type::binary) return known->name;
     return "binary [length=" + std::to_string(static_cast<std::int32_t>(element.valueSize)) + "]";
 }
 
@@ -67,25 +67,25 @@ std::string preview_of(const bsonElement& element) {
 
 // What follows the kind; nothing for kinds whose value isn't shown.
 std::string value_of(const bsonElement& element) {
-    switch (element.valueType) {
-        case type::real:
+    switch (bson_type{element.valueType}) {
+        case bson_type::real:
             return std::to_string(element.getDoubleValue());  // six decimals
-        case type::string:
-        case type::javascript:
+        case bson_type::string:
+        case bson_type::javascript:
             return element.getStringValue();
-        case type::document:
+        case bson_type::document:
             return "{";
-        case type::array:
+        case bson_type::array:
             return "[";
-        case type::binary:
+        case bson_type::binary:
             return preview_of(element);
-        case type::boolean:
+        case bson_type::boolean:
             return element.getBoolValue() ? "true" : "false";
-        case type::int32:
+        case bson_type::int32:
             return std::to_string(element.getInt32Value());
-        case type::utc:
-        case type::timestamp:
-        case type::int64:
+        case bson_type::utc:
+        case bson_type::timestamp:
+        case bson_type::int64:
             return std::to_string(element.getInt64Value());
         default:
             return {};
@@ -103,14 +103,14 @@ struct printer {
     const bsonDocument* visit(const bsonElement& element) {
         indent(mark);
         print_line(element);
-        if (!is_document_type(element.valueType) || element.documentValue == nullptr) return nullptr;
+        if (!is_document_type(bson_type{element.valueType}) || element.documentValue == nullptr) return nullptr;
         ++mark;
         return element.documentValue;
     }
 
     void leave(const bsonElement& holder, std::int32_t level) {
         indent(level - 1);
-        std::puts(holder.valueType == type::array ? "]" : "}");
+        std::puts(holder.valueType == bson_type::array ? "]" : "}");
     }
 };
 

@@ -18,18 +18,18 @@ unsigned char* stored_bytes(const unsigned char* bytes, std::uint32_t size, bool
     return const_cast<unsigned char*>(bytes);
 }
 
-void replace_value(bsonElement& element, std::uint8_t value_type, unsigned char* bytes, std::uint32_t size) noexcept {
+void replace_value(bsonElement& element, bson_type type, unsigned char* bytes, std::uint32_t size) noexcept {
     element.clearValue();
-    element.valueType = value_type;
+    element.valueType = byte_of(type);
     element.binarySubtype = 0;
     element.value = bytes;
     element.valueSize = size;
 }
 
-void replace_with8_bytes(bsonElement& element, std::uint8_t value_type, std::uint64_t bits) {
+void replace_with8_bytes(bsonElement& element, bson_type type, std::uint64_t bits) {
     unsigned char* const bytes = new_bytes(8);
     store64(bytes, bits);
-    replace_value(element, value_type, bytes, 8);
+    replace_value(element, type, bytes, 8);
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ bsonElement::bsonElement()
       binarySubtype(0) {}
 
 bsonElement::bsonElement(const std::string& name)
-    : valueType(type::null),
+    : valueType(byte_of(bson_type::null)),
       valueSize(0),
       value(nullptr),
       ownsValue(true),
@@ -89,7 +89,7 @@ bsonElement::bsonElement(std::uint8_t raw_type, const std::string& name, const u
     valueType = raw_type;
     binarySubtype = subtype;
     ownsValue = copy;
-    if (is_document_type(raw_type)) {
+    if (is_document_type(bson_type{raw_type})) {
         documentValue = new bsonDocument(bytes, size, true, true);
         return;
     }
@@ -113,48 +113,48 @@ void bsonElement::clearValue() noexcept {
     ownsDocument = true;
 }
 
-void bsonElement::setNullValue() noexcept { replace_value(*this, type::null, nullptr, 0); }
+void bsonElement::setNullValue() noexcept { replace_value(*this, bson_type::null, nullptr, 0); }
 
 void bsonElement::setBoolValue(bool new_value) {
     unsigned char* const bytes = new_bytes(1);
     bytes[0] = new_value ? 1 : 0;
-    replace_value(*this, type::boolean, bytes, 1);
+    replace_value(*this, bson_type::boolean, bytes, 1);
 }
 
 void bsonElement::setInt32Value(std::int32_t new_value) {
     unsigned char* const bytes = new_bytes(4);
     store32(bytes, static_cast<std::uint32_t>(new_value));
-    replace_value(*this, type::int32, bytes, 4);
+    replace_value(*this, bson_type::int32, bytes, 4);
 }
 
 void bsonElement::setInt64Value(std::int64_t new_value) {
-    replace_with8_bytes(*this, type::int64, static_cast<std::uint64_t>(new_value));
+    replace_with8_bytes(*this, bson_type::int64, static_cast<std::uint64_t>(new_value));
 }
 
 void bsonElement::setDoubleValue(double new_value) {
     static_assert(sizeof(double) == 8, "doubles are IEEE 754 binary64");
     std::uint64_t bits;
     std::memcpy(&bits, &new_value, sizeof bits);
-    replace_with8_bytes(*this, type::real, bits);
+    replace_with8_bytes(*this, bson_type::real, bits);
 }
 
 void bsonElement::setStringValue(const std::string& new_value) {
     const std::size_t size = new_value.size() + 1;
     if (size > UINT32_MAX) throw std::length_error("the string is longer than 32 bits can say");
-    replace_value(*this, type::string,
+    replace_value(*this, bson_type::string,
                   new_copy_of_bytes(reinterpret_cast<const unsigned char*>(new_value.c_str()), size),
                   static_cast<std::uint32_t>(size));
 }
 
 void bsonElement::setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype) {
-    replace_value(*this, type::binary, stored_bytes(bytes, size, copy), size);
+    replace_value(*this, bson_type::binary, stored_bytes(bytes, size, copy), size);
     ownsValue = copy;
     binarySubtype = subtype;
 }
 
 void bsonElement::setDocumentValue(bsonDocument* document, bool adopt, bool isArray) noexcept {
     if (document == documentValue) documentValue = nullptr;  // keeps a document that is set again
-    replace_value(*this, isArray ? type::array : type::document, nullptr, 0);
+    replace_value(*this, isArray ? bson_type::array : bson_type::document, nullptr, 0);
     documentValue = document;
     ownsDocument = adopt;
 }

@@ -11,14 +11,14 @@ namespace lutc_bson {
 namespace {
 
 // The body's length fields and subtype: what stands between the key and the value bytes.
-std::uint32_t body_head_size(std::uint8_t t) {
+std::uint32_t body_head_size(bson_type t) {
     switch (t) {
-        case type::string:
-        case type::db_pointer:
-        case type::javascript:
-        case type::symbol:
+        case bson_type::string:
+        case bson_type::db_pointer:
+        case bson_type::javascript:
+        case bson_type::symbol:
             return 4;
-        case type::binary:
+        case bson_type::binary:
             return 5;
         default:
             return 0;
@@ -26,11 +26,11 @@ std::uint32_t body_head_size(std::uint8_t t) {
 }
 
 std::uint32_t body_value_size(const bsonElement& element) {
-    return element.valueType == type::null ? 0 : readable_size(element);
+    return element.valueType == bson_type::null ? 0 : readable_size(element);
 }
 
 const bsonDocument* document_to_encode(const bsonElement& element) {
-    if (!is_document_type(element.valueType)) return nullptr;
+    if (!is_document_type(bson_type{element.valueType})) return nullptr;
     if (element.documentValue == nullptr) {
         throw std::invalid_argument("element \"" + element.key + "\" carries no document");
     }
@@ -45,8 +45,9 @@ struct measurer {
     const bsonDocument* visit(const bsonElement& element) {
         const bsonDocument* const inner = document_to_encode(element);
         total += 1 + element.key.size() + 1;
-        total += inner != nullptr ? empty_document_size
-                                  : std::uint64_t{body_head_size(element.valueType)} + body_value_size(element);
+        total += inner != nullptr
+                     ? empty_document_size
+                     : std::uint64_t{body_head_size(bson_type{element.valueType})} + body_value_size(element);
         if (total > UINT32_MAX) throw std::length_error("the encoded document is longer than 32 bits can say");
         return inner;
     }
@@ -70,7 +71,7 @@ class writer {
     const bsonDocument* visit(const bsonElement& element) {
         *at_++ = element.valueType;
         put(element.key.c_str(), element.key.size() + 1);
-        if (is_document_type(element.valueType)) {
+        if (is_document_type(bson_type{element.valueType})) {
             mark = static_cast<std::uint32_t>(at_ - start_);
             at_ += 4;
             return element.documentValue;
@@ -101,9 +102,9 @@ class writer {
     }
 
     void put_head(const bsonElement& element) {
-        const std::uint32_t head_size = body_head_size(element.valueType);
+        const std::uint32_t head_size = body_head_size(bson_type{element.valueType});
         if (head_size == 0) return;
-        const std::uint32_t uncounted = element.valueType == type::db_pointer ? object_id_size : 0;
+        const std::uint32_t uncounted = element.valueType == bson_type::db_pointer ? object_id_size : 0;
         store32(at_, readable_size(element) - uncounted);
         if (head_size == 5) at_[4] = element.binarySubtype;
         at_ += head_size;
@@ -129,9 +130,9 @@ bool is_decoded_whole(const bsonDocument& document) {
     std::uint64_t size = empty_document_size;
     for (const bsonElement* const element : document.elementList) {
         size += 1 + element->key.size() + 1;
-        size += is_document_type(element->valueType)
+        size += is_document_type(bson_type{element->valueType})
                     ? element->documentValue->messageSize
-                    : std::uint64_t{body_head_size(element->valueType)} + body_value_size(*element);
+                    : std::uint64_t{body_head_size(bson_type{element->valueType})} + body_value_size(*element);
     }
     return size == document.messageSize;
 }

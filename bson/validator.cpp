@@ -35,9 +35,9 @@ bool is_framed(const unsigned char* bytes, std::uint32_t start, std::uint64_t si
 
 // Where the document inside an element starts: an embedded one, or the scope of javascript. False when its
 // length fields leave no place for it.
-bool find_inner_document(const unsigned char* bytes, std::uint8_t t, const extent& value, std::uint32_t& start) {
+bool find_inner_document(const unsigned char* bytes, bson_type t, const extent& value, std::uint32_t& start) {
     start = value.begin;
-    if (t != type::javascript_with_scope) return true;
+    if (t != bson_type::javascript_with_scope) return true;
     const std::uint32_t size = value.end - value.begin;
     if (size < 8 || load32(bytes + value.begin + 4) > size - 8) return false;
     start += 8 + load32(bytes + value.begin + 4);
@@ -45,15 +45,15 @@ bool find_inner_document(const unsigned char* bytes, std::uint8_t t, const exten
 }
 
 // Whether the contents of a value are as its type demands. An inner document is not looked at.
-bool is_content_valid(const unsigned char* bytes, std::uint8_t t, const extent& value) {
+bool is_content_valid(const unsigned char* bytes, bson_type t, const extent& value) {
     switch (t) {
-        case type::boolean:
+        case bson_type::boolean:
             return bytes[value.begin] <= 1;
-        case type::string:
-        case type::javascript:
-        case type::symbol:
+        case bson_type::string:
+        case bson_type::javascript:
+        case bson_type::symbol:
             return bytes[value.end - 1] == 0;  // of an empty one: the last byte of its length, 0
-        case type::db_pointer:
+        case bson_type::db_pointer:
             return bytes[value.end - object_id_size - 1] == 0;
         default:
             return true;
@@ -71,7 +71,7 @@ bool are_elements_valid(const unsigned char* bytes, std::uint32_t size, bool isA
             here = above.back();
             above.pop_back();
         }
-        const std::uint8_t t = bytes[position];
+        const bson_type t{bytes[position]};
         const unsigned char* const key = bytes + position + 1;
         const auto* const key_end = static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
         if (key_end == nullptr) return false;
@@ -82,11 +82,11 @@ bool are_elements_valid(const unsigned char* bytes, std::uint32_t size, bool isA
         if (!find_extent(bytes, t, body, here.last, value) || !is_content_valid(bytes, t, value)) return false;
         position = value.end;
 
-        if (!is_document_type(t) && t != type::javascript_with_scope) continue;
+        if (!is_document_type(t) && t != bson_type::javascript_with_scope) continue;
         std::uint32_t inner;
         if (!find_inner_document(bytes, t, value, inner) || !is_framed(bytes, inner, value.end - inner)) return false;
         above.push_back(here);
-        here = {value.end - 1, 0, t == type::array};
+        here = {value.end - 1, 0, t == bson_type::array};
         position = inner + 4;
     }
 }

@@ -1,4 +1,4 @@
-// The facts of the byte format, one place for each: type bytes, little-endian numbers, where a body ends.
+// The facts of the byte format, one place for each: little-endian numbers, where a body ends.
 //
 // All numbers are little-endian. A document is its length (4 bytes, the whole document), its elements, and
 // one zero byte. An element is its type byte, its key with a zero byte, and its body.
@@ -8,35 +8,16 @@
 #include <cstdint>
 #include <cstring>
 
-namespace lutc_bson {
+#include <lutc/bsonDocument.h>
 
-namespace type {
-constexpr std::uint8_t real = 0x01;
-constexpr std::uint8_t string = 0x02;
-constexpr std::uint8_t document = 0x03;
-constexpr std::uint8_t array = 0x04;
-constexpr std::uint8_t binary = 0x05;
-constexpr std::uint8_t undefined = 0x06;
-constexpr std::uint8_t object_id = 0x07;
-constexpr std::uint8_t boolean = 0x08;
-constexpr std::uint8_t utc = 0x09;
-constexpr std::uint8_t null = 0x0A;
-constexpr std::uint8_t regular_expression = 0x0B;
-constexpr std::uint8_t db_pointer = 0x0C;
-constexpr std::uint8_t javascript = 0x0D;
-constexpr std::uint8_t symbol = 0x0E;
-constexpr std::uint8_t javascript_with_scope = 0x0F;
-constexpr std::uint8_t int32 = 0x10;
-constexpr std::uint8_t timestamp = 0x11;
-constexpr std::uint8_t int64 = 0x12;
-constexpr std::uint8_t max_key = 0x7F;
-constexpr std::uint8_t min_key = 0xFF;
-}  // namespace type
+namespace lutc_bson {
 
 constexpr std::uint32_t empty_document_size = 5;  // the length and the terminating zero
 constexpr std::uint32_t object_id_size = 12;
 
-inline bool is_document_type(std::uint8_t t) { return t == type::document || t == type::array; }
+constexpr std::uint8_t byte_of(bson_type t) { return static_cast<std::uint8_t>(t); }
+
+inline bool is_document_type(bson_type t) { return t == bson_type::document || t == bson_type::array; }
 
 inline std::uint32_t load32(const unsigned char* p) {
     return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
@@ -96,35 +77,34 @@ inline bool find_extent_of_two_strings(const unsigned char* bytes, std::uint32_t
 // Finds the value of an element of that type whose body starts at body, in a document whose terminating byte
 // is at last (body <= last). False when it doesn't end at last or before. Looks at length fields alone, not
 // at contents. A type byte outside the table has no body.
-inline bool find_extent(const unsigned char* bytes, std::uint8_t t, std::uint32_t body, std::uint32_t last,
-                        extent& out) {
+inline bool find_extent(const unsigned char* bytes, bson_type t, std::uint32_t body, std::uint32_t last, extent& out) {
     const std::uint32_t room = last - body;
     switch (t) {
-        case type::real:
-        case type::utc:
-        case type::timestamp:
-        case type::int64:
+        case bson_type::real:
+        case bson_type::utc:
+        case bson_type::timestamp:
+        case bson_type::int64:
             return find_extent_of_size(body, room, 8, out);
-        case type::int32:
+        case bson_type::int32:
             return find_extent_of_size(body, room, 4, out);
-        case type::boolean:
+        case bson_type::boolean:
             return find_extent_of_size(body, room, 1, out);
-        case type::object_id:
+        case bson_type::object_id:
             return find_extent_of_size(body, room, object_id_size, out);
-        case type::string:
-        case type::javascript:
-        case type::symbol:
+        case bson_type::string:
+        case bson_type::javascript:
+        case bson_type::symbol:
             return find_extent_of_counted(bytes, body, room, 0, 0, out);
-        case type::db_pointer:
+        case bson_type::db_pointer:
             return find_extent_of_counted(bytes, body, room, 0, object_id_size, out);
-        case type::binary:
+        case bson_type::binary:
             return find_extent_of_counted(bytes, body, room, 1, 0, out);
-        case type::document:
-        case type::array:
+        case bson_type::document:
+        case bson_type::array:
             return room >= empty_document_size && find_extent_of_size(body, room, load32(bytes + body), out);
-        case type::javascript_with_scope:
+        case bson_type::javascript_with_scope:
             return room >= 9 && find_extent_of_size(body, room, load32(bytes + body), out);
-        case type::regular_expression:
+        case bson_type::regular_expression:
             return find_extent_of_two_strings(bytes, body, room, out);
         default:
             return find_extent_of_size(body, room, 0, out);

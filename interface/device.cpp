@@ -6,7 +6,6 @@
 #include "interface/request_channel.h"
 
 using namespace lutc;
-namespace type = lutc_bson::type;
 
 namespace {
 
@@ -22,16 +21,17 @@ void hand_over_text(char* destination, std::string_view text) {
 }
 
 bool read_channel(const bsonElement* element, gradeChannel& channel) {
-    const bsonDocument* const fields = get_document(element, type::document);
+    const bsonDocument* const fields = get_document(element, bson_type::document);
     std::string_view name;
     if (fields == nullptr || !read_text(*fields, "channelName", name)) return false;
     copy_text(channel.channelName, LUTC_PRESET_NAME_SIZE, name);
 
-    const bsonDocument* const indices = get_document(find_element(*fields, "supportedGradeComboIndices"), type::array);
+    const bsonDocument* const indices =
+        get_document(find_element(*fields, "supportedGradeComboIndices"), bson_type::array);
     if (indices == nullptr) return false;
     std::size_t slot = 0;
     for (const bsonElement* const index : indices->elementList) {
-        if (index->valueType != type::int32) return false;
+        if (index->valueType != bson_type::int32) return false;
         if (slot < LUTC_GRADE_COMBO_SLOTS) channel.supportedGradeComboIndices[slot++] = index->getInt32Value();
     }
     return true;
@@ -47,7 +47,7 @@ bool read_wanted_list(const bsonDocument& reply, const char* key, bool wanted, R
         records.emplace(0);
         return true;
     }
-    const bsonDocument* const list = get_document(element, type::array);
+    const bsonDocument* const list = get_document(element, bson_type::array);
     if (list == nullptr) return false;
     records.emplace(list->elementList.size());
     for (std::size_t i = 0; i < list->elementList.size(); ++i) {
@@ -107,7 +107,7 @@ int lutc_get_state(int* colorTransformState, int channelIndex) noexcept {
         [&](bsonDocument& command) { add_index(command, "channelIndex", channelIndex); },
         [&](const bsonDocument& reply) {
             const bsonElement* const state = find_element(reply, "colorTransformState");
-            if (state == nullptr || (state->valueType != type::int32 && state->valueType != type::boolean))
+            if (state == nullptr || (state->valueType != bson_type::int32 && state->valueType != bson_type::boolean))
                 return false;
             *colorTransformState = state->getInt32Value();
             return true;

@@ -9,7 +9,7 @@ using namespace lutc;
 namespace {
 
 bool read_entry(const bsonElement& element, presetEntry& entry) {
-    const bsonDocument* const preset = get_document(&element, lutc_bson::type::document);
+    const bsonDocument* const preset = get_document(&element, bson_type::document);
     std::string_view name;
     if (preset == nullptr || !read_text(*preset, "presetName", name)) return false;
     copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, name);
@@ -54,7 +54,7 @@ int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsLis
     return call("getPresetsList", preset_list_reply, nothing_to_append, [&](const bsonDocument& reply) {
         int maximum;
         if (!read_int32(reply, "maxPresetsListSize", maximum)) return false;
-        const bsonDocument* const list = get_document(find_element(reply, "presetsList"), lutc_bson::type::array);
+        const bsonDocument* const list = get_document(find_element(reply, "presetsList"), bson_type::array);
         if (list == nullptr) return false;
         record_list<presetEntry> entries(list->elementList.size());
         for (std::size_t i = 0; i < list->elementList.size(); ++i) {

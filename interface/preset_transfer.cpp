@@ -10,7 +10,6 @@
 #include "interface/request_channel.h"
 
 using namespace lutc;
-namespace type = lutc_bson::type;
 using lutc_bson::malloc_ptr;
 
 namespace {
@@ -28,7 +27,7 @@ struct received_component {
 };
 
 bool read_data(const bsonDocument& component, received_component& out) {
-    const bsonElement* const element = find_element(component, "data", type::binary);
+    const bsonElement* const element = find_element(component, "data", bson_type::binary);
     if (element == nullptr) return false;
     const std::uint32_t size = lutc_bson::readable_size(*element);
     if (size != 0) out.data.reset(lutc_bson::new_copy_of_bytes(element->value, size));
@@ -52,7 +51,7 @@ bool read_triple(const bsonDocument& component, const char* key, double (&values
     if (triple == nullptr) return false;
     const std::size_t count = std::min<std::size_t>(triple->elementList.size(), 3);
     for (std::size_t i = 0; i < count; ++i) {
-        if (triple->elementList[i]->valueType != type::real) return false;
+        if (triple->elementList[i]->valueType != bson_type::real) return false;
         values[i] = triple->elementList[i]->getDoubleValue();
     }
     return true;
@@ -69,7 +68,7 @@ bool read_values(const bsonDocument& component, received_component& out) {
     out.cdl_values.reset(static_cast<cdl*>(std::calloc(1, sizeof(cdl))));
     if (out.cdl_values == nullptr) throw std::bad_alloc();
     out.cdl_values->saturation = saturation->getDoubleValue();
-    return saturation->valueType == type::real && read_triple(component, "power", out.cdl_values->power) &&
+    return saturation->valueType == bson_type::real && read_triple(component, "power", out.cdl_values->power) &&
            read_triple(component, "slope", out.cdl_values->slope) &&
            read_triple(component, "offset", out.cdl_values->offset);
 }

@@ -49,11 +49,11 @@ class record_list {
 
 // Reads the strings of a combination into the record's slots. False when there is none or it holds anything else.
 inline bool read_combo(const bsonElement* element, gradeCombo& combo) {
-    const bsonDocument* const strings = get_document(element, lutc_bson::type::array);
+    const bsonDocument* const strings = get_document(element, bson_type::array);
     if (strings == nullptr) return false;
     std::size_t slot = 0;
     for (const bsonElement* const text : strings->elementList) {
-        if (text->valueType != lutc_bson::type::string) return false;
+        if (text->valueType != bson_type::string) return false;
         if (slot < LUTC_GRADE_COMBO_SLOTS) combo.slots[slot++] = new_text(text_of(*text));
     }
     return true;

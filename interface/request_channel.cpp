@@ -18,7 +18,6 @@
 
 namespace lutc {
 
-namespace type = lutc_bson::type;
 using lutc_bson::append;
 using lutc_bson::malloc_ptr;
 
@@ -149,7 +148,7 @@ bool read_reply(int descriptor, bsonDocument& document, std::uint32_t capacity) 
         if (received != nullptr) document.message = received.release();
         document.messageSize = size;
         if (document.convertMessageToElementList(true) != 1) return false;
-        const bsonElement* const message_type = find_element(document, "type", type::string);
+        const bsonElement* const message_type = find_element(document, "type", bson_type::string);
         if (message_type == nullptr) return false;
         if (message_type->getStringValue() == "response") return true;
     }
@@ -224,7 +223,7 @@ const bsonElement* find_element(const bsonDocument& document, std::string_view k
     return nullptr;
 }
 
-const bsonElement* find_element(const bsonDocument& document, std::string_view key, std::uint8_t wanted) {
+const bsonElement* find_element(const bsonDocument& document, std::string_view key, bson_type wanted) {
     const bsonElement* const element = find_element(document, key);
     return element != nullptr && element->valueType == wanted ? element : nullptr;
 }
@@ -234,7 +233,7 @@ const bsonDocument* get_document(const bsonElement& element) {
     return document != nullptr && lutc_bson::is_decoded_whole(*document) ? document : nullptr;
 }
 
-const bsonDocument* get_document(const bsonElement* element, std::uint8_t wanted) {
+const bsonDocument* get_document(const bsonElement* element, bson_type wanted) {
     return element != nullptr && element->valueType == wanted ? get_document(*element) : nullptr;
 }
 
@@ -244,13 +243,13 @@ std::string_view text_of(const bsonElement& element) {
 }
 
 bool read_int32(const bsonDocument& document, std::string_view key, int& value) {
-    const bsonElement* const element = find_element(document, key, type::int32);
+    const bsonElement* const element = find_element(document, key, bson_type::int32);
     if (element != nullptr) value = element->getInt32Value();
     return element != nullptr;
 }
 
 bool read_text(const bsonDocument& document, std::string_view key, std::string_view& text) {
-    const bsonElement* const element = find_element(document, key, type::string);
+    const bsonElement* const element = find_element(document, key, bson_type::string);
     if (element != nullptr) text = text_of(*element);
     return element != nullptr;
 }

@@ -61,13 +61,13 @@ bool send_request(bsonDocument& document, std::uint32_t capacity);
 const bsonElement* find_element(const bsonDocument& document, std::string_view key);
 
 // The first element with the key if it is of that type, else null.
-const bsonElement* find_element(const bsonDocument& document, std::string_view key, std::uint8_t type);
+const bsonElement* find_element(const bsonDocument& document, std::string_view key, bson_type type);
 
 // The embedded document or array of the element, or null: it holds none, or one with elements of an unknown type.
 const bsonDocument* get_document(const bsonElement& element);
 
 // The same where only that type will do: null also when there is no element or it is of another type.
-const bsonDocument* get_document(const bsonElement* element, std::uint8_t type);
+const bsonDocument* get_document(const bsonElement* element, bson_type type);
 
 // The characters of a string element, inner zero bytes included: text compares as a whole.
 std::string_view text_of(const bsonElement& element);

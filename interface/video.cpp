@@ -3,7 +3,6 @@
 #include "interface/request_channel.h"
 
 using namespace lutc;
-namespace type = lutc_bson::type;
 
 namespace {
 
@@ -37,7 +36,7 @@ struct received_connection {
     connection_end destination;
 
     bool read(const bsonElement& element) {
-        return element.valueType == type::document && element.documentValue != nullptr &&
+        return element.valueType == bson_type::document && element.documentValue != nullptr &&
                source.read(*element.documentValue, "sourceIndex", "sourceType") &&
                destination.read(*element.documentValue, "destinationIndex", "destinationType");
     }
@@ -59,7 +58,7 @@ int lutc_get_video_connections(videoConnection* connections, int* connectionCoun
     if (connections == nullptr || connectionCount == nullptr) return -1;
     return call("getVideoConnections", small_reply, nothing_to_append, [&](const bsonDocument& reply) {
         int count = 0;
-        if (const bsonElement* const list = find_element(reply, "videoConnections", type::array)) {
+        if (const bsonElement* const list = find_element(reply, "videoConnections", bson_type::array)) {
             int examined = 0;
             for (const bsonElement* const element : list->documentValue->elementList) {
                 if (examined++ == LUTC_MAX_VIDEO_CONNECTIONS) break;

@@ -37,6 +37,33 @@
 
 class bsonDocument;
 
+// The type bytes of BSON. An element holds its byte as a number (valueType), which may also be none of these.
+enum class bson_type : std::uint8_t {
+    real = 0x01,  // double
+    string = 0x02,
+    document = 0x03,
+    array = 0x04,
+    binary = 0x05,
+    undefined = 0x06,
+    object_id = 0x07,
+    boolean = 0x08,
+    utc = 0x09,
+    null = 0x0A,
+    regular_expression = 0x0B,
+    db_pointer = 0x0C,
+    javascript = 0x0D,
+    symbol = 0x0E,  // deprecated
+    javascript_with_scope = 0x0F,
+    int32 = 0x10,
+    timestamp = 0x11,
+    int64 = 0x12,
+    max_key = 0x7F,
+    min_key = 0xFF
+};
+
+constexpr bool operator==(std::uint8_t byte, bson_type type) noexcept { return bson_type{byte} == type; }
+constexpr bool operator!=(std::uint8_t byte, bson_type type) noexcept { return bson_type{byte} != type; }
+
 namespace lutc_bson {
 
 // Whether T may be given as a plain value: the kinds that elements hold, and types that widen to one of them without
@@ -131,6 +158,9 @@ class LUTC_BSON_EXPORT bsonElement {
     // a copy of the bytes, else it borrows them.
     bsonElement(std::uint8_t type, const std::string& key, const unsigned char* bytes, std::uint32_t size, bool copy,
                 std::uint8_t subtype);
+    bsonElement(bson_type type, const std::string& name, const unsigned char* bytes, std::uint32_t size, bool copy,
+                std::uint8_t subtype)
+        : bsonElement(static_cast<std::uint8_t>(type), name, bytes, size, copy, subtype) {}
 
     template <class T, lutc_bson::accept_other_integers<T> = 0>
     bsonElement(const std::string& name, T number)
