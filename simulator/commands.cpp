@@ -1,309 +1,350 @@
 #include "simulator/commands.h"
 
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <new>
+#include <numeric>
+#include <optional>
+#include <string_view>
 #include <utility>
 
+#include "simulator/device/model.h"
+#include "simulator/device/problem.h"
 #include "simulator/documents.h"
+#include "simulator/media.h"
+#include "simulator/text.h"
 
 namespace simulator {
 
 namespace {
 
-preset_selector read_selector(const fields& command) {
-    return {command.optional_string("presetName"), command.optional_int32("presetIndex")};
+// What a command works on. There is one function for each command.
+struct call {
+    device_state& device;
+    const std::string& media_folder;
+    const fields& command;
+    bsonDocument& results;
+};
+
+// ---- Fields that several commands have ----
+
+std::optional<std::int32_t> read_channel(const call& here, std::string_view key = "channelIndex") {
+    return here.command.optional_index(key, model::channels.size(), "channel");
 }
 
-std::optional<std::int32_t> read_channel(const fields& command) { return command.optional_int32("channelIndex"); }
-
-void add_strings(bsonDocument& to, const std::string& key, const std::vector<std::string>& strings) {
-    auto list = std::make_unique<bsonDocument>();
-    for (std::size_t i = 0; i < strings.size(); ++i) list->addStringElement(std::to_string(i), strings[i]);
-    add_document(to, key, std::move(list), true);
+// A command without a channel sets all of them, and reads the first.
+channel_list channels_to_set(const call& here, std::string_view key = "channelIndex") {
+    if (const auto channel = read_channel(here, key)) return {*channel};
+    channel_list all(model::channels.size());
+    std::iota(all.begin(), all.end(), 1);
+    return all;
 }
 
-const std::vector<std::string>& combination_strings(std::int32_t index) {
-    return device_state::grade_combinations().at(static_cast<std::size_t>(index - 1));
+std::int32_t channel_to_read(const call& here) { return read_channel(here).value_or(1); }
+
+std::optional<std::int32_t> read_combination(const call& here) {
+    return here.command.optional_index("gradeComboIndex", model::grade_combinations.size(), "grade combination");
 }
 
-void write_preset_place(bsonDocument& to, const device_state& device, std::int32_t index) {
-    to.addStringElement("presetName", device.preset_at(index).name);
-    to.addInt32Element("presetIndex", index);
+// A preset is chosen by its name or, without a name, by its index. 0: a name that no preset has, where it may be new.
+std::int32_t find_preset(const call& here, bool may_be_new = false) {
+    const preset_library& presets = here.device.presets();
+    const auto index = here.command.optional_int32("presetIndex");
+    if (here.command.has("presetName")) {
+        const std::string_view name = here.command.string("presetName");
+        const std::int32_t found = presets.find(name);
+        if (found != 0 || may_be_new) return found;
+        throw refusal(reason::not_found, "no preset is named " + quote(name));
+    }
+    if (!index) throw refusal(reason::bad_field, "no preset is named: \"presetName\" and \"presetIndex\" are missing");
+    if (*index < 1 || *index > presets.size())
+        throw refusal(reason::not_found, "\"presetIndex\" is " + std::to_string(*index) + ": the library holds " +
+                                             std::to_string(presets.size()) + " presets");
+    return *index;
+}
+
+std::int32_t read_place(const call& here, std::int32_t last) {
+    return here.command.index("toIndex", static_cast<std::size_t>(last), "place in the list");
+}
+
+void write_strings(bsonDocument& list, const std::vector<std::string>& strings) {
+    for (const std::string& string : strings) list.addStringElement(next_key(list), string);
+}
+
+// Index 0: there is none, for the reason given.
+void write_preset_place(const call& here, std::int32_t index, const std::string& why) {
+    if (index == 0) throw refusal(reason::not_found, why);
+    here.results.addStringElement("presetName", here.device.presets().at(index).name);
+    here.results.addInt32Element("presetIndex", index);
 }
 
 // ---- The preset library ----
 
-void load_presets_from_media(device_state& device, const fields&, bsonDocument&) { device.load_presets(); }
+void load_presets_from_media(const call& here) { here.device.presets() = load_library(here.media_folder); }
 
-void save_presets_to_media(device_state& device, const fields&, bsonDocument&) { device.save_presets(); }
+void save_presets_to_media(const call& here) { save_library(here.media_folder, here.device.presets()); }
 
-void delete_all_presets(device_state& device, const fields&, bsonDocument&) { device.delete_all_presets(); }
+void delete_all_presets(const call& here) { here.device.presets().clear(); }
 
-void get_presets_list(device_state& device, const fields&, bsonDocument& results) {
-    auto list = std::make_unique<bsonDocument>();
-    for (std::size_t i = 0; i < device.preset_count(); ++i) {
-        const preset& one = device.preset_at(static_cast<std::int32_t>(i + 1));
-        auto entry = std::make_unique<bsonDocument>();
-        entry->addStringElement("presetName", one.name);
-        entry->addInt32Element("gradeComboIndex", one.grade_combo_index);
-        add_strings(*entry, "gradeCombo", combination_strings(one.grade_combo_index));
-        add_document(*list, std::to_string(i), std::move(entry), false);
+void get_presets_list(const call& here) {
+    here.results.addInt32Element("maxPresetsListSize", static_cast<std::int32_t>(model::library_capacity));
+    bsonDocument& list = add_array(here.results, "presetsList");
+    const preset_library& presets = here.device.presets();
+    for (std::int32_t index = 1; index <= presets.size(); ++index) {
+        const std::int32_t combination = presets.at(index).grade_combo_index;
+        bsonDocument& entry = append_document(list);
+        entry.addStringElement("presetName", presets.at(index).name);
+        entry.addInt32Element("gradeComboIndex", combination);
+        write_strings(add_array(entry, "gradeCombo"),
+                      model::grade_combinations[static_cast<std::size_t>(combination) - 1]);
     }
-    results.addInt32Element("maxPresetsListSize", static_cast<std::int32_t>(library_capacity));
-    add_document(results, "presetsList", std::move(list), true);
 }
 
-void delete_preset(device_state& device, const fields& command, bsonDocument&) {
-    device.delete_preset(read_selector(command));
+void delete_preset(const call& here) { here.device.presets().remove(find_preset(here)); }
+
+void rename_preset(const call& here) {
+    const std::int32_t index = find_preset(here);
+    here.device.presets().rename(index, std::string(here.command.text("newName", 1, model::max_name_size)));
 }
 
-void rename_preset(device_state& device, const fields& command, bsonDocument&) {
-    device.rename_preset(read_selector(command), command.string("newName"));
+void move_preset(const call& here) {
+    const std::int32_t index = find_preset(here);
+    here.device.presets().move(index, read_place(here, here.device.presets().size()));
 }
 
-void move_preset(device_state& device, const fields& command, bsonDocument&) {
-    device.move_preset(read_selector(command), command.int32("toIndex"));
+void get_selected_preset(const call& here) {
+    const std::int32_t channel = channel_to_read(here);
+    write_preset_place(here, here.device.selected_preset(channel),
+                       "no preset is selected on channel " + std::to_string(channel));
 }
 
-void get_selected_preset(device_state& device, const fields& command, bsonDocument& results) {
-    write_preset_place(results, device, device.selected_preset(read_channel(command)));
+void set_selected_preset(const call& here) {
+    const channel_list channels = channels_to_set(here);
+    here.device.select_preset(channels, find_preset(here));
 }
 
-void set_selected_preset(device_state& device, const fields& command, bsonDocument&) {
-    device.select_preset(read_channel(command), read_selector(command));
+void get_override_preset(const call& here) {
+    write_preset_place(here, here.device.override_preset(), "there is no override preset");
 }
 
-void get_override_preset(device_state& device, const fields&, bsonDocument& results) {
-    write_preset_place(results, device, device.override_preset());
+void set_override_preset(const call& here) {
+    const bool is_none = !here.command.has("presetName") && here.command.optional_int32("presetIndex") == 0;
+    here.device.set_override(is_none ? 0 : find_preset(here));
 }
 
-void set_override_preset(device_state& device, const fields& command, bsonDocument&) {
-    device.set_override(read_selector(command));
+void send_preset(const call& here) {
+    preset content;
+    content.components = read_components(here.command, false);
+    check_readable(content.components);
+    const preset_library& presets = here.device.presets();
+    const auto name = here.command.optional_text("presetName", 1, model::max_name_size);
+    const std::int32_t index = find_preset(here, true);
+    content.name = index == 0 ? *name : presets.at(index).name;
+    content.grade_combo_index = read_combination(here).value_or(index == 0 ? 1 : presets.at(index).grade_combo_index);
+    std::optional<std::int32_t> to_index;
+    if (here.command.has("toIndex")) to_index = read_place(here, presets.size() + (index == 0 ? 1 : 0));
+    channel_list apply_to;
+    here.command.optional_int32("applyChannel");
+    if (here.command.has("applyPreset") && here.command.boolean("applyPreset"))
+        apply_to = channels_to_set(here, "applyChannel");
+    here.device.store_preset(index, std::move(content), apply_to, to_index);
 }
 
-void send_preset(device_state& device, const fields& command, bsonDocument&) {
-    device_state::upload what;
-    what.selector = read_selector(command);
-    what.to_index = command.optional_int32("toIndex");
-    what.grade_combo_index = command.optional_int32("gradeComboIndex");
-    what.apply = command.optional_boolean("applyPreset").value_or(false);
-    what.apply_channel = command.optional_int32("applyChannel");
-    what.components = read_components(command, false);
-    check_readable(what.components);
-    device.store_preset(std::move(what));
-}
-
-void get_preset(device_state& device, const fields& command, bsonDocument& results) {
-    write_grade(results, device.preset_at(device.find_preset(read_selector(command))));
+void get_preset(const call& here) {
+    const preset& found = here.device.presets().at(find_preset(here));
+    write_grade(here.results, found.grade_combo_index, found.components);
 }
 
 // ---- Live grades ----
 
-void send_grade_combo(device_state& device, const fields& command, bsonDocument&) {
-    device.grade(read_channel(command), command.boolean("resetAndApply"), command.int32("gradeComboIndex"), {});
+void grade(const call& here, std::optional<std::int32_t> combination, const std::vector<grade_component>& components) {
+    const channel_list channels = channels_to_set(here);
+    here.device.grade(channels, here.command.boolean("resetAndApply"), combination, components);
 }
 
-// Puts one component on a channel. slot_key names the field of its slot; without it the first slot is meant.
-void send_component(device_state& device, const fields& command, const char* slot_key, grade_component component) {
-    component.type_index = command.optional_int32(slot_key).value_or(1);
-    check_slot(command.name(slot_key), component.type_index, component.type);
-    std::vector<grade_component> components;
-    components.push_back(std::move(component));
-    device.grade(read_channel(command), command.boolean("resetAndApply"), std::nullopt, std::move(components));
+void send_grade_combo(const call& here) {
+    here.command.int32("gradeComboIndex");
+    grade(here, read_combination(here), {});
 }
 
-void send_lut(device_state& device, const fields& command, bsonDocument&) {
+// Without its field the first slot is taken.
+void send_component(const call& here, std::string_view slot_key, grade_component component) {
+    component.type_index = read_slot(here.command, slot_key, component.type).value_or(1);
+    grade(here, std::nullopt, {std::move(component)});
+}
+
+void send_lut(const call& here) {
     grade_component lut;
-    lut.type = command.string("type", 1);  // the first "type" is the envelope's
-    if (lut.type != "1dlut" && lut.type != "3dlut")
-        throw refusal(reason::bad_field, "the LUT's \"type\" is " + quoted(lut.type) + ", not \"1dlut\" or \"3dlut\"");
-    lut.data_format = command.string("dataFormat");
-    if (lut.data_format.empty()) throw refusal(reason::bad_field, "\"dataFormat\" is empty");
-    lut.data = command.binary("data");
-    send_component(device, command, "lutIndex", std::move(lut));
+    lut.type = here.command.string("type", 1);  // the first "type" is the envelope's
+    if (!is_table(lut.type))
+        throw refusal(reason::bad_field, "the LUT's \"type\" is " + quote(lut.type) + ", not \"1dlut\" or \"3dlut\"");
+    lut.data_format = read_data_format(here.command);
+    lut.data = std::make_shared<const std::vector<unsigned char>>(here.command.binary("data"));
+    send_component(here, "lutIndex", std::move(lut));
 }
 
-void send_cdl(device_state& device, const fields& command, bsonDocument&) {
+// A saturation is a CDL too.
+void send_values(const call& here, const char* type, std::string_view slot_key, const cdl_values& values) {
     grade_component component;
-    component.type = "cdl";
+    component.type = type;
     component.data_format = "cdl";
-    component.values = read_cdl(command);
-    send_component(device, command, "cdlIndex", std::move(component));
+    component.values = values;
+    send_component(here, slot_key, std::move(component));
 }
 
-void send_saturation(device_state& device, const fields& command, bsonDocument&) {
-    grade_component component;
-    component.type = "saturation";
-    component.data_format = "cdl";
-    component.values = cdl_values{{1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, {0.0, 0.0, 0.0}, command.number("saturation")};
-    send_component(device, command, "saturationIndex", std::move(component));
+void send_cdl(const call& here) { send_values(here, "cdl", "cdlIndex", read_cdl(here.command)); }
+
+void send_saturation(const call& here) {
+    const double saturation = here.command.number("saturation");
+    send_values(here, "saturation", "saturationIndex", {{1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, {0.0, 0.0, 0.0}, saturation});
 }
 
-void send_live(device_state& device, const fields& command, bsonDocument&) {
-    device.grade(read_channel(command), command.boolean("resetAndApply"), command.optional_int32("gradeComboIndex"),
-                 read_components(command, true));
-}
+void send_live(const call& here) { grade(here, read_combination(here), read_components(here.command, true)); }
 
 // ---- The device ----
 
-void send_client_info(device_state& device, const fields& command, bsonDocument&) {
-    device.register_client({command.string("clientModel"), command.optional_string("versionNumber").value_or(""),
-                            command.optional_string("clientSerial").value_or("")});
-}
-
-void get_model_info(device_state& device, const fields&, bsonDocument& results) {
-    results.addStringElement("modelName", device_state::model_name());
-    results.addStringElement("friendlyName", device.friendly_name());
-    results.addStringElement("modelSerial", device_state::serial());
-    auto combinations = std::make_unique<bsonDocument>();
-    const auto& all = device_state::grade_combinations();
-    for (std::size_t i = 0; i < all.size(); ++i) add_strings(*combinations, std::to_string(i), all[i]);
-    add_document(results, "gradeCombos", std::move(combinations), true);
-    auto channels = std::make_unique<bsonDocument>();
-    for (std::int32_t i = 1; i <= device_state::channel_count(); ++i) {
-        auto supported = std::make_unique<bsonDocument>();
-        for (const std::int32_t index : device_state::supported_combinations(i))
-            supported->addInt32Element(std::to_string(supported->elementList.size()), index);
-        auto channel = std::make_unique<bsonDocument>();
-        channel->addStringElement("channelName", device_state::channel_name(i));
-        add_document(*channel, "supportedGradeComboIndices", std::move(supported), true);
-        add_document(*channels, std::to_string(i - 1), std::move(channel), false);
-    }
-    add_document(results, "gradeChannels", std::move(channels), true);
-}
-
-void get_color_transform_state(device_state& device, const fields& command, bsonDocument& results) {
-    results.addInt32Element("colorTransformState", device.transform_state(read_channel(command)));
-}
-
-void set_color_transform_state(device_state& device, const fields& command, bsonDocument&) {
-    device.set_transform_state(read_channel(command), command.int32("colorTransformState"));
-}
-
-void get_video_connections(device_state& device, const fields&, bsonDocument& results) {
-    auto list = std::make_unique<bsonDocument>();
-    for (const route& one : device.routes()) {
-        auto entry = std::make_unique<bsonDocument>();
-        entry->addInt32Element("sourceIndex", one.source.index);
-        entry->addStringElement("sourceType", one.source.type);
-        entry->addInt32Element("destinationIndex", one.destination.index);
-        entry->addStringElement("destinationType", one.destination.type);
-        add_document(*list, std::to_string(list->elementList.size()), std::move(entry), false);
-    }
-    add_document(results, "videoConnections", std::move(list), true);
-}
-
-void set_video_connection(device_state& device, const fields& command, bsonDocument&) {
-    device.connect({{command.string("sourceType"), command.int32("sourceIndex")},
-                    {command.string("destinationType"), command.int32("destinationIndex")}});
-}
-
-void get_option(device_state& device, const fields& command, bsonDocument& results) {
-    results.addStringElement("value", device.option(command.string("name")));
-}
-
-void set_option(device_state& device, const fields& command, bsonDocument&) {
-    device.set_option(command.string("name"), command.string("value"));
-}
-
-using handler = void (*)(device_state&, const fields&, bsonDocument&);
-
-const std::map<std::string, handler>& handlers() {
-    static const std::map<std::string, handler> table{
-        {"deleteAllPresets", delete_all_presets},
-        {"deletePreset", delete_preset},
-        {"getColorTransformState", get_color_transform_state},
-        {"getModelInfo", get_model_info},
-        {"getOption", get_option},
-        {"getOverridePreset", get_override_preset},
-        {"getPreset", get_preset},
-        {"getPresetsList", get_presets_list},
-        {"getSelectedPreset", get_selected_preset},
-        {"getVideoConnections", get_video_connections},
-        {"loadPresetsFromMedia", load_presets_from_media},
-        {"movePreset", move_preset},
-        {"renamePreset", rename_preset},
-        {"savePresetsToMedia", save_presets_to_media},
-        {"sendCDL", send_cdl},
-        {"sendClientInfo", send_client_info},
-        {"sendGradeCombo", send_grade_combo},
-        {"sendLive", send_live},
-        {"sendLut", send_lut},
-        {"sendPreset", send_preset},
-        {"sendSaturation", send_saturation},
-        {"setColorTransformState", set_color_transform_state},
-        {"setOption", set_option},
-        {"setOverridePreset", set_override_preset},
-        {"setSelectedPreset", set_selected_preset},
-        {"setVideoConnection", set_video_connection},
+void send_client_info(const call& here) {
+    const auto text = [&](const char* key) {
+        return std::string(here.command.optional_text(key, 0, model::max_text_size).value_or(""));
     };
-    return table;
+    const std::string_view name = here.command.text("clientModel", 1, model::max_text_size);
+    here.device.register_client({std::string(name), text("versionNumber"), text("clientSerial")});
 }
+
+void get_model_info(const call& here) {
+    here.results.addStringElement("modelName", model::name);
+    here.results.addStringElement("friendlyName", here.device.option("friendlyName"));
+    here.results.addStringElement("modelSerial", model::serial);
+    bsonDocument& combinations = add_array(here.results, "gradeCombos");
+    for (const auto& combination : model::grade_combinations)
+        write_strings(add_array(combinations, next_key(combinations)), combination);
+    bsonDocument& channels = add_array(here.results, "gradeChannels");
+    for (const model::channel& channel : model::channels) {
+        bsonDocument& entry = append_document(channels);
+        entry.addStringElement("channelName", channel.name);
+        bsonDocument& supported = add_array(entry, "supportedGradeComboIndices");
+        for (const std::int32_t index : channel.combinations) supported.addInt32Element(next_key(supported), index);
+    }
+}
+
+void get_color_transform_state(const call& here) {
+    here.results.addInt32Element("colorTransformState", here.device.transform_state(channel_to_read(here)));
+}
+
+void set_color_transform_state(const call& here) {
+    const channel_list channels = channels_to_set(here);
+    here.device.set_transform_state(channels, here.command.int32("colorTransformState"));
+}
+
+void get_video_connections(const call& here) {
+    bsonDocument& list = add_array(here.results, "videoConnections");
+    for (const route& known : here.device.routes()) {
+        bsonDocument& entry = append_document(list);
+        entry.addInt32Element("sourceIndex", known.source.index);
+        entry.addStringElement("sourceType", known.source.type);
+        entry.addInt32Element("destinationIndex", known.destination.index);
+        entry.addStringElement("destinationType", known.destination.type);
+    }
+}
+
+void set_video_connection(const call& here) {
+    const std::string_view from = here.command.string("sourceType"), to = here.command.string("destinationType");
+    if (!model::is_source(from))
+        here.command.refuse("sourceType", "is " + quote(from) + ": only an input or a channel is a source");
+    if (!model::is_destination(to))
+        here.command.refuse("destinationType", "is " + quote(to) + ": only a channel or an output is a destination");
+    const std::size_t last = model::channels.size();
+    const std::int32_t from_index = here.command.index("sourceIndex", last, from);
+    const std::int32_t to_index = here.command.index("destinationIndex", last, to);
+    here.device.connect({{std::string(from), from_index}, {std::string(to), to_index}});
+}
+
+void get_option(const call& here) {
+    here.results.addStringElement("value", here.device.option(here.command.string("name")));
+}
+
+void set_option(const call& here) {
+    const std::string_view name = here.command.string("name");
+    here.device.set_option(name, here.command.text("value", 0, model::max_text_size));
+}
+
+const std::map<std::string_view, void (*)(const call&)> handlers{
+    {"deleteAllPresets", delete_all_presets},
+    {"deletePreset", delete_preset},
+    {"getColorTransformState", get_color_transform_state},
+    {"getModelInfo", get_model_info},
+    {"getOption", get_option},
+    {"getOverridePreset", get_override_preset},
+    {"getPreset", get_preset},
+    {"getPresetsList", get_presets_list},
+    {"getSelectedPreset", get_selected_preset},
+    {"getVideoConnections", get_video_connections},
+    {"loadPresetsFromMedia", load_presets_from_media},
+    {"movePreset", move_preset},
+    {"renamePreset", rename_preset},
+    {"savePresetsToMedia", save_presets_to_media},
+    {"sendCDL", send_cdl},
+    {"sendClientInfo", send_client_info},
+    {"sendGradeCombo", send_grade_combo},
+    {"sendLive", send_live},
+    {"sendLut", send_lut},
+    {"sendPreset", send_preset},
+    {"sendSaturation", send_saturation},
+    {"setColorTransformState", set_color_transform_state},
+    {"setOption", set_option},
+    {"setOverridePreset", set_override_preset},
+    {"setSelectedPreset", set_selected_preset},
+    {"setVideoConnection", set_video_connection},
+};
 
 void check_envelope(const fields& command) {
-    const std::string version = command.string("protocolVersion");
-    if (version != "2.0")
-        throw refusal(reason::bad_field, "\"protocolVersion\" is " + quoted(version) + ", not \"2.0\"");
-    const std::string type = command.string("type");
-    if (type != "command") throw refusal(reason::bad_field, "\"type\" is " + quoted(type) + ", not \"command\"");
+    const auto expect = [&](std::string_view key, std::string_view expected) {
+        const std::string_view given = command.string(key);
+        if (given != expected) command.refuse(key, "is " + quote(given) + ", not " + quote(expected));
+    };
+    expect("protocolVersion", "2.0");
+    expect("type", "command");
     command.int32("msgID");
 }
 
-handler handler_for(const std::string& name) {
-    const auto found = handlers().find(name);
-    if (found == handlers().end()) throw refusal(reason::unknown_command, "there is no command " + quoted(name));
-    return found->second;
+reason reason_for(problem_kind kind) {
+    if (kind == problem_kind::not_found) return reason::not_found;
+    return kind == problem_kind::not_possible ? reason::not_possible : reason::bad_field;
 }
 
 }  // namespace
 
 std::vector<std::string> command_names() {
     std::vector<std::string> names;
-    for (const auto& [name, function] : handlers()) names.push_back(name);
+    for (const auto& [name, function] : handlers) names.emplace_back(name);
     return names;
 }
 
-std::unique_ptr<bsonDocument> decoded_command(const unsigned char* bytes, std::size_t size) {
-    if (size > std::numeric_limits<std::uint32_t>::max()) return nullptr;
-    auto command = std::make_unique<bsonDocument>(bytes, static_cast<std::uint32_t>(size), true, false);
-    return command->convertMessageToElementList(true) == 1 ? std::move(command) : nullptr;
-}
-
-std::string command_name(const bsonDocument& command) {
-    std::string name;
-    command.getStringWithKey("command", name);
-    return name;
-}
-
-std::unique_ptr<bsonDocument> perform(device_state& device, const bsonDocument& command) {
+std::unique_ptr<bsonDocument> perform(device_state& device, const std::string& media_folder,
+                                      const bsonDocument& command) {
     try {
         const fields content(command);
         check_envelope(content);
-        const handler function = handler_for(content.string("command"));
+        const std::string_view name = content.string("command");
+        const auto found = handlers.find(name);
+        if (found == handlers.end()) throw refusal(reason::unknown_command, "there is no command " + quote(name));
         auto reply = std::make_unique<bsonDocument>();
         write_reply_head(*reply, 0, "ok");
-        function(device, content, *reply);
+        found->second({device, media_folder, content, *reply});
         return reply;
     } catch (const refusal& why) {
-        return refusing_reply(why.why(), why.what());
+        return refuse(why);
+    } catch (const problem& why) {
+        return refuse(refusal(reason_for(why.kind()), why.what()));
     } catch (const std::bad_alloc&) {
-        return refusing_reply(reason::internal, "out of memory");
+        return refuse(refusal(reason::internal, "out of memory"));
     }
 }
 
-std::unique_ptr<bsonDocument> refusing_reply(reason why, const std::string& message) {
+std::unique_ptr<bsonDocument> refuse(const refusal& why) {
     auto reply = std::make_unique<bsonDocument>();
-    write_reply_head(*reply, static_cast<std::int32_t>(why), message.substr(0, max_message_size));
+    write_reply_head(*reply, static_cast<std::int32_t>(why.why()), std::string(why.what()).substr(0, max_message_size));
     return reply;
-}
-
-std::vector<unsigned char> answer(device_state& device, const std::vector<unsigned char>& command) {
-    const auto document = decoded_command(command.data(), command.size());
-    const auto reply = document ? perform(device, *document)
-                                : refusing_reply(reason::malformed, "the command is not a valid BSON document");
-    return encoded(*reply);
 }
 
 }  // namespace simulator

@@ -10,7 +10,7 @@ namespace simulator {
 
 // A document's fields on one line of a log, such as: channelIndex=1 data=[14 bytes 00 01 02 ...]. Long ones are cut.
 // The fields that are the same in every message are left out.
-std::string described(const bsonDocument& document);
+std::string describe(const bsonDocument& document);
 
 }  // namespace simulator
 

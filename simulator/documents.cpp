@@ -3,34 +3,36 @@
 #include <utility>
 
 #include "simulator/refusal.h"
+#include "simulator/text.h"
 
 namespace simulator {
 
 namespace {
 
-constexpr std::uint8_t double_kind = 0x01, string_kind = 0x02, document_kind = 0x03, array_kind = 0x04,
-                       binary_kind = 0x05, boolean_kind = 0x08, int32_kind = 0x10;
+const fields::kind double_kind{bson_type::real, "a double"}, string_kind{bson_type::string, "a string"},
+    array_kind{bson_type::array, "an array"}, binary_kind{bson_type::binary, "binary"},
+    boolean_kind{bson_type::boolean, "a boolean"}, int32_kind{bson_type::int32, "an int32"};
 
 void write_doubles(bsonDocument& to, const std::string& key, const std::array<double, 3>& values) {
-    auto list = std::make_unique<bsonDocument>();
-    for (std::size_t i = 0; i < values.size(); ++i) list->addDoubleElement(std::to_string(i), values[i]);
-    add_document(to, key, std::move(list), true);
+    bsonDocument& list = add_array(to, key);
+    for (const double value : values) list.addDoubleElement(next_key(list), value);
 }
 
-std::unique_ptr<bsonDocument> component_document(const grade_component& from) {
-    auto to = std::make_unique<bsonDocument>();
-    to->addInt32Element("typeIndex", from.type_index);
-    to->addStringElement("type", from.type);
-    to->addStringElement("dataFormat", from.data_format);
-    if (!from.values) {
-        to->addBinaryElement("data", from.data.data(), static_cast<std::uint32_t>(from.data.size()));
-        return to;
-    }
-    write_doubles(*to, "power", from.values->power);
-    write_doubles(*to, "slope", from.values->slope);
-    write_doubles(*to, "offset", from.values->offset);
-    to->addDoubleElement("saturation", from.values->saturation);
-    return to;
+void borrow_bytes(bsonDocument& to, const std::string& key, const std::vector<unsigned char>& bytes) {
+    auto element = std::make_unique<bsonElement>(key, bytes.data(), static_cast<std::uint32_t>(bytes.size()), false, 0);
+    to.elementList.push_back(element.get());
+    element.release();
+}
+
+void write_component(bsonDocument& to, const grade_component& from) {
+    to.addInt32Element("typeIndex", from.type_index);
+    to.addStringElement("type", from.type);
+    to.addStringElement("dataFormat", from.data_format);
+    if (!from.values) return borrow_bytes(to, "data", *from.data);
+    write_doubles(to, "power", from.values->power);
+    write_doubles(to, "slope", from.values->slope);
+    write_doubles(to, "offset", from.values->offset);
+    to.addDoubleElement("saturation", from.values->saturation);
 }
 
 test_pattern read_pattern(const fields& from) {
@@ -47,108 +49,141 @@ test_pattern read_pattern(const fields& from) {
 grade_component read_component(const fields& from, bool with_patterns) {
     grade_component component;
     component.type = from.string("type");
-    if (slots_of(component.type) == 0)
-        throw refusal(reason::bad_field,
-                      from.name("type") + " is " + quoted(component.type) + ": no such component type");
-    component.type_index = from.optional_int32("typeIndex").value_or(0);
-    if (component.type_index != 0) check_slot(from.name("typeIndex"), component.type_index, component.type);
+    if (slots_of(component.type) == 0) from.refuse("type", "is " + quote(component.type) + ": no such component type");
+    if (from.optional_int32("typeIndex") != 0)
+        component.type_index = read_slot(from, "typeIndex", component.type).value_or(0);
     if (component.type == "tpg") {
-        if (!with_patterns)
-            throw refusal(reason::bad_field, from.name("type") + " is \"tpg\": a preset can't hold a test pattern");
+        if (!with_patterns) from.refuse("type", "is \"tpg\": a preset can't hold a test pattern");
         component.pattern = read_pattern(from);
         return component;
     }
-    component.data_format = from.string("dataFormat");
-    if (component.data_format.empty()) throw refusal(reason::bad_field, from.name("dataFormat") + " is empty");
-    const bool is_lut = component.type == "1dlut" || component.type == "3dlut";
-    const bool has_values = !is_lut && from.has("saturation");
-    if (has_values && from.has("data"))
-        throw refusal(reason::bad_field, from.name("data") + " stands beside CDL values: send one of them");
-    if (has_values) {
-        component.values = read_cdl(from);
-    } else {
-        component.data = from.binary("data");
+    component.data_format = read_data_format(from);
+    if (is_table(component.type) || !from.has("saturation")) {
+        component.data = std::make_shared<const std::vector<unsigned char>>(from.binary("data"));
+        return component;
     }
+    if (from.has("data")) from.refuse("data", "stands beside CDL values: send one of them");
+    component.values = read_cdl(from);
     return component;
+}
+
+// A sub-document is attached first and filled then.
+bsonDocument& attach(bsonDocument& to, const std::string& key, bool is_array) {
+    auto child = std::make_unique<bsonDocument>();
+    to.addDocumentElement(key, child.get(), is_array);
+    return *child.release();
 }
 
 }  // namespace
 
 fields::fields(const bsonDocument& document, std::string where) : document_(document), where_(std::move(where)) {}
 
-std::string fields::name(const std::string& key) const { return "\"" + where_ + key + "\""; }
+void fields::refuse(std::string_view key, const std::string& fault) const {
+    throw refusal(reason::bad_field, '"' + where_ + std::string(key) + "\" " + fault);
+}
 
-const bsonElement* fields::find(const std::string& key, std::uint8_t kind, const char* kind_name,
-                                std::int32_t occurrence) const {
-    const bsonElement* element = document_.getElementWithKey(key, occurrence);
-    if (element != nullptr && element->getValueType() != kind)
-        throw refusal(reason::bad_field, name(key) + " is not " + kind_name);
+const bsonElement* fields::find_any(std::string_view key, int occurrence) const {
+    for (const bsonElement* element : document_.elementList) {
+        if (element->key == key && occurrence-- == 0) return element;
+    }
+    return nullptr;
+}
+
+const bsonElement* fields::find(std::string_view key, kind wanted, int occurrence) const {
+    const bsonElement* element = find_any(key, occurrence);
+    if (element != nullptr && element->getValueType() != wanted.type) refuse(key, std::string("is not ") + wanted.name);
     return element;
 }
 
-const bsonElement& fields::need(const std::string& key, std::uint8_t kind, const char* kind_name,
-                                std::int32_t occurrence) const {
-    const bsonElement* element = find(key, kind, kind_name, occurrence);
-    if (element == nullptr) throw refusal(reason::bad_field, name(key) + " is missing");
+const bsonElement& fields::need(std::string_view key, kind wanted, int occurrence) const {
+    const bsonElement* element = find(key, wanted, occurrence);
+    if (element == nullptr) refuse(key, "is missing");
     return *element;
 }
 
-std::optional<std::int32_t> fields::optional_int32(const std::string& key) const {
-    const bsonElement* element = find(key, int32_kind, "an int32");
-    return element ? std::optional<std::int32_t>(element->getInt32Value()) : std::nullopt;
+std::optional<std::int32_t> fields::optional_int32(std::string_view key) const {
+    return find(key, int32_kind) ? std::optional(int32(key)) : std::nullopt;
 }
 
-std::int32_t fields::int32(const std::string& key) const { return need(key, int32_kind, "an int32").getInt32Value(); }
+std::int32_t fields::int32(std::string_view key) const { return need(key, int32_kind).getInt32Value(); }
 
-std::optional<std::string> fields::optional_string(const std::string& key) const {
-    const bsonElement* element = find(key, string_kind, "a string");
-    return element ? std::optional<std::string>(element->getStringValue()) : std::nullopt;
+std::optional<std::int32_t> fields::optional_index(std::string_view key, std::size_t last,
+                                                   std::string_view noun) const {
+    return has(key) ? std::optional(index(key, last, noun)) : std::nullopt;
 }
 
-std::string fields::string(const std::string& key, std::int32_t occurrence) const {
-    return need(key, string_kind, "a string", occurrence).getStringValue();
+std::int32_t fields::index(std::string_view key, std::size_t last, std::string_view noun) const {
+    const std::int32_t value = int32(key);
+    if (value >= 1 && static_cast<std::size_t>(value) <= last) return value;
+    const std::string range = last == 0 ? "there are none" : "they count from 1 to " + std::to_string(last);
+    refuse(key, "is " + std::to_string(value) + ": no such " + std::string(noun) + ", " + range);
 }
 
-std::optional<bool> fields::optional_boolean(const std::string& key) const {
-    const bsonElement* element = find(key, boolean_kind, "a boolean");
-    return element ? std::optional<bool>(element->getBoolValue()) : std::nullopt;
+std::string_view fields::string(std::string_view key, int occurrence) const {
+    const bsonElement& element = need(key, string_kind, occurrence);
+    return {reinterpret_cast<const char*>(element.getValue()), element.getValueSize() - 1};
 }
 
-bool fields::boolean(const std::string& key) const { return need(key, boolean_kind, "a boolean").getBoolValue(); }
+std::optional<std::string_view> fields::optional_text(std::string_view key, std::size_t least, std::size_t most) const {
+    return has(key) ? std::optional(text(key, least, most)) : std::nullopt;
+}
 
-double fields::number(const std::string& key) const { return need(key, double_kind, "a double").getDoubleValue(); }
+std::string_view fields::text(std::string_view key, std::size_t least, std::size_t most) const {
+    const std::string_view value = string(key);
+    if (value.size() < least) refuse(key, "is empty");
+    if (value.size() > most)
+        refuse(key, "has " + std::to_string(value.size()) + " bytes; at most " + std::to_string(most) + " are allowed");
+    if (value.find('\0') != value.npos) refuse(key, "contains a zero byte");
+    return value;
+}
 
-std::vector<unsigned char> fields::binary(const std::string& key) const {
-    const bsonElement& element = need(key, binary_kind, "binary");
-    if (element.getValueSize() == 0) return {};
+bool fields::boolean(std::string_view key) const { return need(key, boolean_kind).getBoolValue(); }
+
+double fields::number(std::string_view key) const { return need(key, double_kind).getDoubleValue(); }
+
+std::vector<unsigned char> fields::binary(std::string_view key) const {
+    const bsonElement& element = need(key, binary_kind);
     return std::vector<unsigned char>(element.getValue(), element.getValue() + element.getValueSize());
 }
 
-const bsonDocument& fields::array(const std::string& key) const {
-    return *need(key, array_kind, "an array").getDocumentValue();
-}
+const bsonDocument& fields::array(std::string_view key) const { return *need(key, array_kind).getDocumentValue(); }
 
-const std::vector<bsonElement*>& fields::three(const std::string& key, std::uint8_t kind, const char* what) const {
+const std::vector<bsonElement*>& fields::three(std::string_view key, bson_type type, const char* noun) const {
     const std::vector<bsonElement*>& elements = array(key).elementList;
     bool good = elements.size() == 3;
-    for (const bsonElement* element : elements) good = good && element->getValueType() == kind;
-    if (!good) throw refusal(reason::bad_field, name(key) + " is not an array of three " + what);
+    for (const bsonElement* element : elements) good = good && element->getValueType() == type;
+    if (!good) refuse(key, std::string("is not an array of three ") + noun);
     return elements;
 }
 
-std::array<double, 3> fields::three_doubles(const std::string& key) const {
-    const auto& elements = three(key, double_kind, "doubles");
+std::array<double, 3> fields::three_doubles(std::string_view key) const {
+    const auto& elements = three(key, bson_type::real, "doubles");
     return {elements[0]->getDoubleValue(), elements[1]->getDoubleValue(), elements[2]->getDoubleValue()};
 }
 
-std::array<std::int32_t, 3> fields::three_colours(const std::string& key) const {
-    const auto& elements = three(key, int32_kind, "int32");
+std::array<std::int32_t, 3> fields::three_colours(std::string_view key) const {
+    const auto& elements = three(key, bson_type::int32, "int32");
     const std::array<std::int32_t, 3> values{elements[0]->getInt32Value(), elements[1]->getInt32Value(),
                                              elements[2]->getInt32Value()};
-    for (const std::int32_t value : values)
-        if (value < 0 || value > 65535)
-            throw refusal(reason::bad_field, name(key) + " holds " + std::to_string(value) + ", not 0 to 65535");
+    for (const std::int32_t value : values) {
+        if (value < 0 || value > 65535) refuse(key, "holds " + std::to_string(value) + ", not 0 to 65535");
+    }
     return values;
+}
+
+std::optional<std::int32_t> read_slot(const fields& from, std::string_view key, std::string_view type) {
+    const auto slot = from.optional_int32(key);
+    const std::int32_t last = slots_of(type);
+    if (slot && (*slot < 1 || *slot > last))
+        from.refuse(key, "is " + std::to_string(*slot) + ": slots of type " + quote(type) + " count from 1 to " +
+                             std::to_string(last));
+    return slot;
+}
+
+std::string_view read_data_format(const fields& from) {
+    const std::string_view format = from.string("dataFormat");
+    if (format.empty()) from.refuse("dataFormat", "is empty");
+    return format;
 }
 
 cdl_values read_cdl(const fields& from) {
@@ -164,30 +199,19 @@ std::vector<grade_component> read_components(const fields& from, bool with_patte
     std::vector<grade_component> components;
     for (const bsonElement* element : from.array("gradeCombo").elementList) {
         const std::string where = "gradeCombo[" + std::to_string(components.size()) + "]";
-        if (element->getValueType() != document_kind)
-            throw refusal(reason::bad_field, "\"" + where + "\" is not an embedded document");
+        if (element->getValueType() != bson_type::document) from.refuse(where, "is not an embedded document");
         components.push_back(read_component(fields(*element->getDocumentValue(), where + "."), with_patterns));
     }
     return components;
 }
 
-void write_grade(bsonDocument& to, const preset& from) {
-    to.addInt32Element("gradeComboIndex", from.grade_combo_index);
-    auto list = std::make_unique<bsonDocument>();
-    for (std::size_t i = 0; i < from.components.size(); ++i)
-        add_document(*list, std::to_string(i), component_document(from.components[i]), false);
-    add_document(to, "gradeCombo", std::move(list), true);
-}
-
 void check_readable(const std::vector<grade_component>& components) {
     std::uint64_t size = 0;
-    for (const grade_component& component : components) size += component.data.size();
-    if (size <= max_preset_reply_size) {
+    for (const grade_component& component : components) size += component.data ? component.data->size() : 0;
+    if (size <= max_preset_reply_size) {  // beyond that the length may not even fit a document
         bsonDocument reply;
         write_reply_head(reply, 0, "ok");
-        preset sample;
-        sample.components = components;
-        write_grade(reply, sample);
+        write_grade(reply, 1, components);
         size = reply.calculateMessageSizeFromKeyValueList();
     }
     if (size > max_preset_reply_size)
@@ -196,20 +220,28 @@ void check_readable(const std::vector<grade_component>& components) {
                                                 std::to_string(max_preset_reply_size) + " are possible");
 }
 
-void add_document(bsonDocument& to, const std::string& key, std::unique_ptr<bsonDocument> child, bool is_array) {
-    to.addDocumentElement(key, child.get(), is_array);
-    child.release();
+void write_grade(bsonDocument& to, std::int32_t grade_combo_index, const std::vector<grade_component>& components) {
+    to.addInt32Element("gradeComboIndex", grade_combo_index);
+    bsonDocument& list = add_array(to, "gradeCombo");
+    for (const grade_component& component : components) write_component(append_document(list), component);
 }
 
+bsonDocument& add_array(bsonDocument& to, const std::string& key) { return attach(to, key, true); }
+
+bsonDocument& append_document(bsonDocument& list) { return attach(list, next_key(list), false); }
+
+std::string next_key(const bsonDocument& list) { return std::to_string(list.elementList.size()); }
+
 void write_reply_head(bsonDocument& to, std::int32_t code, const std::string& message) {
-    to.addStringElement("type", std::string("response"));
+    to.addStringElement("type", "response");
     to.addInt32Element("msgID", 1);
     to.addInt32Element("code", code);
     to.addStringElement("message", message);
 }
 
-std::vector<unsigned char> encoded(bsonDocument& document) {
+std::vector<unsigned char> encode(bsonDocument& document) {
     document.convertElementListToMessage();
+    document.clearElementList();  // embedded documents have messages of their own
     return std::vector<unsigned char>(document.message, document.message + document.messageSize);
 }
 

@@ -7,83 +7,98 @@
 
 #include "simulator/commands.h"
 #include "simulator/documents.h"
+#include "simulator/text.h"
 
 namespace simulator {
 
 namespace {
 
-struct kind_model {
-    const char* name;
-    std::uint32_t milliseconds;  // unless given
-    const char* help;
-};
+using bytes = std::vector<unsigned char>;
 
-constexpr kind_model kinds[] = {
-    {"refuse", 0, "a reply with a code other than 0, after MS; the command isn't performed"},
-    {"silence", 60000, "no reply; the connection is closed after MS"},
-    {"close", 0, "no reply; the connection is closed, after MS"},
-    {"reset", 0, "no reply; the connection is reset, after MS"},
-    {"truncate", 0, "half of the reply, after MS"},
-    {"trickle", 2, "the reply in up to 100 pieces, MS apart"},
-    {"delay", 1000, "the reply, after MS"},
-    {"garbage", 0, "random bytes instead of the reply, after MS"},
-    {"length", 0, "a reply that says it is one byte longer than it is, after MS"},
-    {"event-first", 60, "a message of another type, and the reply MS after it"},
-    {"event-glued", 0, "a message of another type and the reply in one piece, after MS"},
-};
-constexpr std::size_t kind_count = sizeof kinds / sizeof kinds[0];
+// Each shapes a delivery that is the whole reply in one piece, after MS.
+void send_whole(delivery&, std::mt19937_64&) {}
+
+void hold(delivery& sent, std::mt19937_64&) { sent = {{}, delivery::ending::hold, sent.pieces[0].pause_milliseconds}; }
+
+void close(delivery& sent, std::mt19937_64&) { sent.pieces[0].bytes.clear(); }
+
+void reset(delivery& sent, std::mt19937_64&) {
+    sent.pieces[0].bytes.clear();
+    sent.end = delivery::ending::reset;
+}
+
+void truncate(delivery& sent, std::mt19937_64&) { sent.pieces[0].bytes.resize(sent.pieces[0].bytes.size() / 2); }
+
+void trickle(delivery& sent, std::mt19937_64&) {
+    constexpr std::size_t piece_count = 100;
+    const auto [pause, reply] = std::move(sent.pieces[0]);
+    const std::size_t size = (reply.size() + piece_count - 1) / piece_count;
+    sent.pieces.clear();
+    for (std::size_t from = 0; from < reply.size(); from += size) {
+        const unsigned char* begin = reply.data() + from;
+        sent.pieces.push_back({from == 0 ? 0 : pause, bytes(begin, begin + std::min(size, reply.size() - from))});
+    }
+}
+
+void send_garbage(delivery& sent, std::mt19937_64& random) {
+    for (unsigned char& byte : sent.pieces[0].bytes) byte = static_cast<unsigned char>(random());
+}
+
+void lie_about_length(delivery& sent, std::mt19937_64&) {
+    bytes& reply = sent.pieces[0].bytes;
+    const std::size_t lie = reply.size() + 1;
+    for (unsigned i = 0; i < 4; ++i) reply[i] = static_cast<unsigned char>(lie >> (8 * i));
+}
+
+bytes event_message() {
+    bsonDocument event;
+    event.addStringElement("type", "event");
+    event.addInt32Element("msgID", 1);
+    event.addStringElement("event", "simulated");
+    return encode(event);
+}
+
+void send_event_first(delivery& sent, std::mt19937_64&) {
+    sent.pieces.insert(sent.pieces.begin(), {0, event_message()});
+}
+
+void send_event_glued(delivery& sent, std::mt19937_64&) {
+    const bytes event = event_message();
+    bytes& reply = sent.pieces[0].bytes;
+    reply.insert(reply.begin(), event.begin(), event.end());
+}
 
 template <class T>
-T number(const std::string& text, const char* what, T least) {
+T number(const std::string& text, const char* noun, T least) {
     T value = 0;
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
     if (result.ec != std::errc() || result.ptr != end || value < least)
-        throw std::invalid_argument(std::string(what) + " " + quoted(text) + " is not a number from " +
+        throw std::invalid_argument(std::string(noun) + " " + quote(text) + " is not a number from " +
                                     std::to_string(least));
     return value;
 }
 
-std::vector<unsigned char> event_message() {
-    bsonDocument event;
-    event.addStringElement("type", std::string("event"));
-    event.addInt32Element("msgID", 1);
-    event.addStringElement("event", std::string("simulated"));
-    return encoded(event);
-}
-
-std::vector<delivery::piece> trickled(const std::vector<unsigned char>& reply, std::uint32_t pause) {
-    constexpr std::size_t piece_count = 100;
-    const std::size_t size = std::max<std::size_t>(1, (reply.size() + piece_count - 1) / piece_count);
-    std::vector<delivery::piece> pieces;
-    for (std::size_t from = 0; from < reply.size(); from += size) {
-        const auto begin = reply.begin() + static_cast<std::ptrdiff_t>(from);
-        const auto end = reply.begin() + static_cast<std::ptrdiff_t>(std::min(from + size, reply.size()));
-        pieces.push_back({from == 0 ? 0 : pause, std::vector<unsigned char>(begin, end)});
-    }
-    return pieces;
-}
-
-void lie_about_length(std::vector<unsigned char>& reply) {
-    const auto lie = static_cast<std::uint32_t>(reply.size() + 1);
-    for (unsigned i = 0; i < 4; ++i) reply[i] = static_cast<unsigned char>(lie >> (8 * i));
-}
-
 }  // namespace
 
-const std::vector<std::string>& fault_names() {
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> result;
-        for (const kind_model& kind : kinds) result.emplace_back(kind.name);
-        return result;
-    }();
-    return names;
-}
+const std::vector<fault_kind> fault_kinds{
+    {"refuse", 0, "a reply with a code other than 0, after MS; the command isn't performed", false, send_whole},
+    {"silence", 60000, "no reply; the connection is closed after MS", true, hold},
+    {"close", 0, "no reply; the connection is closed, after MS", true, close},
+    {"reset", 0, "no reply; the connection is reset, after MS", true, reset},
+    {"truncate", 0, "half of the reply, after MS", true, truncate},
+    {"trickle", 2, "the reply in up to 100 pieces, MS apart", true, trickle},
+    {"delay", 1000, "the reply, after MS", true, send_whole},
+    {"garbage", 0, "random bytes instead of the reply, after MS", true, send_garbage},
+    {"length", 0, "a reply that says it is one byte longer than it is, after MS", true, lie_about_length},
+    {"event-first", 60, "a message of another type, and the reply MS after it", true, send_event_first},
+    {"event-glued", 0, "a message of another type and the reply in one piece, after MS", true, send_event_glued},
+};
 
 std::string fault_help() {
     std::string help;
-    for (const kind_model& kind : kinds) {
-        std::string name = kind.name;
+    for (const fault_kind& kind : fault_kinds) {
+        std::string name(kind.name);
         name.resize(13, ' ');
         help += "  " + name + kind.help + " [" + std::to_string(kind.milliseconds) + "]\n";
     }
@@ -93,9 +108,9 @@ std::string fault_help() {
 void fault_plan::add(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos)
-        throw std::invalid_argument("fault " + quoted(text) + " is not COMMAND[:N]=KIND[,MS]");
+        throw std::invalid_argument("fault " + quote(text) + " is not COMMAND[:N]=KIND[,MS]");
     std::string command = text.substr(0, equals), kind = text.substr(equals + 1);
-    rule added{{}, 0, {fault_kind::refuse, 0}};
+    rule added{{}, 0, {}};
     if (const std::size_t colon = command.find(':'); colon != std::string::npos) {
         added.call = number<std::uint64_t>(command.substr(colon + 1), "call", 1);
         command.erase(colon);
@@ -107,73 +122,32 @@ void fault_plan::add(const std::string& text) {
     }
     const std::vector<std::string> commands = command_names();
     if (command != "*" && std::find(commands.begin(), commands.end(), command) == commands.end())
-        throw std::invalid_argument("there is no command " + quoted(command));
-    const auto found = std::find(fault_names().begin(), fault_names().end(), kind);
-    if (found == fault_names().end()) throw std::invalid_argument("there is no fault " + quoted(kind));
-    const std::ptrdiff_t index = found - fault_names().begin();
+        throw std::invalid_argument("there is no command " + quote(command));
+    const auto found = std::find_if(fault_kinds.begin(), fault_kinds.end(),
+                                    [&](const fault_kind& known) { return known.name == kind; });
+    if (found == fault_kinds.end()) throw std::invalid_argument("there is no fault " + quote(kind));
     added.command = command;
-    added.what = {static_cast<fault_kind>(index), milliseconds.value_or(kinds[index].milliseconds)};
+    added.wrong = {&*found, milliseconds.value_or(found->milliseconds)};
     rules_.push_back(std::move(added));
 }
 
-std::optional<fault> fault_plan::next(const std::string& command) {
-    std::optional<fault> meant;
-    for (rule& one : rules_) {
-        if (one.command != "*" && one.command != command) continue;
-        ++one.seen;
-        if (!meant && (one.call == 0 || one.call == one.seen)) meant = one.what;
+std::optional<fault> fault_plan::next(std::string_view command) {
+    std::optional<fault> wrong;
+    for (rule& known : rules_) {
+        if (known.command != "*" && known.command != command) continue;
+        ++known.seen;
+        if (!wrong && (known.call == 0 || known.call == known.seen)) wrong = known.wrong;
     }
-    if (meant) return meant;
+    if (wrong) return wrong;
     if (random_percent_ == 0 || random_() % 100 >= random_percent_) return std::nullopt;
-    const std::size_t kind = random_() % kind_count;
-    return fault{static_cast<fault_kind>(kind), kinds[kind].milliseconds};
+    const fault_kind& kind = fault_kinds[random_() % fault_kinds.size()];
+    return fault{&kind, kind.milliseconds};
 }
 
-delivery delivered(std::vector<unsigned char> reply, const std::optional<fault>& what, std::mt19937_64& random) {
+delivery fault_plan::send(std::vector<unsigned char> reply, const std::optional<fault>& wrong) {
     delivery result;
-    if (!what) {
-        result.pieces.push_back({0, std::move(reply)});
-        return result;
-    }
-    const std::uint32_t pause = what->milliseconds;
-    switch (what->kind) {
-        case fault_kind::silence:
-            result.end = delivery::ending::hold;
-            result.hold_milliseconds = pause;
-            return result;
-        case fault_kind::close:
-            result.pieces.push_back({pause, {}});
-            return result;
-        case fault_kind::reset:
-            result.pieces.push_back({pause, {}});
-            result.end = delivery::ending::reset;
-            return result;
-        case fault_kind::truncate:
-            reply.resize(reply.size() / 2);
-            break;
-        case fault_kind::trickle:
-            result.pieces = trickled(reply, pause);
-            return result;
-        case fault_kind::garbage:
-            for (unsigned char& byte : reply) byte = static_cast<unsigned char>(random());
-            break;
-        case fault_kind::length:
-            lie_about_length(reply);
-            break;
-        case fault_kind::event_first:
-            result.pieces.push_back({0, event_message()});
-            break;
-        case fault_kind::event_glued: {
-            std::vector<unsigned char> both = event_message();
-            both.insert(both.end(), reply.begin(), reply.end());
-            reply = std::move(both);
-            break;
-        }
-        case fault_kind::refuse:
-        case fault_kind::delay:
-            break;
-    }
-    result.pieces.push_back({pause, std::move(reply)});
+    result.pieces.push_back({wrong ? wrong->milliseconds : 0, std::move(reply)});
+    if (wrong) wrong->kind->shape(result, random_);
     return result;
 }
 

@@ -2,6 +2,10 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "simulator/server.h"
 
@@ -28,6 +32,7 @@ struct settings {
     std::uint64_t seed = 1;
     unsigned random_faults = 0;
     std::vector<std::string> faults;
+    bool quiet = false;
 };
 
 void describe(CLI::App& app, settings& to) {
@@ -50,7 +55,12 @@ void describe(CLI::App& app, settings& to) {
     app.add_option("--random-faults", to.random_faults, "Percent of the calls that go wrong in a random way")
         ->check(CLI::Range(0u, 100u));
     app.add_option("--seed", to.seed, "Seed of the random faults");
-    app.add_flag("--quiet", to.server.quiet, "Don't log commands and replies");
+    app.add_flag("--quiet", to.quiet, "Don't log commands and replies");
+}
+
+void print_line(std::uint64_t connection, char mark, const std::string& text) {
+    std::printf("%llu %c %s\n", static_cast<unsigned long long>(connection), mark, text.c_str());
+    std::fflush(stdout);
 }
 
 }  // namespace
@@ -69,8 +79,8 @@ int main(int argc, char** argv) {
         simulator::fault_plan faults(given.seed);
         faults.set_random_percent(given.random_faults);
         for (const std::string& fault : given.faults) faults.add(fault);
-        simulator::device_state device(given.media);
-        simulator::serve(given.server, device, faults);
+        simulator::service service(given.media, std::move(faults), given.quiet ? nullptr : print_line);
+        simulator::serve(given.server, service);
         return exit_stopped;
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "lutc-simulator: --fault: %s\n", error.what());

@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "simulator/device/model.h"
+#include "simulator/device/problem.h"
 #include "simulator/documents.h"
 #include "simulator/refusal.h"
 
@@ -39,8 +41,12 @@ class descriptor {
     int number_;
 };
 
-[[noreturn]] void fail(const std::string& what, int error) {
-    throw refusal(reason::media, what + ": " + std::generic_category().message(error));
+[[noreturn]] void fail(const std::string& sentence, int error) {
+    throw refusal(reason::media, sentence + ": " + std::generic_category().message(error));
+}
+
+void check_folder(const std::string& folder) {
+    if (folder.empty()) throw refusal(reason::media, "there is no media");
 }
 
 void write_all(int file, const std::vector<unsigned char>& bytes) {
@@ -51,23 +57,24 @@ void write_all(int file, const std::vector<unsigned char>& bytes) {
     }
 }
 
-void write_library(int file, const std::vector<const preset*>& presets) {
+void write_library(int file, const preset_library& presets) {
     bsonDocument head;
-    head.addStringElement("format", std::string(format_name));
+    head.addStringElement("format", format_name);
     head.addInt32Element("version", format_version);
-    head.addInt32Element("presets", static_cast<std::int32_t>(presets.size()));
-    write_all(file, encoded(head));
-    for (const preset* one : presets) {
+    head.addInt32Element("presets", presets.size());
+    write_all(file, encode(head));
+    for (std::int32_t index = 1; index <= presets.size(); ++index) {
+        const preset& content = presets.at(index);
         bsonDocument document;
-        document.addStringElement("presetName", one->name);
-        write_grade(document, *one);
-        write_all(file, encoded(document));
+        document.addStringElement("presetName", content.name);
+        write_grade(document, content.grade_combo_index, content.components);
+        write_all(file, encode(document));
     }
     if (::fsync(file) != 0) fail("can't store the presets", errno);
 }
 
-[[noreturn]] void broken(const std::string& what) {
-    throw refusal(reason::media, std::string(media_file_name) + " is broken: " + what);
+[[noreturn]] void refuse_broken(const std::string& why) {
+    throw refusal(reason::media, std::string(media_file_name) + " is broken: " + why);
 }
 
 // As many bytes as the file still has, up to size.
@@ -85,45 +92,45 @@ std::size_t read_up_to(int file, unsigned char* bytes, std::size_t size) {
 
 std::unique_ptr<bsonDocument> read_document(int file) {
     std::vector<unsigned char> bytes(4);
-    if (read_up_to(file, bytes.data(), 4) != 4) broken("it ends too early");
+    if (read_up_to(file, bytes.data(), 4) != 4) refuse_broken("it ends too early");
     std::uint32_t size = 0;
     for (unsigned i = 0; i < 4; ++i) size |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-    if (size < 5 || size > max_document_size) broken("a document has an impossible length");
+    if (size < 5 || size > max_document_size) refuse_broken("a document has an impossible length");
     bytes.resize(size);
-    if (read_up_to(file, bytes.data() + 4, size - 4) != size - 4) broken("it ends too early");
+    if (read_up_to(file, bytes.data() + 4, size - 4) != size - 4) refuse_broken("it ends too early");
     auto document = std::make_unique<bsonDocument>(bytes.data(), size, true, false);
-    if (document->convertMessageToElementList(true) != 1) broken("it holds an invalid document");
+    if (document->convertMessageToElementList(true) != 1) refuse_broken("it holds an invalid document");
     return document;
 }
 
-std::vector<preset> read_library(int file) {
+preset read_preset(const fields& from) {
+    preset content;
+    content.name = from.text("presetName", 1, model::max_name_size);
+    content.grade_combo_index = from.index("gradeComboIndex", model::grade_combinations.size(), "grade combination");
+    content.components = read_components(from, false);
+    check_readable(content.components);
+    return content;
+}
+
+preset_library read_library(int file) {
     const auto head = read_document(file);
     const fields about(*head);
     if (about.string("format") != format_name || about.int32("version") != format_version)
-        broken("it isn't a preset library of version " + std::to_string(format_version));
+        refuse_broken("it isn't a preset library of version " + std::to_string(format_version));
     const std::int32_t count = about.int32("presets");
-    if (count < 0 || count > static_cast<std::int32_t>(library_capacity))
-        broken("it tells an impossible number of presets");
-    std::vector<preset> presets;
-    for (std::int32_t i = 0; i < count; ++i) {
-        const auto document = read_document(file);
-        const fields content(*document);
-        preset one;
-        one.name = content.string("presetName");
-        one.grade_combo_index = content.int32("gradeComboIndex");
-        one.components = read_components(content, false);
-        check_readable(one.components);
-        presets.push_back(std::move(one));
-    }
+    if (count < 0 || count > static_cast<std::int32_t>(model::library_capacity))
+        refuse_broken("it tells an impossible number of presets");
+    preset_library presets;
+    while (presets.size() < count) presets.store(0, read_preset(fields(*read_document(file))));
     unsigned char more = 0;
-    if (read_up_to(file, &more, 1) != 0) broken("something follows the last preset");
-    check_library(presets);
+    if (read_up_to(file, &more, 1) != 0) refuse_broken("something follows the last preset");
     return presets;
 }
 
 }  // namespace
 
-void save_library(const std::string& folder, const std::vector<const preset*>& presets) {
+void save_library(const std::string& folder, const preset_library& presets) {
+    check_folder(folder);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) fail("can't make the media folder", error.value());
@@ -146,17 +153,20 @@ void save_library(const std::string& folder, const std::vector<const preset*>& p
     if (::fsync(directory.get()) != 0) fail("can't store the media folder", errno);
 }
 
-std::vector<preset> load_library(const std::string& folder) {
+preset_library load_library(const std::string& folder) {
+    check_folder(folder);
     const std::string path = folder + "/" + media_file_name;
     const descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (file.get() < 0) fail(std::string("can't open ") + media_file_name, errno);
     struct stat about {};
-    if (::fstat(file.get(), &about) != 0 || !S_ISREG(about.st_mode)) broken("it isn't a file");
+    if (::fstat(file.get(), &about) != 0 || !S_ISREG(about.st_mode)) refuse_broken("it isn't a file");
     try {
         return read_library(file.get());
     } catch (const refusal& why) {
         if (why.why() == reason::media) throw;
-        broken(why.what());
+        refuse_broken(why.what());
+    } catch (const problem& why) {
+        refuse_broken(why.what());
     }
 }
 

@@ -6,23 +6,24 @@
 #define LUTC_SIMULATOR_MEDIA_H
 
 #include <string>
-#include <vector>
 
-#include "simulator/device_state.h"
+#include "simulator/device/preset_library.h"
 
 namespace simulator {
 
 extern const char* const media_file_name;
 
+// Both refuse an empty folder: there is no media then.
+
 // Writes the library; the folder is made when it isn't there. The file is replaced in one step after the new one is
 // safely stored: whatever happens, even the end of the process, leaves the old library or the new one. Throws a
 // refusal (reason media) that says what failed; the old file is then untouched, unless all that failed is storing the
 // folder's entry for the new one.
-void save_library(const std::string& folder, const std::vector<const preset*>& presets);
+void save_library(const std::string& folder, const preset_library& presets);
 
 // Reads it back. A file that is missing, broken, longer than it says, or holds anything that the device would have
 // refused, throws a refusal (reason media).
-std::vector<preset> load_library(const std::string& folder);
+preset_library load_library(const std::string& folder);
 
 }  // namespace simulator
 

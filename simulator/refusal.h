@@ -33,10 +33,6 @@ class refusal : public std::runtime_error {
     reason why_;
 };
 
-// Text that came from outside, fit for one line: in double quotes, which are escaped inside as \" (and backslashes as
-// \\), every byte that isn't printable ASCII as \xNN, cut after limit bytes with "...".
-std::string quoted(const std::string& text, std::size_t limit = 64);
-
 }  // namespace simulator
 
 #endif

@@ -10,9 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "simulator/commands.h"
-#include "simulator/description.h"
-#include "simulator/documents.h"
+#include "simulator/framing.h"
 
 namespace simulator {
 
@@ -28,23 +26,20 @@ constexpr std::size_t read_size = 64 * 1024;
 // What all connections share.
 struct shared_state {
     const server_options& options;
-    device_state& device;
-    fault_plan& faults;
+    service& behind;
     std::uint64_t connections = 0;
     std::array<unsigned char, read_size> scratch{};  // one thread, and no read keeps what another put there
-
-    void log(std::uint64_t connection, const char* direction, const std::string& text) const {
-        if (options.quiet) return;
-        std::printf("%llu %s %s\n", static_cast<unsigned long long>(connection), direction, text.c_str());
-        std::fflush(stdout);
-    }
 };
 
 // One connection. It lives as long as something is under way on it.
 class session : public std::enable_shared_from_this<session> {
   public:
     session(tcp::socket socket, shared_state& shared)
-        : socket_(std::move(socket)), timer_(socket_.get_executor()), shared_(shared), number_(++shared.connections) {}
+        : socket_(std::move(socket)),
+          timer_(socket_.get_executor()),
+          shared_(shared),
+          number_(++shared.connections),
+          framing_(shared.options.max_command_size) {}
 
     void start() {
         std::error_code ignored;
@@ -57,7 +52,7 @@ class session : public std::enable_shared_from_this<session> {
     // Waits for readability rather than with a buffer of its own, so that silent connections cost next to nothing.
     void await_command() {
         limit(shared_.options.idle_timeout, [this] {
-            shared_.log(number_, "-", "closed: no whole command in time");
+            shared_.behind.log(number_, '-', "closed: no whole command in time");
             close();
         });
         socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](std::error_code error) {
@@ -70,66 +65,22 @@ class session : public std::enable_shared_from_this<session> {
         const std::size_t count = socket_.read_some(asio::buffer(shared_.scratch), error);
         if (error == asio::error::would_block || error == asio::error::interrupted) return await_command();
         if (error) {
-            if (!command_.empty()) shared_.log(number_, "-", "closed by the client within a command");
+            if (!framing_.is_empty()) shared_.behind.log(number_, '-', "closed by the client within a command");
             return close();
         }
         try {
-            command_.insert(command_.end(), shared_.scratch.begin(),
-                            shared_.scratch.begin() + static_cast<std::ptrdiff_t>(count));
+            if (!framing_.add(shared_.scratch.data(), count)) return await_command();
+            deliver(shared_.behind.answer(number_, framing_.take()));
+        } catch (const refusal& why) {
+            deliver(shared_.behind.refuse(number_, why));
         } catch (const std::bad_alloc&) {
-            return refuse(reason::internal, "out of memory");
+            deliver(shared_.behind.refuse(number_, refusal(reason::internal, "out of memory")));
         }
-        if (command_.size() < 4) return await_command();
-        std::uint32_t size = 0;
-        for (unsigned i = 0; i < 4; ++i) size |= static_cast<std::uint32_t>(command_[i]) << (8 * i);
-        if (size < 5) return refuse(reason::malformed, "the command claims a length of " + std::to_string(size));
-        if (size > shared_.options.max_command_size)
-            return refuse(reason::malformed, "the command has " + std::to_string(size) + " bytes; at most " +
-                                                 std::to_string(shared_.options.max_command_size) + " are taken");
-        if (command_.size() < size) return await_command();
-        command_.resize(size);
+    }
+
+    void deliver(delivery planned) {
         timer_.cancel();
-        try {
-            answer_command();
-        } catch (const std::bad_alloc&) {
-            refuse(reason::internal, "out of memory");
-        }
-    }
-
-    void answer_command() {
-        const auto command = decoded_command(command_.data(), command_.size());
-        std::vector<unsigned char>().swap(command_);
-        if (!command) return refuse(reason::malformed, "the command is not a valid BSON document");
-        const std::string name = command_name(*command);
-        if (!shared_.options.quiet)
-            shared_.log(number_, "<",
-                        (name.empty() ? "(no command)" : loggable(name)) + separated(described(*command)));
-        const std::optional<fault> what = shared_.faults.next(name);
-        const auto reply = what && what->kind == fault_kind::refuse
-                               ? refusing_reply(reason::on_demand, "refused on demand")
-                               : perform(shared_.device, *command);
-        std::string note = described(*reply);
-        if (what) note += " (fault: " + fault_names()[static_cast<std::size_t>(what->kind)] + ")";
-        shared_.log(number_, ">", note);
-        deliver(delivered(encoded(*reply), what, shared_.faults.random()));
-    }
-
-    static std::string separated(const std::string& text) { return text.empty() ? text : " " + text; }
-
-    static std::string loggable(const std::string& name) {
-        const std::string text = quoted(name);
-        return text.substr(1, text.size() - 2);
-    }
-
-    void refuse(reason why, const std::string& message) {
-        std::vector<unsigned char>().swap(command_);
-        const auto reply = refusing_reply(why, message);
-        shared_.log(number_, ">", described(*reply));
-        deliver(delivered(encoded(*reply), std::nullopt, shared_.faults.random()));
-    }
-
-    void deliver(delivery what) {
-        delivery_ = std::move(what);
+        delivery_ = std::move(planned);
         next_piece_ = 0;
         deliver_next();
     }
@@ -200,7 +151,7 @@ class session : public std::enable_shared_from_this<session> {
     asio::steady_timer timer_;
     shared_state& shared_;
     const std::uint64_t number_;
-    std::vector<unsigned char> command_;
+    command_framing framing_;
     delivery delivery_;
     std::size_t next_piece_ = 0;
 };
@@ -240,9 +191,9 @@ class listener {
 
 }  // namespace
 
-void serve(const server_options& options, device_state& device, fault_plan& faults) {
+void serve(const server_options& options, service& behind) {
     asio::io_context context(1);
-    shared_state shared{options, device, faults};
+    shared_state shared{options, behind};
     const std::string place = options.address + ":" + std::to_string(options.port);
     std::optional<listener> connections;
     try {

@@ -7,8 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "simulator/device_state.h"
-#include "simulator/faults.h"
+#include "simulator/service.h"
 
 namespace simulator {
 
@@ -17,12 +16,11 @@ struct server_options {
     std::uint16_t port = 54440;  // 0: any free one
     std::size_t max_command_size = 64u << 20;
     std::chrono::milliseconds idle_timeout{30000};  // how long a client may send nothing
-    bool quiet = false;                             // no log of commands and replies
 };
 
 // Listens, prints where, and serves until SIGINT or SIGTERM arrives. Throws std::runtime_error when the address can't
-// be listened on. The log goes to standard output, each line as soon as it is known.
-void serve(const server_options& options, device_state& device, fault_plan& faults);
+// be listened on.
+void serve(const server_options& options, service& behind);
 
 }  // namespace simulator
 

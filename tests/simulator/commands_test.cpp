@@ -1,5 +1,3 @@
-#include "simulator/commands.h"
-
 #include <gtest/gtest.h>
 
 #include "tests/simulator/exchange.h"
@@ -14,7 +12,7 @@ const std::string components = "'gradeCombo':[{'typeIndex':1,'type':'cdl','dataF
 class Device : public testing::Test {
   protected:
     std::string call(const std::string& name, const std::string& fields = "{}") {
-        return exchange(device_, name, fields);
+        return exchange(service_, name, fields);
     }
     void upload(const std::string& name, const std::string& more = "") {
         ASSERT_EQ("{}", call("sendPreset", "{'presetName':'" + name + "'" + more + ",'gradeCombo':[]}"));
@@ -22,8 +20,7 @@ class Device : public testing::Test {
     // The names in list order.
     std::string names() const {
         std::string all;
-        for (std::size_t i = 1; i <= device_.preset_count(); ++i)
-            all += device_.preset_at(static_cast<std::int32_t>(i)).name + " ";
+        for (std::int32_t i = 1; i <= device_.presets().size(); ++i) all += device_.presets().at(i).name + " ";
         return all;
     }
     // Each set of fields is refused with a message that holds the text.
@@ -35,12 +32,13 @@ class Device : public testing::Test {
         }
     }
 
-    simulator::device_state device_;
+    simulator::service service_;
+    const simulator::device_state& device_ = service_.device();
 };
 
 TEST_F(Device, RefusesWhatIsNoCommand) {
     EXPECT_EQ("2: there is no command \"selfDestruct\"", call("selfDestruct"));
-    EXPECT_EQ("1: the command is not a valid BSON document", reply_text(reply_bytes(device_, "nonsense")));
+    EXPECT_EQ("1: the command is not a valid BSON document", reply_text(reply_bytes(service_, "nonsense")));
     for (const auto& [command, message] : std::vector<std::pair<std::string, std::string>>{
              {"{}", "3: \"protocolVersion\" is missing"},
              {"{'protocolVersion':2.0}", "3: \"protocolVersion\" is not a string"},
@@ -48,16 +46,16 @@ TEST_F(Device, RefusesWhatIsNoCommand) {
              {"{'protocolVersion':'2.0','type':'response'}", "3: \"type\" is \"response\", not \"command\""},
              {"{'protocolVersion':'2.0','type':'command'}", "3: \"msgID\" is missing"},
              {"{'protocolVersion':'2.0','type':'command','msgID':1}", "3: \"command\" is missing"}})
-        EXPECT_EQ(message, reply_text(reply_bytes(device_, encoded(command))));
+        EXPECT_EQ(message, reply_text(reply_bytes(service_, encoded(command))));
     // Names of any length and content come back short and printable: the reply fits the smallest window.
-    const std::string reply = reply_bytes(device_, command_bytes("\\u0001" + std::string(3000, 'x')));
+    const std::string reply = reply_bytes(service_, command_bytes("\\u0001" + std::string(3000, 'x')));
     EXPECT_LE(reply.size(), 1024u);
     EXPECT_NE(std::string::npos, reply_text(reply).find("\"\\x01x"));
 }
 
 TEST_F(Device, DescribesItself) {
     ASSERT_EQ("{}", call("setOption", "{'name':'friendlyName','value':'" + std::string(256, 'x') + "'}"));
-    EXPECT_LE(reply_bytes(device_, command_bytes("getModelInfo")).size(), 1024u);
+    EXPECT_LE(reply_bytes(service_, command_bytes("getModelInfo")).size(), 1024u);
     const std::string model = call("getModelInfo");
     EXPECT_EQ(0u, model.find("{'modelName':'lutc simulated device','friendlyName':'xxx"));
     EXPECT_NE(std::string::npos,
@@ -133,12 +131,12 @@ TEST_F(Device, TakesNoPresetThatCouldNotBeReadBack) {
         return encoded(*fields);
     };
     std::size_t fits = 2097152 - 200;
-    ASSERT_EQ("{}", reply_text(reply_bytes(device_, lut(fits))));
-    fits += 2097152 - reply_bytes(device_, command_bytes("getPreset", "{'presetIndex':1}")).size();
+    ASSERT_EQ("{}", reply_text(reply_bytes(service_, lut(fits))));
+    fits += 2097152 - reply_bytes(service_, command_bytes("getPreset", "{'presetIndex':1}")).size();
     EXPECT_EQ("5: the preset needs 2097153 bytes or more to be read back; at most 2097152 are possible",
-              reply_text(reply_bytes(device_, lut(fits + 1))));
-    ASSERT_EQ("{}", reply_text(reply_bytes(device_, lut(fits))));
-    EXPECT_EQ(2097152u, reply_bytes(device_, command_bytes("getPreset", "{'presetIndex':1}")).size());
+              reply_text(reply_bytes(service_, lut(fits + 1))));
+    ASSERT_EQ("{}", reply_text(reply_bytes(service_, lut(fits))));
+    EXPECT_EQ(2097152u, reply_bytes(service_, command_bytes("getPreset", "{'presetIndex':1}")).size());
 }
 
 TEST_F(Device, HoldsAHundredPresetsInOrder) {
@@ -147,8 +145,8 @@ TEST_F(Device, HoldsAHundredPresetsInOrder) {
     for (int i = 1; i < 100; ++i) upload(std::to_string(i), ",'toIndex':1");
     EXPECT_EQ("5: the library is full: it holds at most 100 presets",
               call("sendPreset", "{'presetName':'x','gradeCombo':[]}"));
-    EXPECT_EQ("99", device_.preset_at(1).name);
-    EXPECT_EQ(100, device_.find_preset({longest, std::nullopt}));
+    EXPECT_EQ("99", device_.presets().at(1).name);
+    EXPECT_EQ(100, device_.presets().find(longest));
     EXPECT_EQ("{}", call("sendPreset", "{'presetName':'99','gradeCombo':[]}")) << "replacing needs no room";
 }
 
@@ -221,7 +219,7 @@ TEST_F(Device, GradesChannelsLive) {
     EXPECT_EQ(1, device_.live(1).grade_combo_index);
     EXPECT_EQ(3, device_.live(2).grade_combo_index);
     EXPECT_EQ(2.1, device_.live(1).components.at({"cdl", 2}).values->slope[1]);
-    EXPECT_EQ(1u, device_.live(2).components.at({"1dlut", 1}).data.size());
+    EXPECT_EQ(1u, device_.live(2).components.at({"1dlut", 1}).data->size());
     const std::string live =
         "{'channelIndex':2,'resetAndApply':true,'gradeCombo':[{'type':'tpg','patternType':'square',"
         "'videoFormat':3,'squareSize':0.25,'fgColor':[65535,0,0],'bgColor':[0,0,0]}]}";

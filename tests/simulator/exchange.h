@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/commands.h"
+#include "simulator/service.h"
 #include "tests/support/documents.h"
 
 // The bytes of a command with these fields after the envelope.
@@ -33,15 +33,14 @@ inline std::string reply_text(const std::string& bytes) {
     return std::to_string(code) + ": " + message;
 }
 
-// The bytes of the device's reply to these bytes.
-inline std::string reply_bytes(simulator::device_state& device, const std::string& command) {
-    const auto reply = simulator::answer(device, {command.begin(), command.end()});
+// The bytes of the service's reply to these bytes.
+inline std::string reply_bytes(simulator::service& service, const std::string& command) {
+    const auto reply = service.answer(1, {command.begin(), command.end()}).pieces.at(0).bytes;
     return std::string(reply.begin(), reply.end());
 }
 
-inline std::string exchange(simulator::device_state& device, const std::string& name,
-                            const std::string& fields = "{}") {
-    return reply_text(reply_bytes(device, command_bytes(name, fields)));
+inline std::string exchange(simulator::service& service, const std::string& name, const std::string& fields = "{}") {
+    return reply_text(reply_bytes(service, command_bytes(name, fields)));
 }
 
 #endif

@@ -21,12 +21,12 @@ class Media : public testing::Test {
         std::string name = (fs::temp_directory_path() / "lutc-media-XXXXXX").string();
         ASSERT_NE(nullptr, mkdtemp(name.data()));
         folder_ = name;
-        device_ = simulator::device_state(folder_ / "library");
+        service_ = simulator::service(folder_ / "library");
     }
     void TearDown() override { fs::remove_all(folder_); }
 
     std::string call(const std::string& name, const std::string& fields = "{}") {
-        return exchange(device_, name, fields);
+        return exchange(service_, name, fields);
     }
     void upload(const std::string& name) {
         ASSERT_EQ("{}", call("sendPreset", "{'presetName':'" + name +
@@ -42,7 +42,7 @@ class Media : public testing::Test {
     std::ptrdiff_t files_in_folder() const { return std::distance(fs::directory_iterator(folder_ / "library"), {}); }
 
     fs::path folder_;
-    simulator::device_state device_;
+    simulator::service service_;
 };
 
 TEST_F(Media, GivesTheWholeLibraryBack) {
@@ -64,7 +64,7 @@ TEST_F(Media, AnEmptyLibraryIsALibrary) {
     ASSERT_EQ("{}", call("savePresetsToMedia"));
     upload("A");
     ASSERT_EQ("{}", call("loadPresetsFromMedia"));
-    EXPECT_EQ(0u, device_.preset_count());
+    EXPECT_EQ(0, service_.device().presets().size());
 }
 
 TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
@@ -93,7 +93,7 @@ TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
     fs::remove(file());
     fs::create_directory(file());
     EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
-    EXPECT_EQ(2u, device_.preset_count());
+    EXPECT_EQ(2, service_.device().presets().size());
 }
 
 TEST_F(Media, AFailedSaveLeavesTheOldFile) {
@@ -118,12 +118,12 @@ TEST_F(Media, AFailedSaveLeavesTheOldFile) {
 
     // A file where the folder should be; a folder that can't be made.
     for (const fs::path& bad : {file(), fs::path("/proc/no-media")}) {
-        device_ = simulator::device_state(bad);
+        service_ = simulator::service(bad);
         EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
         EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
         EXPECT_EQ(old, content());
     }
-    device_ = simulator::device_state();
+    service_ = simulator::service();
     EXPECT_EQ("6: there is no media", call("savePresetsToMedia"));
 }
 

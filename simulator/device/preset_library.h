@@ -1,0 +1,50 @@
+// The presets of the device, in their order. Indices count from 1.
+#ifndef LUTC_SIMULATOR_DEVICE_PRESET_LIBRARY_H
+#define LUTC_SIMULATOR_DEVICE_PRESET_LIBRARY_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/device/grade.h"
+
+namespace simulator {
+
+struct preset {
+    std::string name;  // 1 to max_name_size bytes, none of them 0; unique in the library
+    std::int32_t grade_combo_index = 1;
+    std::vector<grade_component> components;
+};
+
+// What can't be done throws a problem, or std::bad_alloc, and has then changed nothing. Indices are those of presets.
+class preset_library {
+  public:
+    preset_library();
+
+    std::int32_t size() const { return static_cast<std::int32_t>(presets_.size()); }
+    const preset& at(std::int32_t index) const { return *presets_[position(index)]; }
+    std::int32_t find(std::string_view name) const;  // 0: no preset has this name
+
+    // A preset wherever it moves to; the reference ends with the preset.
+    using reference = std::weak_ptr<const preset>;
+    reference refer_to(std::int32_t index) const { return presets_[position(index)]; }
+    std::int32_t find(const reference& wanted) const;  // 0: that preset is gone
+
+    // In place of the preset at index, or for index 0 at the end as a new one. Returns its index.
+    std::int32_t store(std::int32_t index, preset content);
+    void rename(std::int32_t index, std::string name);
+    void move(std::int32_t index, std::int32_t to_index) noexcept;
+    void remove(std::int32_t index) noexcept;
+    void clear() noexcept { presets_.clear(); }
+
+  private:
+    static std::size_t position(std::int32_t index) { return static_cast<std::size_t>(index) - 1; }
+
+    std::vector<std::shared_ptr<preset>> presets_;
+};
+
+}  // namespace simulator
+
+#endif

@@ -1,0 +1,33 @@
+// Puts commands together from the bytes of a connection. No sockets.
+#ifndef LUTC_SIMULATOR_FRAMING_H
+#define LUTC_SIMULATOR_FRAMING_H
+
+#include <cstddef>
+#include <vector>
+
+namespace simulator {
+
+class command_framing {
+  public:
+    // Commands of more than max_size bytes are refused.
+    explicit command_framing(std::size_t max_size) : max_size_(max_size) {}
+
+    // Takes what has arrived. Whether the command is whole then. Throws a refusal as soon as the command can't become
+    // a good one, or std::bad_alloc; nothing of it is kept then.
+    bool add(const unsigned char* bytes, std::size_t count);
+
+    bool is_empty() const { return bytes_.empty(); }
+
+    // The whole command, without what arrived behind it.
+    std::vector<unsigned char> take();
+
+  private:
+    std::size_t command_size() const;  // as the command says, 0 as long as it hasn't; refused when it can't be
+
+    std::size_t max_size_;
+    std::vector<unsigned char> bytes_;
+};
+
+}  // namespace simulator
+
+#endif
