@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "tests/simulator/exchange.h"
@@ -12,7 +11,7 @@ namespace {
 using simulator::delivery;
 using simulator::fault_plan;
 
-const std::string reply = encoded("{'type':'response','code':0,'message':'something to send in pieces'}");
+const std::string reply = encoded("{'type':'response','message':'" + std::string(300, 'm') + "'}");
 
 delivery delivery_of(const std::string& kind) {
     fault_plan plan;
@@ -40,31 +39,9 @@ TEST(FaultPlan, PicksTheCallThatWasAskedFor) {
     EXPECT_FALSE(plan.next("getPreset"));
 }
 
-TEST(FaultPlan, SaysWhatIsWrongWithIt) {
-    for (const char* text : {"", "getPreset", "getPreset=", "getPreset=fire", "getpreset=refuse", "getPreset:0=refuse",
-                             "getPreset:x=refuse", "getPreset=delay,-1", "getPreset=delay,1s", "=refuse"})
+TEST(FaultPlan, RefusesWhatItDoesNotUnderstand) {
+    for (const char* text : {"getPreset", "getpreset=refuse", "getPreset:0=refuse", "getPreset=delay,1s"})
         EXPECT_THROW(fault_plan().add(text), std::invalid_argument) << text;
-}
-
-TEST(FaultPlan, RandomFaultsRepeatWithTheirSeed) {
-    const auto kinds = [](std::uint64_t seed) {
-        fault_plan plan(seed);
-        plan.set_random_percent(30);
-        std::string result;
-        for (int i = 0; i < 1000; ++i) {
-            const auto what = plan.next("getOption");
-            result += what ? static_cast<char>('a' + (what->kind - simulator::fault_kinds.data())) : '.';
-        }
-        return result;
-    };
-    const std::string first = kinds(7);
-    EXPECT_EQ(first, kinds(7));
-    EXPECT_NE(first, kinds(8));
-    const auto spared = std::count(first.begin(), first.end(), '.');
-    EXPECT_GT(spared, 600);
-    EXPECT_LT(spared, 800);
-    for (std::size_t i = 0; i < simulator::fault_kinds.size(); ++i)
-        EXPECT_NE(std::string::npos, first.find(static_cast<char>('a' + i))) << simulator::fault_kinds[i].name;
 }
 
 TEST(Delivery, IsWhatEachKindSays) {
@@ -75,11 +52,11 @@ TEST(Delivery, IsWhatEachKindSays) {
     EXPECT_EQ(delivery::ending::reset, delivery_of("reset").end);
     EXPECT_EQ(reply.substr(0, reply.size() / 2), sent(delivery_of("truncate")));
     EXPECT_EQ(reply, sent(delivery_of("trickle")));
-    EXPECT_EQ(reply.size(), delivery_of("trickle").pieces.size());
+    EXPECT_EQ((reply.size() + 3) / 4, delivery_of("trickle").pieces.size());
     EXPECT_EQ(1000u, delivery_of("delay").pieces.at(0).pause_milliseconds);
     EXPECT_EQ("<invalid>", decoded(sent(delivery_of("garbage"))));
-    EXPECT_EQ("<invalid>", decoded(sent(delivery_of("length"))));
-    EXPECT_EQ(reply.substr(4), sent(delivery_of("length")).substr(4));
+    EXPECT_EQ(to_hex(std::string{static_cast<char>(reply[0] + 1)} + reply.substr(1)),
+              to_hex(sent(delivery_of("length"))));
     const std::string event = encoded("{'type':'event','msgID':1,'event':'simulated'}");
     EXPECT_EQ(event + reply, sent(delivery_of("event-first")));
     EXPECT_EQ(60u, delivery_of("event-first").pieces.at(1).pause_milliseconds);
