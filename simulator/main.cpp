@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
@@ -67,6 +69,8 @@ void print_line(std::uint64_t connection, char mark, const std::string& text) {
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
+    mallopt(M_MMAP_THRESHOLD, 4 << 20);  // keep the memory of one preset's commands for the next
+    mallopt(M_TRIM_THRESHOLD, 8 << 20);
     CLI::App app("A simulated colour service, to develop and test clients without the device.", "lutc-simulator");
     settings given;
     describe(app, given);
