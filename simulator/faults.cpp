@@ -15,7 +15,7 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-// Each shapes a delivery that is the whole reply in one piece, after MS.
+// What each kind changes in a delivery that is the whole reply in one piece, after MS.
 void send_whole(delivery&, std::mt19937_64&) {}
 
 void hold(delivery& sent, std::mt19937_64&) { sent = {{}, delivery::ending::hold, sent.pieces[0].pause_milliseconds}; }

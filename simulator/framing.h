@@ -12,8 +12,8 @@ class command_framing {
     // Commands of more than max_size bytes are refused.
     explicit command_framing(std::size_t max_size) : max_size_(max_size) {}
 
-    // Takes what has arrived. Whether the command is whole then. Throws a refusal as soon as the command can't become
-    // a good one, or std::bad_alloc; nothing of it is kept then.
+    // Takes the bytes that have arrived and returns whether the command is whole. Throws a refusal as soon as the
+    // command can't become a good one, or std::bad_alloc; nothing of it is kept then.
     bool add(const unsigned char* bytes, std::size_t count);
 
     bool is_empty() const { return bytes_.empty(); }
@@ -22,7 +22,7 @@ class command_framing {
     std::vector<unsigned char> take();
 
   private:
-    std::size_t command_size() const;  // as the command says, 0 as long as it hasn't; refused when it can't be
+    std::size_t command_size() const;  // what its first bytes say; 0 before they are there
 
     std::size_t max_size_;
     std::vector<unsigned char> bytes_;

@@ -26,9 +26,9 @@ constexpr std::size_t read_size = 64 * 1024;
 // What all connections share.
 struct shared_state {
     const server_options& options;
-    service& behind;
+    service& colour_service;
     std::uint64_t connections = 0;
-    std::array<unsigned char, read_size> scratch{};  // one thread, and no read keeps what another put there
+    std::array<unsigned char, read_size> scratch{};  // every connection reads into it
 };
 
 // One connection. It lives as long as something is under way on it.
@@ -52,7 +52,7 @@ class session : public std::enable_shared_from_this<session> {
     // Waits for readability rather than with a buffer of its own, so that silent connections cost next to nothing.
     void await_command() {
         limit(shared_.options.idle_timeout, [this] {
-            shared_.behind.log(number_, '-', "closed: no whole command in time");
+            shared_.colour_service.log(number_, '-', "closed: no whole command in time");
             close();
         });
         socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](std::error_code error) {
@@ -65,16 +65,16 @@ class session : public std::enable_shared_from_this<session> {
         const std::size_t count = socket_.read_some(asio::buffer(shared_.scratch), error);
         if (error == asio::error::would_block || error == asio::error::interrupted) return await_command();
         if (error) {
-            if (!framing_.is_empty()) shared_.behind.log(number_, '-', "closed by the client within a command");
+            if (!framing_.is_empty()) shared_.colour_service.log(number_, '-', "closed by the client within a command");
             return close();
         }
         try {
             if (!framing_.add(shared_.scratch.data(), count)) return await_command();
-            deliver(shared_.behind.answer(number_, framing_.take()));
+            deliver(shared_.colour_service.answer(number_, framing_.take()));
         } catch (const refusal& why) {
-            deliver(shared_.behind.refuse(number_, why));
+            deliver(shared_.colour_service.refuse(number_, why));
         } catch (const std::bad_alloc&) {
-            deliver(shared_.behind.refuse(number_, refusal(reason::internal, "out of memory")));
+            deliver(shared_.colour_service.refuse(number_, refusal(reason::internal, "out of memory")));
         }
     }
 
@@ -123,7 +123,7 @@ class session : public std::enable_shared_from_this<session> {
         }
     }
 
-    // Reads away whatever the client still sends, until it closes or the time that was set is over.
+    // Reads and drops whatever the client still sends, until it closes or the time that was set is over.
     void drain() {
         socket_.async_read_some(asio::buffer(shared_.scratch),
                                 [self = shared_from_this()](std::error_code error, std::size_t) {
@@ -191,9 +191,9 @@ class listener {
 
 }  // namespace
 
-void serve(const server_options& options, service& behind) {
+void serve(const server_options& options, service& colour_service) {
     asio::io_context context(1);
-    shared_state shared{options, behind};
+    shared_state shared{options, colour_service};
     const std::string place = options.address + ":" + std::to_string(options.port);
     std::optional<listener> connections;
     try {

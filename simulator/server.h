@@ -20,7 +20,7 @@ struct server_options {
 
 // Listens, prints where, and serves until SIGINT or SIGTERM arrives. Throws std::runtime_error when the address can't
 // be listened on.
-void serve(const server_options& options, service& behind);
+void serve(const server_options& options, service& colour_service);
 
 }  // namespace simulator
 

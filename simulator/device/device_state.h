@@ -1,10 +1,10 @@
-// What the device's state is: presets, live grades, routes, options.
+// The state of the device: presets, live grades, routes, options.
 //
 // Conventions
 //
 // 1. Indices (presets, channels, grade combinations, slots, positions) count from 1 and are those of something that
 //    exists; so are the types of endpoints. Whoever reads them from outside holds them against model.h and grade.h.
-// 2. What can't be done throws a problem, or std::bad_alloc, and has then changed nothing, on none of the channels.
+// 2. A function that fails throws a problem, or std::bad_alloc, and has then changed nothing, on none of the channels.
 #ifndef LUTC_SIMULATOR_DEVICE_DEVICE_STATE_H
 #define LUTC_SIMULATOR_DEVICE_DEVICE_STATE_H
 
@@ -49,7 +49,7 @@ class device_state {
     preset_library& presets() { return presets_; }
     const preset_library& presets() const { return presets_; }
 
-    // Stores as preset_library does, selects the preset on the channels, and moves it.
+    // Stores the preset as preset_library does, selects it on the channels, and moves it to its place.
     void store_preset(std::int32_t index, preset content, const channel_list& apply_to,
                       std::optional<std::int32_t> to_index);
 

@@ -29,7 +29,7 @@ struct test_pattern {
 
 // Copies share the data.
 struct grade_component {
-    std::string type;             // one that has slots
+    std::string type;             // "cdl", "saturation", "1dlut", "3dlut" or "tpg"
     std::int32_t type_index = 0;  // slot, from 1 to slots_of(type); 0: not given
     std::string data_format;      // every type but "tpg"
     std::shared_ptr<const std::vector<unsigned char>> data;

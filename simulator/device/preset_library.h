@@ -18,7 +18,7 @@ struct preset {
     std::vector<grade_component> components;
 };
 
-// What can't be done throws a problem, or std::bad_alloc, and has then changed nothing. Indices are those of presets.
+// A function that fails throws a problem, or std::bad_alloc, and has then changed nothing. An index is one that exists.
 class preset_library {
   public:
     preset_library();
@@ -27,12 +27,12 @@ class preset_library {
     const preset& at(std::int32_t index) const { return *presets_[position(index)]; }
     std::int32_t find(std::string_view name) const;  // 0: no preset has this name
 
-    // A preset wherever it moves to; the reference ends with the preset.
+    // Refers to a preset wherever it moves to, until it is removed.
     using reference = std::weak_ptr<const preset>;
     reference refer_to(std::int32_t index) const { return presets_[position(index)]; }
     std::int32_t find(const reference& wanted) const;  // 0: that preset is gone
 
-    // In place of the preset at index, or for index 0 at the end as a new one. Returns its index.
+    // Replaces the preset at index; index 0 adds one at the end. Returns its index.
     std::int32_t store(std::int32_t index, preset content);
     void rename(std::int32_t index, std::string name);
     void move(std::int32_t index, std::int32_t to_index) noexcept;

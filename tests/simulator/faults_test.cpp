@@ -19,9 +19,9 @@ delivery delivery_of(const std::string& kind) {
     return plan.send({reply.begin(), reply.end()}, plan.next("getOption"));
 }
 
-std::string sent(const delivery& what) {
+std::string sent(const delivery& planned) {
     std::string bytes;
-    for (const delivery::piece& piece : what.pieces) bytes.append(piece.bytes.begin(), piece.bytes.end());
+    for (const delivery::piece& piece : planned.pieces) bytes.append(piece.bytes.begin(), piece.bytes.end());
     return bytes;
 }
 
