@@ -18,9 +18,9 @@
 namespace {
 
 // A loopback socket on a port of its own; it listens if a backlog is given.
-class Port {
+class loopback_port {
   public:
-    explicit Port(int backlog) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit loopback_port(int backlog) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -30,7 +30,7 @@ class Port {
         text_ = std::to_string(ntohs(address.sin_port));
         if (backlog >= 0) listen(socket_, backlog);
     }
-    ~Port() { close(socket_); }
+    ~loopback_port() { close(socket_); }
 
     int listener() const { return socket_; }
     const std::string& text() const { return text_; }
@@ -40,13 +40,13 @@ class Port {
     std::string text_;
 };
 
-struct Connection {
+struct qv_connection {
     std::uint32_t status = 99, local_port = 99;
     int descriptor;
 
-    explicit Connection(const std::string& port, const char* host = "127.0.0.1")
+    explicit qv_connection(const std::string& port, const char* host = "127.0.0.1")
         : descriptor(qv_rpc_client_connect(host, port.c_str(), &status, &local_port)) {}
-    ~Connection() {
+    ~qv_connection() {
         qv_rpc_client_disconnect(descriptor, &status, &local_port);
         EXPECT_EQ(status, 0u);
         EXPECT_EQ(local_port, 0u);
@@ -62,8 +62,8 @@ struct Connection {
 };
 
 TEST(Qv, connects) {
-    const Port port(4);
-    const Connection connection(port.text());
+    const loopback_port port(4);
+    const qv_connection connection(port.text());
     ASSERT_EQ(connection.status, 0u);
     sockaddr_in peer{};
     socklen_t size = sizeof peer;
@@ -88,22 +88,22 @@ TEST(Qv, connects) {
 }
 
 TEST(Qv, failsAtOnceWhereNobodyListens) {
-    const Port port(-1);
-    const Connection connection(port.text());
+    const loopback_port port(-1);
+    const qv_connection connection(port.text());
     EXPECT_EQ(connection.status, static_cast<std::uint32_t>(ECONNREFUSED));
     EXPECT_EQ(connection.local_port, 0u);
     EXPECT_TRUE(connection.fails_at_once());
     for (const char* bad : {"", "x", "0", "65536", "80x", "-1"}) {
-        const Connection refused(bad);
+        const qv_connection refused(bad);
         EXPECT_NE(refused.status, 0u) << bad;
         EXPECT_TRUE(refused.fails_at_once()) << bad;
     }
 }
 
 TEST(Qv, aFullBacklogIsGivenUp) {
-    const Port port(0);
+    const loopback_port port(0);
     const auto begin = std::chrono::steady_clock::now();
-    std::list<Connection> connections;
+    std::list<qv_connection> connections;
     while (connections.size() < 4 && (connections.empty() || connections.back().status == 0)) {  // nobody accepts
         connections.emplace_back(port.text());
     }
