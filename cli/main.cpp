@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "terminal/command_tree.h"
 
 namespace {
 
@@ -53,6 +54,7 @@ int run(int argc, char** argv) {
     CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
     app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
     app.add_flag("--json", context.json, "Print results as JSON; accepted before and after the command");
+    lutc_terminal::add_command_tree_flag(app);
     app.footer(exit_codes);
     app.fallthrough();
     app.require_subcommand(1);

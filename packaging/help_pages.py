@@ -6,75 +6,41 @@
     help_pages.py completion TEMPLATE -o FILE --program "COMMAND ..." [--program ...]
 
 FRAME is a man page with markers on lines of their own: @OPTIONS@, @COMMANDS@ and @NOTES@ are filled from the
-program's --help and that of its subcommands, @CONVENTIONS@, @RECORDS@ and @FUNCTIONS@ from the header's comments.
+program's --command-tree, @CONVENTIONS@, @RECORDS@ and @FUNCTIONS@ from the header's comments.
 """
 import argparse
+import json
 import os
 import re
 import shlex
 import subprocess
 
-HELP_OPTIONS = ("-h,--help", "--help-all")
-
 
 class Command:
-    """One (sub)command as its --help describes it: a summary, the usage line, and titled lists of (term, text)."""
+    """A command of a program's --command-tree: its path of names, its options and arguments, its commands."""
 
-    def __init__(self, program, path):
-        self.path = path
-        words = shlex.split(program) + path[1:] + ["--help"]
-        done = subprocess.run(words, stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False)
-        if done.returncode != 0:
-            raise SystemExit(f"help_pages: {' '.join(words)} failed: {done.stderr.strip()}")
-        self.parse(done.stdout)
-        if not self.usage.startswith(" ".join(path)):
-            raise SystemExit(f"help_pages: the help of '{' '.join(path)}' is that of '{self.usage}'")
-        names = [term for title, items in self.lists if title != "Positionals" for term, _ in items
-                 if re.fullmatch(r"[a-z][a-z0-9-]*", term)] if "SUBCOMMAND" in self.usage else []
-        self.children = [Command(program, path + [name]) for name in names]
-
-    def parse(self, text):
-        self.summary, self.usage, self.lists, self.notes = "", "", [], []
-        items = None
-        for line in text.splitlines():
-            if line.startswith("Usage: "):
-                self.usage = line[len("Usage: "):]
-            elif not self.usage:
-                self.summary += line.strip() + " "
-            elif re.fullmatch(r"\S[^:]*:", line):
-                items = []
-                self.lists.append((line[:-1], items))
-            elif items is not None and re.match(r" {2}\S", line):
-                term, _, description = line.strip().partition("  ")
-                items.append([term, description.strip()])
-            elif items and re.match(r" {3,}\S", line):
-                items[-1][1] = (items[-1][1] + " " + line.strip()).strip()
-            elif line.strip():
-                items = None
-                self.notes.append(line.strip())
-        self.summary = self.summary.strip()
-
-    def options(self):
-        return [item for title, items in self.lists if title != "Positionals" for item in items
-                if item[0].startswith("-") and item[0] not in HELP_OPTIONS]
-
-    def positionals(self):
-        return [item for title, items in self.lists if title == "Positionals" for item in items]
-
-    def menus(self):
-        """The titles of the lists that name subcommands."""
-        names = [child.path[-1] for child in self.children]
-        return [title for title, items in self.lists if any(term in names for term, _ in items)]
-
-    def leaves(self):
-        if not self.children:
-            return [self]
-        return [leaf for child in self.children for leaf in child.leaves()]
+    def __init__(self, tree, above=()):
+        self.path = [*above, tree["name"]]
+        self.description, self.notes, self.arguments = tree["description"], tree["notes"], tree["arguments"]
+        self.options = [option for option in tree["options"] if "--help" not in option["names"]]
+        groups = list(dict.fromkeys(each["group"] for each in tree["commands"]))  # in the order of --help
+        self.commands = [Command(each, self.path) for each in
+                         sorted(tree["commands"], key=lambda each: groups.index(each["group"]))]
 
     def walk(self):
         yield self
-        for child in self.children:
-            yield from child.walk()
+        for each in self.commands:
+            yield from each.walk()
+
+    def usage(self):
+        names = [argument["names"][0] for argument in self.arguments]
+        names = [name if argument["required"] else f"[{name}]" for name, argument in zip(names, self.arguments)]
+        return " ".join(self.path + ["[OPTIONS]"] + names)
+
+
+def commands_of(program):
+    done = subprocess.run(shlex.split(program) + ["--command-tree"], stdout=subprocess.PIPE, check=True)
+    return Command(json.loads(done.stdout))
 
 
 # ---- Manual pages ---------------------------------------------------------------------------------------------------
@@ -86,35 +52,49 @@ def roff(text):
     return "\\&" + text if text.startswith(".") else text
 
 
-def tagged(items):
+def tagged(term, text):
+    return [".TP", f".B {roff(term)}", roff(text)]
+
+
+def option_entry(option):
+    """Its names and what its value is; its description, and in brackets what CLI11 knows besides."""
+    value = "|".join(option.get("choices", [option.get("value", "")])) + (" ..." if option.get("repeats") else "")
+    remarks = ["required"] if option["required"] and option["names"][0].startswith("-") else []
+    remarks += [f"{word} {', '.join(option[key])}" for key, word in (("needs", "only with"), ("excludes", "not with"))
+                if option[key]]
+    remarks += [option["check"].removeprefix("UINT in ").strip("[]").replace(" - ", " to ")] if option.get("check") else []
+    remarks += [f"default {option['default']}"] if option.get("default") else []
+    return tagged(f"{','.join(option['names'])} {value}".strip(),
+                  option["description"] + (f" ({'; '.join(remarks)})" if remarks else ""))
+
+
+def note_sections(notes):
+    """A footer: titled lists of "  term  text" whose longer texts go on further in, and other lines."""
     lines = []
-    for term, text in items:
-        needs = re.search(r" Needs: (.*?)(?= Excludes:|$)", term)
-        excludes = re.search(r" Excludes: (.*?)(?= Needs:|$)", term)
-        extra = (f" (only with {needs.group(1)})" if needs else "") + \
-            (f" (not with {excludes.group(1).replace(' ', ', ')})" if excludes else "")
-        extra += " (required)" if " REQUIRED" in term and term.startswith("-") else ""
-        term = re.sub(r" (Needs|Excludes): .*| REQUIRED|=\[\]", "", term)
-        lines += [".TP", f".B {roff(term)}", roff(text + extra)]
+    for line in filter(None, notes.splitlines()):
+        if line.startswith("   "):
+            lines[-1] += " " + roff(line.strip())
+        elif line.startswith("  "):
+            term, _, text = line.strip().partition("  ")
+            lines += tagged(term, text.strip())
+        elif line.endswith(":"):
+            lines.append(f'.SH "{roff(line[:-1].upper())}"')
+        else:
+            lines += [".PP", roff(line)]
     return lines
 
 
-def command_markers(command):
-    """@COMMANDS@ has what each command takes; @NOTES@ the closing lists (exit codes ...), which all have in common."""
-    notes = []
-    for title, items in command.lists:
-        if title != "Positionals" and items and not items[0][0].startswith("-") and title not in command.menus():
-            notes += [f'.SH "{roff(title.upper())}"'] + tagged(items)
-    for note in command.notes:
-        notes += [".PP", roff(note)]
+def command_markers(program):
+    """@COMMANDS@ has what each command takes; @NOTES@ the footer that all have in common."""
     commands = []
-    for leaf in command.leaves() if command.children else []:
-        commands += [f'.SS "{roff(leaf.usage)}"', roff(leaf.summary) + "."]
-        commands += tagged(leaf.positionals() + leaf.options())
-        commands += [line for note in leaf.notes if note not in command.notes for line in (".PP", roff(note))]
-    options = tagged([["-h,--help", "Print the help of the program or of one of its commands, and exit"]
-                      if command.children else ["-h,--help", "Print help and exit"]] + command.options())
-    return {"@OPTIONS@": options, "@COMMANDS@": commands, "@NOTES@": notes}
+    for command in program.walk():
+        if command is not program and not command.commands:
+            commands += [f'.SS "{roff(command.usage())}"', roff(command.description) + "."]
+            commands += [line for option in command.arguments + command.options for line in option_entry(option)]
+            commands += [] if command.notes == program.notes else [".PP"] + list(map(roff, command.notes.splitlines()))
+    options = tagged("-h,--help", "Print help and exit" + ("; after a command, its help" if program.commands else ""))
+    options += [line for option in program.options for line in option_entry(option)]
+    return {"@OPTIONS@": options, "@COMMANDS@": commands, "@NOTES@": note_sections(program.notes)}
 
 
 def comment_text(comment):
@@ -198,8 +178,7 @@ def header_markers(path):
 def make_man(options):
     markers = {}
     if options.program:
-        words = shlex.split(options.program[0])
-        markers.update(command_markers(Command(options.program[0], [options.name or os.path.basename(words[-1])])))
+        markers.update(command_markers(commands_of(options.program[0])))
     if options.header:
         markers.update(header_markers(options.header))
     page = []
@@ -226,45 +205,31 @@ def make_links(options):
 # ---- Completions ----------------------------------------------------------------------------------------------------
 
 
-def spellings(term):
-    """("-n,--name TEXT:{a,b} REQUIRED") -> (["-n", "--name"], the values' description or "")."""
-    names, _, value = re.sub(r" (Needs|Excludes): .*", "", term).partition(" ")
-    return names.split(","), value
-
-
 def completion_tables(programs):
     """For each command's path: its words, and for each option what its value is."""
     tables = {}
-    for program in programs:
-        root = Command(program, [os.path.basename(shlex.split(program)[-1])])
-        inherited = [term for term, _ in root.options()]
+    for root in map(commands_of, programs):
         for command in root.walk():
-            options, values = [], {}
-            terms = [term for term, _ in command.options()] + (inherited if command is not root else [])
-            for term in terms + ["-h,--help"]:
-                names, value = spellings(term)
-                options += [name for name in names if name.startswith("--") and name not in options]
-                if value:
-                    values.update({name: value_kind(command, names[-1], value) for name in names})
-            operands = [value_kind(command, *term.partition(" ")[::2]) for term, _ in command.positionals()]
-            tables[" ".join(command.path)] = {"words": [child.path[-1] for child in command.children],
-                                              "options": options, "values": values, "operands": operands}
+            options = command.options + (root.options if command is not root else [])
+            tables[" ".join(command.path)] = {
+                "words": [each.path[-1] for each in command.commands],
+                "options": [option["names"][-1] for option in options] + ["--help"],
+                "values": {name: value_kind(command, option) for option in options if "value" in option
+                           for name in option["names"]},
+                "operands": [value_kind(command, argument) for argument in command.arguments]}
     return tables
 
 
-def value_kind(command, name, value):
+def value_kind(command, option):
     """What completes a value: "presets", "files", "folders", "=a b c" for fixed words, or "" for nothing."""
-    choices = re.search(r"\{([^}]*)\}", value)
-    if choices:
-        return "=" + " ".join(re.sub(r"->.*", "", choice) for choice in choices.group(1).split(","))
-    bare = name.lstrip("-").lower()
-    if bare in ("dir", "media", "folder") or ":DIR" in value:
+    name = option["names"][-1].lstrip("-")
+    if "choices" in option:
+        return "=" + " ".join(option["choices"])
+    if name in ("media", "folder") or option.get("check") == "DIR":
         return "folders"
-    if bare in ("file", "output", "out", "o") or ":FILE" in value or value.split(" ")[0] in ("FILE", "PATH"):
+    if name in ("file", "output") or option.get("check") == "FILE":
         return "files"
-    if is_preset_name(command, bare):
-        return "presets"
-    return ""
+    return "presets" if is_preset_name(command, name) else ""
 
 
 def is_preset_name(command, name):
@@ -308,8 +273,7 @@ def main():
     parser.add_argument("kind", choices=["man", "links", "completion"])
     parser.add_argument("frame", nargs="?", help="the frame or template to fill")
     parser.add_argument("-o", "--output")
-    parser.add_argument("--program", action="append", help="a program to ask for its --help (repeatable)")
-    parser.add_argument("--name", help="the program's name on its page")
+    parser.add_argument("--program", action="append", help="a program to ask for its commands (repeatable)")
     parser.add_argument("--header", help="the public header")
     parser.add_argument("--version", default="")
     parser.add_argument("--date", default="", help="the date in the page's footer")

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "simulator/server.h"
+#include "terminal/command_tree.h"
 
 namespace {
 
@@ -39,6 +40,7 @@ struct settings {
 
 void describe(CLI::App& app, settings& to) {
     app.set_version_flag("--version", "lutc-simulator " LUTC_VERSION);
+    lutc_terminal::add_command_tree_flag(app);
     app.footer(faults_footer + simulator::fault_help() + codes_footer);
     app.option_defaults()->always_capture_default();
     app.add_option("--address", to.server.address, "Address to listen on")->check(CLI::ValidIPV4);
