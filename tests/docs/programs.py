@@ -5,8 +5,9 @@ import subprocess
 import sys
 import tempfile
 
-SOURCE = os.environ["LUTC_SOURCE_DIR"]
-sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
+from reader import SOURCE
+
+sys.path.insert(0, str(SOURCE / "tests" / "support"))
 from service import Simulator  # noqa: E402
 
 TOOL = os.environ.get("LUTC_TOOL")  # not built everywhere

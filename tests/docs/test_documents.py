@@ -3,7 +3,6 @@
 A shell block behind a comment <!-- not run: why --> is passed over. The blocks of one document share a folder and run
 in their order; the files that they mention and don't make are those of prepare().
 """
-import glob
 import json
 import os
 import re
@@ -12,6 +11,7 @@ import tempfile
 import unittest
 
 import programs
+from reader import SOURCE, blocks, documents, functions, quoted, tables
 
 INCLUDES = [f"-I{folder}" for folder in os.environ["LUTC_INCLUDES"].split(":")]
 SANITIZE = [f"-fsanitize={os.environ['LUTC_SANITIZE']}"] if os.environ.get("LUTC_SANITIZE") else []
@@ -22,29 +22,7 @@ HEADERS = {
     "cpp": "#include <lutc/lutc.h>\n#include <lutc/bsonDocument.h>\n#include <cstdio>\n#include <cstdlib>\n#include <string>\n",
     "c": "#include <lutc/lutc.h>\n#include <stdio.h>\n#include <stdlib.h>\n#include <string.h>\n",
 }
-NOT_CODE = {"text", "hex", "console", "cmake"}  # cmake: the packages' tests build with these lines
-
-
-def documents():
-    names = glob.glob(os.path.join(programs.SOURCE, "*.md")) + glob.glob(os.path.join(programs.SOURCE, "docs", "*.md"))
-    return sorted(names)
-
-
-def blocks(document):
-    """The code blocks as (line number, language, remark in the comment in front, text)."""
-    with open(document) as file:
-        lines = file.read().split("\n")
-    found, start, remark = [], None, ""
-    for number, line in enumerate(lines, 1):
-        fence = re.match(r"( *)```(.*)", line)
-        if fence and start is None:
-            start, indent, language = number, len(fence[1]), fence[2]
-        elif fence:
-            found.append((start, language, remark, "\n".join(text[indent:] for text in lines[start:number - 1]) + "\n"))
-            start = None
-        if start is None and line.strip():
-            remark = line.strip() if line.strip().startswith("<!--") else ""
-    return found
+NOT_CODE = {"text", "hex", "console", "mermaid", "cmake"}  # cmake: the packages' tests build with these lines
 
 
 def prepare(folder):
@@ -53,7 +31,7 @@ def prepare(folder):
         with open(os.path.join(folder, name), "w") as file:
             file.write(content)
 
-    lut = os.path.join(programs.SOURCE, "scripts", "make_print_lut")
+    lut = SOURCE / "scripts" / "make_print_lut"
     for name, form in (("look.cube", "cube"), ("look.bin", "uint16")):
         subprocess.run([lut, "--size", "17", "--format", form, "-o", os.path.join(folder, name)], check=True)
     make("shot.cc", '<ColorCorrection id="shot"><SOPNode><Slope>1.1 1 0.9</Slope><Offset>0 0 0</Offset>'
@@ -84,8 +62,8 @@ class Documents(unittest.TestCase):
 
     def test_code_compiles_and_data_parses(self):
         for document in documents():
-            for line, language, _, text in blocks(document):
-                with self.subTest(document=os.path.relpath(document, programs.SOURCE), line=line):
+            for line, language, _, text in blocks(document.read_text()):
+                with self.subTest(document=document.name, line=line):
                     language = language.split(" ")[0]
                     if language in COMPILERS:
                         self.check_code(language, text)
@@ -97,18 +75,18 @@ class Documents(unittest.TestCase):
     def test_commands_run(self):
         environment = dict(os.environ, PATH=os.pathsep.join([os.path.dirname(programs.TOOL), os.environ["PATH"]]))
         for document in documents():
-            script = "".join(f"echo '--- line {line}' >&2\n{text}" for line, language, remark, text in blocks(document)
+            script = "".join(f"echo '--- line {line}' >&2\n{text}" for line, language, remark, text in blocks(document.read_text())
                              if language == "sh" and not remark.startswith("<!-- not run:"))
             if not script:
                 continue
-            with self.subTest(document=os.path.relpath(document, programs.SOURCE)), \
+            with self.subTest(document=document.name), \
                     programs.simulator(), tempfile.TemporaryDirectory() as folder:
                 prepare(folder)
                 result = programs.run("bash", "-euo", "pipefail", "-c", script, cwd=folder, env=environment)
                 self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
 
     def test_readme_example(self):
-        readme = blocks(os.path.join(programs.SOURCE, "README.md"))
+        readme = blocks(SOURCE.joinpath("README.md").read_text())
         text = next(text for _, language, _, text in readme if language == "cpp example")
         expected = next(text for _, language, _, text in readme if language == "text")
         with programs.simulator(), tempfile.TemporaryDirectory() as folder:
@@ -122,12 +100,21 @@ class Documents(unittest.TestCase):
             self.assertEqual(result.returncode, 0, result.stderr)
             self.assertEqual(programs.run(program).stdout, expected)
 
+    def test_functions_and_the_tools_commands(self):
+        rows = tables(SOURCE.joinpath("docs", "functions.md").read_text())[0][1]
+        self.assertEqual({quoted(function)[0]: command.strip('"') for function, command, _ in rows}, functions())
+        tree = json.loads(programs.run(programs.TOOL, "--command-tree").stdout)
+        for path in [path for _, _, tool in rows for path in quoted(tool)]:
+            with self.subTest(command=path):
+                command = tree
+                for word in path.split()[1:]:
+                    command = {each["name"]: each for each in command["commands"]}[word]
+                self.assertEqual(command["commands"], [])
+
     def test_links_lead_somewhere(self):
         for document in documents():
-            with open(document) as file:
-                links = re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", file.read())
-            missing = [link for link in links if not os.path.exists(os.path.join(os.path.dirname(document), link))]
-            self.assertEqual(missing, [], os.path.relpath(document, programs.SOURCE))
+            links = re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", document.read_text())
+            self.assertEqual([link for link in links if not document.parent.joinpath(link).exists()], [], document.name)
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@ import unittest
 
 import bson
 import programs
+import reader
 from service import listener
 
 TYPES = {"double": 0x01, "string": 0x02, "array": 0x04, "binary": 0x05, "boolean": 0x08, "int32": 0x10}
@@ -29,16 +30,10 @@ class Command:
         self.name = section.split("\n", 1)[0]
         self.function = re.search(r"`(lutc_\w+)`", section).group(1)
         self.sent, self.read = [], []  # of (names, types, third column)
-        rows = None
-        for line in section.splitlines():
-            cells = [cell.strip() for cell in line.strip("|").split("|")]
-            if line.startswith("| Field"):
-                rows = self.sent
-            elif line.startswith("| Reply field"):
-                rows = self.read
-            elif line.startswith("| `"):
-                types = [TYPES[word.split()[0].rstrip(",")] for word in cells[1].split(" or ")]
-                rows.append((re.findall(r"`(\w+)`", cells[0]), types, cells[2]))
+        for head, rows in reader.tables(section):
+            for names, types, when in rows:
+                (self.sent if head[0] == "Field" else self.read).append(
+                    (reader.quoted(names), [TYPES[word.split()[0].rstrip(",")] for word in types.split(" or ")], when))
 
     def reply(self):
         return {"type": "response", "code": 0, **{names[0]: SAMPLES[names[0]] for names, _, _ in self.read}}
@@ -80,13 +75,12 @@ def command_name(message):
 class Protocol(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        with open(os.path.join(programs.SOURCE, "docs", "protocol.md")) as file:
-            cls.text = file.read()
+        cls.text = reader.text("docs", "protocol.md")
         listed = cls.text.split("\n## Commands\n")[1].split("\n## ")[0]
         cls.commands = {command.name: command for command in map(Command, listed.split("\n### ")[1:])}
 
     def bytes_of(self, name):
-        block = re.search(rf"```hex {name}\n(.*?)```", self.text, re.S).group(1)
+        block = next(text for _, language, _, text in reader.blocks(self.text) if language == f"hex {name}")
         return bytes.fromhex("".join(line[6:54] for line in block.splitlines()))
 
     def test_worked_example(self):
@@ -96,11 +90,7 @@ class Protocol(unittest.TestCase):
         self.assertEqual(result.stdout, "evening 3\n")
 
     def test_every_function_has_its_command(self):
-        with open(os.path.join(programs.SOURCE, "interface", "include", "lutc", "lutc.h")) as file:
-            header = file.read()
-        declared = re.findall(r'Sends\s+\*?\s*"(\w+)".*?LUTC_EXPORT int (lutc_\w+)', header, re.S)
-        self.assertEqual({command: function for command, function in declared},
-                         {command.name: command.function for command in self.commands.values()})
+        self.assertEqual({command.function: command.name for command in self.commands.values()}, reader.functions())
 
     def test_fields_are_those_sent_and_replies_suffice(self):
         with service(lambda message: bson.encode(self.commands[command_name(message)].reply())) as received:
