@@ -59,7 +59,10 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
+# What dpkg-shlibdeps reads of liblutc; of the stand-in, which has no such list, it reads the generated shlibs.
+configure_file(debian/${runtime_package}.symbols debian/symbols COPYONLY)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers
+                                               ${CMAKE_CURRENT_BINARY_DIR}/debian/symbols)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "client library for a video colour-processing device
 Programs on a video colour-processing device load this library to control its
