@@ -236,8 +236,8 @@ class Host(unittest.TestCase):
             "lo = struct.pack('16sH14s', b'lo', 1, b'')\n"
             "fcntl.ioctl(socket.socket(), 0x8914, lo)\n"  # up
             "open('/proc/sys/net/ipv4/ip_local_port_range', 'w').write('54440 54441')\n"
-            "itself = socket.socket(); itself.bind(t.ADDRESS); itself.connect(t.ADDRESS); itself.close()\n"
-            "os._exit(0 if all(t.get_option() is None for _ in range(500)) else 1)")
+            "calls = [t.timed(t.get_option) for _ in range(10)]\n"
+            "os._exit(0 if all(result is None and seconds < t.AT_ONCE for result, seconds in calls) else 1)")
         if subprocess.run(["unshare", "-rn", "true"], capture_output=True).returncode:
             self.skipTest("no network namespaces here")
         self.assertEqual(elsewhere(program, ["unshare", "-rn"]), 0)
@@ -253,11 +253,7 @@ class Threads(unittest.TestCase):
 
     def test_calls_of_all_kinds(self):
         with Simulator():
-            self.threads(64 if FULL else 16, 9 if FULL else 2)
-
-    def test_all_at_once(self):
-        with Simulator():
-            self.threads("--same", 1000 if FULL else 200)
+            self.threads(64 if FULL else 16, 25 if FULL else 5)
 
     def test_cancellation_waits_for_the_end_of_a_call(self):
         with Simulator("--fault", "getOption=delay,300"):
@@ -265,20 +261,6 @@ class Threads(unittest.TestCase):
 
 
 class SimulatorAbuse(unittest.TestCase):
-    def test_bad_and_half_commands(self):
-        with Simulator("--idle-timeout", "1") as simulator:
-            for raw in [b"\0\0\0\0", b"\4\0\0\0", b"\xff\xff\xff\xff", b"\xff\xff\xff\x7f" + bytes(1000), b"\5\0\0\0\1",
-                        bson.encode({}), command("noSuchCommand"), command("getOption"), GET_SERIAL[:-1] + b"\1",
-                        command("sendLive", gradeCombo=[{"type": "tpg"}]),
-                        b"GET / HTTP/1.1\r\n\r\n" + bytes(2**20)]:
-                with self.subTest(raw[:40]):
-                    self.assertTrue(refused(exchange(raw)))
-            for length in range(0, len(GET_SERIAL), 7):  # the rest never comes
-                with socket.create_connection(ADDRESS, AT_ONCE) as half:
-                    half.sendall(GET_SERIAL[:length])
-            self.assertIn(b"SIM-0001", exchange(GET_SERIAL))
-            self.assertTrue(SANITIZED or simulator.memory() < 2**28)
-
     def test_silent_clients_are_closed(self):
         with Simulator("--idle-timeout", "1"):
             clients = [socket.create_connection(ADDRESS, AT_ONCE) for _ in range(500 if FULL else 100)]
