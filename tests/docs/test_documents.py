@@ -111,6 +111,15 @@ class Documents(unittest.TestCase):
                     command = {each["name"]: each for each in command["commands"]}[word]
                 self.assertEqual(command["commands"], [])
 
+    def test_the_simulators_options_and_faults(self):
+        tree = json.loads(programs.run(programs.SIMULATOR, "--command-tree").stdout)
+        listed = {head[0]: rows for head, rows in tables(SOURCE.joinpath("docs", "simulator.md").read_text())}
+        options = {option["names"][-1] for option in tree["options"]} - {"--help", "--version", "--command-tree"}
+        self.assertEqual(options, {quoted(row[0])[0].split()[0] for row in listed["Option"]})
+        faults = re.findall(r"^  ([a-z-]+) .* \[(\d+)\]$", tree["notes"], re.M)
+        self.assertGreater(len(faults), 10)
+        self.assertEqual(faults, [(quoted(row[0])[0], row[2].split()[-1]) for row in listed["KIND"]])
+
     def test_links_lead_somewhere(self):
         for document in documents():
             links = re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", document.read_text())

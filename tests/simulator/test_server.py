@@ -1,6 +1,5 @@
 """lutc-simulator as a process of its own, on a free port: its sockets, log, faults and ends."""
 import os
-import re
 import socket
 import struct
 import subprocess
@@ -100,16 +99,6 @@ class Server(unittest.TestCase):
         self.assertEqual(run("--port", str(self.port)), (1, taken))
         self.assertEqual(run("--fault", "getOption=fire"), (2, 'lutc-simulator: --fault: there is no fault "fire"\n'))
         self.assertEqual(run("--porl", "1")[0], 2)
-
-    def test_its_document_says_what_its_help_says(self):
-        shown = subprocess.run([SIMULATOR, "--help"], capture_output=True, text=True, check=True).stdout
-        with open(os.path.join(os.environ["LUTC_SOURCE_DIR"], "docs", "simulator.md")) as file:
-            document = file.read()
-        options = set(re.findall(r"^  (?:-\w,)?(--[a-z-]+)", shown, re.M)) - {"--help", "--version"}
-        self.assertEqual(options, set(re.findall(r"^\| `(--[a-z-]+)", document, re.M)))
-        faults = re.findall(r"^  ([a-z-]+) .* \[(\d+)\]$", shown, re.M)
-        self.assertEqual(len(faults), 11)
-        self.assertEqual(faults, re.findall(r"^\| `([a-z-]+)` \| .* (\d+) \|$", document, re.M))
 
 
 if __name__ == "__main__":
