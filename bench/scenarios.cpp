@@ -14,7 +14,7 @@
 #include <lutc/bsonDocument.h>
 #include <lutc/lutc.h>
 #include <lutc/qv_rpc_client.h>
-#include "interface/request_channel.h"
+#include "interface/exchange.h"
 
 namespace lutc_bench {
 namespace {
@@ -138,18 +138,18 @@ std::vector<scenario> record_scenarios(service& service) {
         all.push_back(record(service, name, std::move(call), reply_size, capacity));
     };
     add(
-        "lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }, small, lutc::small_reply);
-    add("lutc_preset_list", list_presets, preset_list().size(), lutc::preset_list_reply);
-    add("lutc_recv_preset", receive_preset, preset().size(), lutc::preset_reply);
+        "lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }, small, lutc_calls::small_reply);
+    add("lutc_preset_list", list_presets, preset_list().size(), lutc_calls::preset_list_reply);
+    add("lutc_recv_preset", receive_preset, preset().size(), lutc_calls::preset_reply);
     add(
-        "lutc_send_preset", [held] { return held->send(); }, small, lutc::small_reply);
+        "lutc_send_preset", [held] { return held->send(); }, small, lutc_calls::small_reply);
     add(
         "lutc_send_lut",
         [large_table] {
             return lutc_send_lut(1, 1, false, "3dlut", "float", large_table->data(),
                                  static_cast<int>(large_table->size())) == 0;
         },
-        small, lutc::small_reply);
+        small, lutc_calls::small_reply);
     service.start();
     return all;
 }

@@ -126,17 +126,6 @@ encoded_document encode(const bsonDocument& document, bool embedded_messages) {
 
 }  // namespace
 
-bool is_decoded_whole(const bsonDocument& document) {
-    std::uint64_t size = empty_document_size;
-    for (const bsonElement* const element : document.elementList) {
-        size += 1 + element->key.size() + 1;
-        size += is_document_type(bson_type{element->valueType})
-                    ? element->documentValue->messageSize
-                    : std::uint64_t{body_head_size(bson_type{element->valueType})} + body_value_size(*element);
-    }
-    return size == document.messageSize;
-}
-
 encoded_document encode(const bsonDocument& document) { return encode(document, false); }
 
 }  // namespace lutc_bson

@@ -18,10 +18,6 @@ struct encoded_document {
 // depth. Throws as bsonDocument::convertElementListToMessage does.
 encoded_document encode(const bsonDocument& document);
 
-// Whether every element of the document's message is in its list, as decoding left it: decoding stops at an unknown
-// type byte, and what follows is missing. Looks at the document itself alone, not into embedded ones.
-bool is_decoded_whole(const bsonDocument& document);
-
 }  // namespace lutc_bson
 
 #endif

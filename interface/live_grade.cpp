@@ -1,8 +1,7 @@
 #include <lutc/lutc.h>
-#include "interface/grade_records.h"
-#include "interface/request_channel.h"
+#include "interface/call.h"
 
-using namespace lutc;
+using namespace lutc_calls;
 
 int lutc_send_combination(int channelIndex, bool resetAndApply, int gradeComboIndex) noexcept {
     return call("sendGradeCombo", [&](bsonDocument& command) {
@@ -14,7 +13,7 @@ int lutc_send_combination(int channelIndex, bool resetAndApply, int gradeComboIn
 
 int lutc_send_lut(int channelIndex, int lutIndex, bool resetAndApply, const char* type, const char* dataFormat,
                   unsigned char* data, int dataSize) noexcept {
-    if (type == nullptr || dataFormat == nullptr || !is_sendable(data, dataSize)) return -1;
+    if (type == nullptr || dataFormat == nullptr || !is_sendable(data, dataSize)) return refuse();
     return call("sendLut", [&](bsonDocument& command) {
         add_index(command, "channelIndex", channelIndex);
         add_element(command, "resetAndApply", resetAndApply);
@@ -26,7 +25,7 @@ int lutc_send_lut(int channelIndex, int lutIndex, bool resetAndApply, const char
 }
 
 int lutc_send_cdl(int channelIndex, int cdlIndex, bool resetAndApply, const cdl* cdlValues) noexcept {
-    if (cdlValues == nullptr) return -1;
+    if (cdlValues == nullptr) return refuse();
     return call("sendCDL", [&](bsonDocument& command) {
         add_index(command, "channelIndex", channelIndex);
         add_element(command, "resetAndApply", resetAndApply);
@@ -46,7 +45,7 @@ int lutc_send_saturation(int channelIndex, int saturationIndex, bool resetAndApp
 
 int lutc_send_live(int channelIndex, int gradeComboIndex, bool resetAndApply, const gradeComponent* components,
                    int componentCount) noexcept {
-    if (!are_sendable(components, componentCount, grade_use::live)) return -1;
+    if (!are_sendable(components, componentCount, grade_use::live)) return refuse();
     return call("sendLive", [&](bsonDocument& command) {
         add_index(command, "channelIndex", channelIndex);
         add_index(command, "gradeComboIndex", gradeComboIndex);

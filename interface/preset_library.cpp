@@ -1,26 +1,25 @@
 #include <lutc/lutc.h>
-#include "bson/wire_format.h"
+#include "interface/call.h"
 #include "interface/preset_selector.h"
 #include "interface/record_list.h"
-#include "interface/request_channel.h"
 
-using namespace lutc;
+using namespace lutc_calls;
 
 namespace {
 
-bool read_entry(const bsonElement& element, presetEntry& entry) {
-    const bsonDocument* const preset = get_document(&element, bson_type::document);
+bool read_entry(const element_view& element, presetEntry& entry) {
+    const std::optional<document_view> preset = get_document(element);
     std::string_view name;
-    if (preset == nullptr || !read_text(*preset, "presetName", name)) return false;
+    if (!preset || !read_text(preset->find("presetName"), name)) return false;
     copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, name);
-    return read_int32(*preset, "gradeComboIndex", entry.gradeComboIndex) &&
-           read_combo(find_element(*preset, "gradeCombo"), entry.gradeCombo);
+    return read_int32(preset->find("gradeComboIndex"), entry.gradeComboIndex) &&
+           read_combo(preset->find("gradeCombo"), entry.gradeCombo);
 }
 
 // A call that changes one preset of the list; append_rest adds what follows the selector.
 template <class AppendRest>
 int edit_preset(const char* command, const preset_selector& preset, AppendRest append_rest) {
-    if (!preset.is_sendable()) return -1;
+    if (!preset.is_sendable()) return refuse();
     return call(command, [&](bsonDocument& document) {
         preset.append_to(document);
         append_rest(document);
@@ -30,11 +29,11 @@ int edit_preset(const char* command, const preset_selector& preset, AppendRest a
 // A call that reads which preset is chosen.
 template <class Append>
 int read_choice(const char* command, Append append, char* presetName, int* presetIndex) {
-    if (presetName == nullptr || presetIndex == nullptr) return -1;
-    return call(command, small_reply, append, [&](const bsonDocument& reply) {
+    if (presetName == nullptr || presetIndex == nullptr) return refuse();
+    return call(command, small_reply, append, [&](const document_view& reply) {
         std::string_view name;
         int index;
-        if (!read_text(reply, "presetName", name) || !read_int32(reply, "presetIndex", index)) return false;
+        if (!read_text(reply.find("presetName"), name) || !read_int32(reply.find("presetIndex"), index)) return false;
         copy_text(presetName, LUTC_PRESET_NAME_SIZE, name);
         *presetIndex = index;
         return true;
@@ -50,19 +49,16 @@ int lutc_save_presets_to_media() noexcept { return call("savePresetsToMedia", no
 int lutc_delete_all_presets() noexcept { return call("deleteAllPresets", nothing_to_append); }
 
 int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) noexcept {
-    if (presets == nullptr || presetCount == nullptr || maxPresetsListSize == nullptr) return -1;
-    return call("getPresetsList", preset_list_reply, nothing_to_append, [&](const bsonDocument& reply) {
+    if (presets == nullptr || presetCount == nullptr || maxPresetsListSize == nullptr) return refuse();
+    return call("getPresetsList", preset_list_reply, nothing_to_append, [&](const document_view& reply) {
         int maximum;
-        if (!read_int32(reply, "maxPresetsListSize", maximum)) return false;
-        const bsonDocument* const list = get_document(find_element(reply, "presetsList"), bson_type::array);
-        if (list == nullptr) return false;
-        record_list<presetEntry> entries(list->elementList.size());
-        for (std::size_t i = 0; i < list->elementList.size(); ++i) {
-            if (!read_entry(*list->elementList[i], entries[i])) return false;
+        record_list<presetEntry> entries;
+        if (!read_int32(reply.find("maxPresetsListSize"), maximum) ||
+            !entries.read(reply.find("presetsList"), read_entry)) {
+            return false;
         }
         *maxPresetsListSize = maximum;
-        *presetCount = entries.count();
-        *presets = entries.release();
+        entries.hand_over(presets, presetCount);
         return true;
     });
 }
@@ -72,7 +68,7 @@ int lutc_delete_preset(const char* presetName, int presetIndex) noexcept {
 }
 
 int lutc_rename_preset(const char* presetName, int presetIndex, const char* newName) noexcept {
-    if (newName == nullptr) return -1;
+    if (newName == nullptr) return refuse();
     return edit_preset("renamePreset", {presetName, presetIndex},
                        [&](bsonDocument& command) { add_element(command, "newName", newName); });
 }
@@ -90,7 +86,7 @@ int lutc_get_preset(int channelIndex, char* presetName, int* presetIndex) noexce
 
 int lutc_set_preset(int channelIndex, const char* presetName, int presetIndex) noexcept {
     const preset_selector preset(presetName, presetIndex);
-    if (!preset.is_sendable()) return -1;
+    if (!preset.is_sendable()) return refuse();
     return call("setSelectedPreset", [&](bsonDocument& command) {
         add_index(command, "channelIndex", channelIndex);
         preset.append_to(command);

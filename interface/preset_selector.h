@@ -5,13 +5,13 @@
 #include <cstring>
 
 #include <lutc/lutc.h>
-#include "interface/request_channel.h"
+#include "interface/command.h"
 
-namespace lutc {
+namespace lutc_calls {
 
 class preset_selector {
   public:
-    // name may be null. lowestIndex: the lowest index that is sent.
+    // name may be null. lowest_index: the lowest index that is sent.
     preset_selector(const char* name, int index, int lowest_index = 1)
         : name_(name), index_(index), lowest_index_(lowest_index) {}
 
@@ -34,6 +34,6 @@ class preset_selector {
     int lowest_index_;
 };
 
-}  // namespace lutc
+}  // namespace lutc_calls
 
 #endif

@@ -6,10 +6,9 @@
 #include <new>
 
 #include <lutc/lutc.h>
-#include "bson/wire_format.h"
-#include "interface/request_channel.h"
+#include "interface/reply.h"
 
-namespace lutc {
+namespace lutc_calls {
 
 inline void free_strings(const gradeCombo& combo) {
     for (char* const slot : combo.slots) std::free(slot);
@@ -21,44 +20,55 @@ inline void free_strings(const gradeChannel&) {}
 template <class Record>
 class record_list {
   public:
-    explicit record_list(std::size_t count)
-        : records_(static_cast<Record*>(std::calloc(count, sizeof(Record)))), count_(count) {
-        if (records_ == nullptr && count != 0) throw std::bad_alloc();
-    }
+    record_list() = default;
     ~record_list() {
-        if (records_ == nullptr) return;
         for (std::size_t i = 0; i < count_; ++i) free_strings(records_[i]);
         std::free(records_);
     }
     record_list(const record_list&) = delete;
     record_list& operator=(const record_list&) = delete;
 
-    Record& operator[](std::size_t i) { return records_[i]; }
-    int count() const { return static_cast<int>(count_); }
+    // Fills an empty list with one record for each element. False when it holds no document, or a record can't be read.
+    template <class ReadRecord>
+    bool read(const element_view& element, ReadRecord read_record) {
+        std::optional<document_view> list = get_document(element);
+        if (!list) return false;
+        const std::size_t count = *list->count();
+        records_ = static_cast<Record*>(std::calloc(count, sizeof(Record)));
+        if (records_ == nullptr && count != 0) throw std::bad_alloc();
+        count_ = count;
+        element_view each;
+        for (std::size_t i = 0; list->take(each); ++i) {
+            if (!read_record(each, records_[i])) return false;
+        }
+        return true;
+    }
 
-    Record* release() {
-        Record* const records = records_;
+    void hand_over(Record** records, int* count) {
+        *count = static_cast<int>(count_);
+        *records = records_;
         records_ = nullptr;
-        return records;
+        count_ = 0;
     }
 
   private:
-    Record* records_;
-    std::size_t count_;
+    Record* records_ = nullptr;
+    std::size_t count_ = 0;
 };
 
 // Reads the strings of a combination into the record's slots. False when there is none or it holds anything else.
-inline bool read_combo(const bsonElement* element, gradeCombo& combo) {
-    const bsonDocument* const strings = get_document(element, bson_type::array);
-    if (strings == nullptr) return false;
+inline bool read_combo(const element_view& element, gradeCombo& combo) {
+    std::optional<document_view> strings = get_document(element);
+    if (!strings) return false;
+    std::string_view text;
     std::size_t slot = 0;
-    for (const bsonElement* const text : strings->elementList) {
-        if (text->valueType != bson_type::string) return false;
-        if (slot < LUTC_GRADE_COMBO_SLOTS) combo.slots[slot++] = new_text(text_of(*text));
+    for (element_view each; strings->take(each);) {
+        if (!read_text(each, text)) return false;
+        if (slot < LUTC_GRADE_COMBO_SLOTS) combo.slots[slot++] = new_text(text);
     }
     return true;
 }
 
-}  // namespace lutc
+}  // namespace lutc_calls
 
 #endif

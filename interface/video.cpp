@@ -1,8 +1,7 @@
 #include <lutc/lutc.h>
-#include "bson/wire_format.h"
-#include "interface/request_channel.h"
+#include "interface/call.h"
 
-using namespace lutc;
+using namespace lutc_calls;
 
 namespace {
 
@@ -18,8 +17,8 @@ struct connection_end {
     int index = 0;
     std::string_view type_name;
 
-    bool read(const bsonDocument& connection, const char* index_key, const char* type_key) {
-        return read_int32(connection, index_key, index) && read_text(connection, type_key, type_name);
+    bool read(const document_view& connection, const char* index_key, const char* type_key) {
+        return read_int32(connection.find(index_key), index) && read_text(connection.find(type_key), type_name);
     }
 
     // A type that is none of the three leaves the code as it is.
@@ -35,10 +34,11 @@ struct received_connection {
     connection_end source;
     connection_end destination;
 
-    bool read(const bsonElement& element) {
-        return element.valueType == bson_type::document && element.documentValue != nullptr &&
-               source.read(*element.documentValue, "sourceIndex", "sourceType") &&
-               destination.read(*element.documentValue, "destinationIndex", "destinationType");
+    bool read(const element_view& element) {
+        if (element.type != bson_type::document) return false;
+        const document_view fields(element.value, element.size);
+        return source.read(fields, "sourceIndex", "sourceType") &&
+               destination.read(fields, "destinationIndex", "destinationType");
     }
 
     void hand_over(videoConnection& record) const {
@@ -55,15 +55,16 @@ void add_type(bsonDocument& command, const char* key, std::int32_t code, std::in
 }  // namespace
 
 int lutc_get_video_connections(videoConnection* connections, int* connectionCount) noexcept {
-    if (connections == nullptr || connectionCount == nullptr) return -1;
-    return call("getVideoConnections", small_reply, nothing_to_append, [&](const bsonDocument& reply) {
+    if (connections == nullptr || connectionCount == nullptr) return refuse();
+    return call("getVideoConnections", small_reply, nothing_to_append, [&](const document_view& reply) {
         int count = 0;
-        if (const bsonElement* const list = find_element(reply, "videoConnections", bson_type::array)) {
-            int examined = 0;
-            for (const bsonElement* const element : list->documentValue->elementList) {
-                if (examined++ == LUTC_MAX_VIDEO_CONNECTIONS) break;
+        const element_view list = reply.find("videoConnections");
+        if (list.type == bson_type::array) {
+            document_view left(list.value, list.size);
+            element_view element;
+            for (int i = 0; i < LUTC_MAX_VIDEO_CONNECTIONS && left.take(element); ++i) {
                 received_connection connection;
-                if (connection.read(*element)) connection.hand_over(connections[count++]);
+                if (connection.read(element)) connection.hand_over(connections[count++]);
             }
         }
         *connectionCount = count;
@@ -72,7 +73,7 @@ int lutc_get_video_connections(videoConnection* connections, int* connectionCoun
 }
 
 int lutc_set_video_connection(const videoConnection* connection) noexcept {
-    if (connection == nullptr) return -1;
+    if (connection == nullptr) return refuse();
     return call("setVideoConnection", [&](bsonDocument& command) {
         add_type(command, "sourceType", connection->sourceType, LUTC_VIDEO_INPUT);
         add_element(command, "sourceIndex", connection->sourceIndex);
