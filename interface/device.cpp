@@ -18,20 +18,19 @@ void hand_over_text(char* destination, std::string_view text) {
 }
 
 bool read_channel(const element_view& element, gradeChannel& channel) {
-    const std::optional<document_view> fields = get_document(element);
-    std::string_view name;
-    if (!fields || !read_text(fields->find("channelName"), name)) return false;
-    copy_text(channel.channelName, LUTC_PRESET_NAME_SIZE, name);
-
-    std::optional<document_view> indices = get_document(fields->find("supportedGradeComboIndices"));
-    if (!indices) return false;
-    int index;
+    element_view name, indices;
+    std::string_view text;
+    const bool whole =
+        document_view::find_all(element, {{"channelName", name}, {"supportedGradeComboIndices", indices}});
+    if (!whole || !read_text(name, text)) return false;
+    copy_text(channel.channelName, LUTC_PRESET_NAME_SIZE, text);
     std::size_t slot = 0;
-    for (element_view each; indices->take(each);) {
+    return read_each(indices, [&](const element_view& each) {
+        int index;
         if (!read_int32(each, index)) return false;
         if (slot < LUTC_GRADE_COMBO_SLOTS) channel.supportedGradeComboIndices[slot++] = index;
-    }
-    return true;
+        return true;
+    });
 }
 
 // A wanted list of the model; one that is missing is empty.

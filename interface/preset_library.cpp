@@ -8,12 +8,13 @@ using namespace lutc_calls;
 namespace {
 
 bool read_entry(const element_view& element, presetEntry& entry) {
-    const std::optional<document_view> preset = get_document(element);
-    std::string_view name;
-    if (!preset || !read_text(preset->find("presetName"), name)) return false;
-    copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, name);
-    return read_int32(preset->find("gradeComboIndex"), entry.gradeComboIndex) &&
-           read_combo(preset->find("gradeCombo"), entry.gradeCombo);
+    element_view name, combo_index, combo;
+    std::string_view text;
+    const bool whole = document_view::find_all(
+        element, {{"presetName", name}, {"gradeComboIndex", combo_index}, {"gradeCombo", combo}});
+    if (!whole || !read_text(name, text)) return false;
+    copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, text);
+    return read_int32(combo_index, entry.gradeComboIndex) && read_combo(combo, entry.gradeCombo);
 }
 
 // A call that changes one preset of the list; append_rest adds what follows the selector.

@@ -33,7 +33,7 @@ int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboInd
             int combo_index = 0;
             if (gradeComboIndex != nullptr && !read_int32(reply.find("gradeComboIndex"), combo_index)) return false;
             std::vector<received_component> received;
-            if (!read_components(reply, *componentCount, received)) return false;
+            if (!read_components(reply.find("gradeCombo"), *componentCount, received)) return false;
             if (gradeComboIndex != nullptr) *gradeComboIndex = combo_index;
             for (std::size_t i = 0; i < received.size(); ++i) received[i].hand_over(components[i]);
             *componentCount = static_cast<int>(received.size());

@@ -31,17 +31,14 @@ class record_list {
     // Fills an empty list with one record for each element. False when it holds no document, or a record can't be read.
     template <class ReadRecord>
     bool read(const element_view& element, ReadRecord read_record) {
-        std::optional<document_view> list = get_document(element);
-        if (!list) return false;
-        const std::size_t count = *list->count();
+        std::size_t count = 0;
+        const auto count_one = [&](const element_view&) { return ++count != 0; };
+        if (!read_each(element, count_one)) return false;
         records_ = static_cast<Record*>(std::calloc(count, sizeof(Record)));
         if (records_ == nullptr && count != 0) throw std::bad_alloc();
         count_ = count;
-        element_view each;
-        for (std::size_t i = 0; list->take(each); ++i) {
-            if (!read_record(each, records_[i])) return false;
-        }
-        return true;
+        Record* next = records_;
+        return read_each(element, [&](const element_view& each) { return read_record(each, *next++); });
     }
 
     void hand_over(Record** records, int* count) {
@@ -58,15 +55,13 @@ class record_list {
 
 // Reads the strings of a combination into the record's slots. False when there is none or it holds anything else.
 inline bool read_combo(const element_view& element, gradeCombo& combo) {
-    std::optional<document_view> strings = get_document(element);
-    if (!strings) return false;
-    std::string_view text;
     std::size_t slot = 0;
-    for (element_view each; strings->take(each);) {
+    return read_each(element, [&](const element_view& each) {
+        std::string_view text;
         if (!read_text(each, text)) return false;
         if (slot < LUTC_GRADE_COMBO_SLOTS) combo.slots[slot++] = new_text(text);
-    }
-    return true;
+        return true;
+    });
 }
 
 }  // namespace lutc_calls

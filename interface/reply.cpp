@@ -5,117 +5,38 @@
 #include <cstring>
 #include <new>
 
-#include "bson/wire_format.h"
 #include "interface/component_kinds.h"
 
 namespace lutc_calls {
-namespace {
-
-bool is_known_type(bson_type t) {
-    return (t >= bson_type::real && t <= bson_type::int64) || t == bson_type::max_key || t == bson_type::min_key;
-}
-
-bool read_data(const document_view& component, received_component& out) {
-    const element_view data = component.find("data");
-    if (data.type != bson_type::binary) return false;
-    if (data.size != 0) out.data.reset(lutc_bson::new_copy_of_bytes(data.value, data.size));
-    out.data_size = static_cast<std::int32_t>(data.size);
-    return true;
-}
-
-bool read_table(const document_view& component, std::int32_t kind, received_component& out) {
-    std::string_view format;
-    if (!read_text(component.find("dataFormat"), format) || !read_data(component, out)) return false;
-    out.kind = kind;
-    out.data_format.reset(new_text(format));
-    return true;
-}
-
-// A triple that is missing stays as it is, and so does each of its values that is. What is there are doubles.
-bool read_triple(const element_view& element, double (&values)[3]) {
-    if (!element) return true;
-    std::optional<document_view> triple = get_document(element);
-    if (!triple) return false;
-    element_view value;
-    for (std::size_t i = 0; i < 3 && triple->take(value); ++i) {
-        if (!read_double(value, values[i])) return false;
-    }
-    return true;
-}
-
-// CDL values are there when there is a saturation; without one the component is bytes.
-bool read_values(const document_view& component, received_component& out) {
-    const element_view saturation = component.find("saturation");
-    if (!saturation) {
-        out.kind = LUTC_KIND_CDL;
-        return read_data(component, out);
-    }
-    out.kind = LUTC_KIND_SATURATION;
-    out.cdl_values.reset(static_cast<cdl*>(std::calloc(1, sizeof(cdl))));
-    if (out.cdl_values == nullptr) throw std::bad_alloc();
-    return read_double(saturation, out.cdl_values->saturation) &&
-           read_triple(component.find("power"), out.cdl_values->power) &&
-           read_triple(component.find("slope"), out.cdl_values->slope) &&
-           read_triple(component.find("offset"), out.cdl_values->offset);
-}
-
-bool read_component(const element_view& element, received_component& out) {
-    const std::optional<document_view> component = get_document(element);
-    std::string_view type_name;
-    if (!component || !read_text(component->find("type"), type_name) ||
-        !read_int32(component->find("typeIndex"), out.type_index)) {
-        return false;
-    }
-    const component_kind* const kind = find_kind(type_name);
-    if (kind == nullptr || kind->content == component_content::pattern) return true;
-    if (kind->content == component_content::values) return read_values(*component, out);
-    return read_table(*component, kind->kind, out);
-}
-
-}  // namespace
 
 message_kind kind_of(const message& received) {
     if (!bsonDocument::isMessageValid(received.bytes, received.size, false)) return message_kind::broken;
-    const document_view document(received.bytes, received.size);
+    element_view type, code_element;
     std::string_view type_name;
-    if (!document.count() || !read_text(document.find("type"), type_name)) return message_kind::broken;
+    const document_view document(received.bytes, received.size);
+    if (!document.find_all({{"type", type}, {"code", code_element}}) || !read_text(type, type_name)) {
+        return message_kind::broken;
+    }
     if (type_name != "response") return message_kind::event;
     int code;
-    if (!read_int32(document.find("code"), code)) return message_kind::broken;
+    if (!read_int32(code_element, code)) return message_kind::broken;
     return code == 0 ? message_kind::success : message_kind::refusal;
 }
 
-bool document_view::take(element_view& first) {
-    const bson_type type{bytes_[next_]};
-    if (next_ == last_ || !is_known_type(type)) return false;
-    const std::string_view key(reinterpret_cast<const char*>(bytes_ + next_ + 1));
-    const auto body = static_cast<std::uint32_t>(next_ + 1 + key.size() + 1);
-    lutc_bson::extent value;
-    if (!lutc_bson::find_extent(bytes_, type, body, last_, value)) return false;
-    first = {type, key, bytes_ + value.begin, value.end - value.begin};
-    next_ = value.end;
-    return true;
+element_view document_view::find(std::string_view key) const {
+    element_view found;
+    find_all({{key, found}});
+    return found;
 }
 
-element_view document_view::find(std::string_view key) const {
+bool document_view::find_all(std::initializer_list<wanted> list) const {
     document_view left = *this;
     for (element_view element; left.take(element);) {
-        if (element.key == key) return element;
+        for (const wanted& each : list) {
+            if (!each.found && each.key == element.key) each.found = element;
+        }
     }
-    return {};
-}
-
-std::optional<std::size_t> document_view::count() const {
-    document_view left = *this;
-    std::size_t number = 0;
-    for (element_view element; left.take(element);) ++number;
-    return left.next_ == last_ ? std::optional(number) : std::nullopt;
-}
-
-std::optional<document_view> get_document(const element_view& element) {
-    if (element.type != bson_type::document && element.type != bson_type::array) return std::nullopt;
-    const document_view document(element.value, element.size);
-    return document.count() ? std::optional(document) : std::nullopt;
+    return left.is_whole();
 }
 
 bool read_int32(const element_view& element, int& value) {
@@ -153,8 +74,61 @@ void copy_text(char* destination, std::size_t size, std::string_view text) {
 char* new_text(std::string_view text) {
     text = up_to_zero(text);
     auto* const copy = reinterpret_cast<char*>(lutc_bson::new_bytes(text.size() + 1));
-    copy_text(copy, text.size() + 1, text);
+    text.copy(copy, text.size());
+    copy[text.size()] = '\0';
     return copy;
+}
+
+bool received_component::read_table(const element_view& format, const element_view& bytes) {
+    std::string_view text;
+    if (!read_text(format, text)) return false;
+    data_format.reset(new_text(text));
+    return read_data(bytes);
+}
+
+bool received_component::read_data(const element_view& element) {
+    if (element.type != bson_type::binary) return false;
+    if (element.size != 0) data.reset(lutc_bson::new_copy_of_bytes(element.value, element.size));
+    data_size = static_cast<std::int32_t>(element.size);
+    return true;
+}
+
+// A triple that is missing stays as it is, and so does each of its values that is. What is there are doubles.
+bool received_component::read_triple(const element_view& element, double (&values)[3]) {
+    std::size_t i = 0;
+    return !element || read_each(element, [&](const element_view& value) {
+        return i == std::size(values) || read_double(value, values[i++]);
+    });
+}
+
+bool received_component::read_values(const element_view& saturation, const element_view (&triples)[3]) {
+    cdl_values.reset(static_cast<cdl*>(std::calloc(1, sizeof(cdl))));
+    if (cdl_values == nullptr) throw std::bad_alloc();
+    return read_double(saturation, cdl_values->saturation) && read_triple(triples[0], cdl_values->power) &&
+           read_triple(triples[1], cdl_values->slope) && read_triple(triples[2], cdl_values->offset);
+}
+
+// A CDL or saturation has values when there is a saturation; without one it is bytes.
+bool received_component::read(const element_view& component) {
+    element_view type, index, format, bytes, saturation, triples[3];
+    const bool whole = document_view::find_all(component, {{"type", type},
+                                                           {"typeIndex", index},
+                                                           {"dataFormat", format},
+                                                           {"data", bytes},
+                                                           {"saturation", saturation},
+                                                           {"power", triples[0]},
+                                                           {"slope", triples[1]},
+                                                           {"offset", triples[2]}});
+    std::string_view type_name;
+    if (!whole || !read_text(type, type_name) || !read_int32(index, type_index)) return false;
+    const component_kind* const known = find_kind(type_name);
+    if (known == nullptr || known->content == component_content::pattern) return true;
+    if (known->content == component_content::table) {
+        kind = known->kind;
+        return read_table(format, bytes);
+    }
+    kind = saturation ? LUTC_KIND_SATURATION : LUTC_KIND_CDL;
+    return saturation ? read_values(saturation, triples) : read_data(bytes);
 }
 
 void received_component::hand_over(gradeComponent& record) {
@@ -170,17 +144,13 @@ void received_component::hand_over(gradeComponent& record) {
     record.dataSize = data_size;
 }
 
-bool read_components(const document_view& reply, int capacity, std::vector<received_component>& components) {
-    const element_view element = reply.find("gradeCombo");
-    if (!element || capacity <= 0) return true;
-    std::optional<document_view> list = get_document(element);
-    if (!list) return false;
-    components.resize(std::min(*list->count(), static_cast<std::size_t>(capacity)));
-    element_view each;
-    for (received_component& component : components) {
-        if (!list->take(each) || !read_component(each, component)) return false;
-    }
-    return true;
+bool read_components(const element_view& list, int capacity, std::vector<received_component>& components) {
+    if (!list || capacity <= 0) return true;
+    return read_each(list, [&](const element_view& element) {
+        if (components.size() == static_cast<std::size_t>(capacity)) return true;
+        components.emplace_back();
+        return components.back().read(element);
+    });
 }
 
 }  // namespace lutc_calls

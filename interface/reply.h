@@ -4,13 +4,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
 
 #include <lutc/bsonDocument.h>
 #include <lutc/lutc.h>
 #include "bson/buffer.h"
+#include "bson/wire_format.h"
 #include "interface/exchange.h"
 
 namespace lutc_calls {
@@ -27,21 +28,40 @@ struct element_view {
     std::uint32_t size = 0;
 
     explicit operator bool() const { return type != bson_type{}; }
+    bool holds_document() const { return type == bson_type::document || type == bson_type::array; }
 };
+
+inline bool is_known_type(bson_type t) {
+    return (t >= bson_type::real && t <= bson_type::int64) || t == bson_type::max_key || t == bson_type::min_key;
+}
 
 // The elements of a document that is valid, or those that are left of them.
 class document_view {
   public:
+    struct wanted {
+        std::string_view key;
+        element_view& found;
+    };
+
     document_view(const unsigned char* bytes, std::uint32_t size) : bytes_(bytes), last_(size - 1) {}
+    explicit document_view(const element_view& holder) : document_view(holder.value, holder.size) {}
 
     // Takes the first element off. False when none is left, and at one of an unknown type, which ends the document.
     bool take(element_view& first);
 
+    // After the last take: whether no element of an unknown type was met.
+    bool is_whole() const { return next_ == last_; }
+
     // The first element with the key.
     element_view find(std::string_view key) const;
 
-    // The number of elements; none when there is one of an unknown type.
-    std::optional<std::size_t> count() const;
+    // The same for several keys in one pass. False when there is an element of an unknown type.
+    bool find_all(std::initializer_list<wanted> list) const;
+
+    // The same in the embedded document or array that the element holds. False also when it holds none.
+    static bool find_all(const element_view& holder, std::initializer_list<wanted> list) {
+        return holder.holds_document() && document_view(holder).find_all(list);
+    }
 
   private:
     const unsigned char* bytes_;
@@ -49,8 +69,31 @@ class document_view {
     std::uint32_t next_ = 4;
 };
 
-// The embedded document or array of the element. None also when an element of it is of an unknown type.
-std::optional<document_view> get_document(const element_view& element);
+inline bool document_view::take(element_view& first) {
+    const bson_type type{bytes_[next_]};
+    if (next_ == last_ || !is_known_type(type)) return false;
+    first.type = type;
+    first.key = std::string_view(reinterpret_cast<const char*>(bytes_ + next_ + 1));
+    const auto body = static_cast<std::uint32_t>(next_ + 1 + first.key.size() + 1);
+    lutc_bson::extent value;
+    if (!lutc_bson::find_extent(bytes_, type, body, last_, value)) return false;
+    first.value = bytes_ + value.begin;
+    first.size = value.end - value.begin;
+    next_ = value.end;
+    return true;
+}
+
+// Reads each element of the embedded document or array that the element holds. False when it holds none, when one can't
+// be read, and when one is of an unknown type.
+template <class Read>
+bool read_each(const element_view& holder, Read read) {
+    if (!holder.holds_document()) return false;
+    document_view left(holder);
+    for (element_view element; left.take(element);) {
+        if (!read(element)) return false;
+    }
+    return left.is_whole();
+}
 
 // False when there is no such element, or it is of another type. Text has its inner zero bytes: it compares as a whole.
 bool read_int32(const element_view& element, int& value);
@@ -78,12 +121,20 @@ struct received_component {
     lutc_bson::malloc_ptr<char> data_format;
     lutc_bson::malloc_ptr<cdl> cdl_values;
 
+    bool read(const element_view& component);
+
     // Writes the fields that the kind has.
     void hand_over(gradeComponent& record);
+
+  private:
+    bool read_table(const element_view& format, const element_view& bytes);
+    bool read_data(const element_view& element);
+    bool read_values(const element_view& saturation, const element_view (&triples)[3]);
+    static bool read_triple(const element_view& element, double (&values)[3]);
 };
 
-// Reads the first components of the list "gradeCombo", at most capacity of them. A reply without a list has none.
-bool read_components(const document_view& reply, int capacity, std::vector<received_component>& components);
+// Reads the first components of the list, at most capacity of them. A reply without a list has none.
+bool read_components(const element_view& list, int capacity, std::vector<received_component>& components);
 
 }  // namespace lutc_calls
 
