@@ -33,6 +33,13 @@ bool parse_address(const char* host, const char* port, sockaddr_in& address) {
 
 int new_socket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
 
+// Reading from it fails at once. Leaves the reason in errno, also when no socket could be had.
+int unconnected_socket(int reason) {
+    const int descriptor = new_socket();
+    errno = reason;
+    return descriptor;
+}
+
 // Waits until the connection is made or has failed; an errno value.
 int await_connection(int descriptor) {
     const auto deadline = monotonic::now() + connect_limit;
@@ -88,7 +95,7 @@ int qv_rpc_client_connect(const char* host, const char* port, uint32_t* status, 
     sockaddr_in address;
     if (!parse_address(host, port, address)) {
         *status = EINVAL;
-        return new_socket();
+        return unconnected_socket(EINVAL);
     }
     const int descriptor = new_socket();
     if (descriptor < 0) {
@@ -103,7 +110,7 @@ int qv_rpc_client_connect(const char* host, const char* port, uint32_t* status, 
         return descriptor;
     }
     close_without_trace(descriptor);
-    return new_socket();  // never connected: reading from it fails at once
+    return unconnected_socket(error);
 }
 
 void qv_rpc_client_disconnect(int descriptor, uint32_t* status, uint32_t* localPort) {

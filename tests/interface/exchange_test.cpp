@@ -31,9 +31,9 @@ std::string padded(const std::string& fields, std::size_t size) {
     return encoded(*document);
 }
 
-int save(std::vector<Step> script, Line line = Line::socket) {
-    ScriptedService service(std::move(script), line);
-    return lutc_save_presets_to_media();
+int save(std::vector<Step> script, Line line = Line::socket, int left = ENOEXEC) {
+    ScriptedService service(std::move(script), line, left);
+    return outcome_of(lutc_save_presets_to_media);
 }
 
 int list() { return read_preset_list() ? 0 : -1; }
@@ -64,9 +64,9 @@ TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
         const std::string fits = padded(row.fields, row.capacity), too_long = padded(row.fields, row.capacity + 1);
         const std::size_t piece = row.capacity / 16;
         EXPECT_EQ(punctually({send(fits)}, row.call), 0);
-        EXPECT_EQ(punctually({send(too_long)}, row.call), -1);
+        EXPECT_EQ(punctually({send(too_long)}, row.call), EPROTO);
         EXPECT_EQ(punctually(dribble(fits, piece, 2), row.call), 0);
-        EXPECT_EQ(punctually(dribble(too_long, piece, 2), row.call), -1);
+        EXPECT_EQ(punctually(dribble(too_long, piece, 2), row.call), EPROTO);
     }
 }
 
@@ -80,7 +80,7 @@ TEST(Exchange, aReplyMayNestAsDeepAsItFits) {
 TEST(Exchange, aPauseEndsAMessage) {
     for (const std::size_t first : {std::size_t{1}, ok.size() / 2, ok.size() - 1}) {
         EXPECT_EQ(punctually(dribble(ok, first, 3), lutc_save_presets_to_media), 0);
-        EXPECT_EQ(save({send(ok.substr(0, first)), pause(apart), send(ok.substr(first))}), -1);
+        EXPECT_EQ(save({send(ok.substr(0, first)), pause(apart), send(ok.substr(first))}), EPROTO);
     }
 }
 
@@ -90,33 +90,52 @@ TEST(Exchange, messagesOfAnotherTypeAreSkipped) {
     };
     EXPECT_EQ(afterwards(event), 0);
     EXPECT_EQ(save({send(event), pause(apart), send(event), pause(apart), send(ok)}), 0);
-    EXPECT_EQ(afterwards(event + ok), -1);  // one message of the wrong length
-    EXPECT_EQ(save({send(event), pause(apart), send(encoded("{'type':'response','code':1}"))}), -1);
-    EXPECT_EQ(save({send(event), hang_up()}), -1);
-    EXPECT_EQ(save({send(event), reset()}), -1);
-    EXPECT_EQ(save({send(ok + ok)}), -1);
+    EXPECT_EQ(afterwards(event + ok), EPROTO);  // one message of the wrong length
+    EXPECT_EQ(save({send(event), pause(apart), send(encoded("{'type':'response','code':1}"))}), EREMOTEIO);
+    EXPECT_EQ(save({send(event), hang_up()}), ECONNRESET);
+    EXPECT_EQ(save({send(event), reset()}), ECONNRESET);
+    EXPECT_EQ(save({send(ok + ok)}), EPROTO);
     EXPECT_EQ(afterwards(encoded("{'type':'Response','code':0}")), 0);
     // No message at all, or one without a type: nothing is waited for any more.
     for (const char* text : {"{}", "{'code':0}", "{'type':1,'code':0}", "{'type':{},'code':0}"}) {
-        EXPECT_EQ(afterwards(encoded(text)), -1) << text;
+        EXPECT_EQ(afterwards(encoded(text)), EPROTO) << text;
     }
-    EXPECT_EQ(afterwards("no document"), -1);
-    EXPECT_EQ(afterwards(encoded("{'type':'response','code':0.0}")), -1);
-    EXPECT_EQ(afterwards(encoded("{'type':'response','code':false}")), -1);
-    EXPECT_EQ(afterwards(encoded("{'type':'response'}")), -1);
+    EXPECT_EQ(afterwards("no document"), EPROTO);
+    EXPECT_EQ(afterwards(encoded("{'type':'response','code':0.0}")), EPROTO);
+    EXPECT_EQ(afterwards(encoded("{'type':'response','code':false}")), EPROTO);
+    EXPECT_EQ(afterwards(encoded("{'type':'response'}")), EPROTO);
     EXPECT_EQ(save({send(encoded("{'code':0,'type':'response'}"))}), 0);
 }
 
 TEST(Exchange, closeAndResetAtEachStage) {
     const std::string half = ok.substr(0, 9);
     for (const auto& end : {hang_up(), reset()}) {
-        EXPECT_EQ(save({end}), -1);
-        EXPECT_EQ(save({send(half), end}), -1);
+        EXPECT_EQ(save({end}), ECONNRESET);
+        EXPECT_EQ(save({send(half), end}), EPROTO);
         EXPECT_EQ(save({send(ok), end}), 0);
     }
 }
 
-TEST(Exchange, aRefusedConnectionIsDisconnected) { EXPECT_EQ(save({}, Line::refused), -1); }
+// Only the reasons that a failed connect has are taken from errno, and only when there is no connection.
+TEST(Exchange, withoutAConnectionErrnoTellsWhy) {
+    for (const Line line : {Line::refused, Line::unconnected}) {
+        for (const int reason : {ECONNREFUSED, ETIMEDOUT, EMFILE, ENFILE, ENOMEM}) {
+            EXPECT_EQ(save({}, line, reason), reason);
+        }
+        for (const int other : {0, EINPROGRESS, EINTR, ENOENT}) EXPECT_EQ(save({}, line, other), ECONNREFUSED) << other;
+    }
+    EXPECT_EQ(save({hang_up()}, Line::socket, EMFILE), ECONNRESET);
+    EXPECT_EQ(save({send(ok)}, Line::socket, EMFILE), 0);
+}
+
+// Three tables of 2 GiB, which are never read.
+TEST(Exchange, aCommandThatIsTooLongToEncodeIsNotSent) {
+    unsigned char byte = 0;
+    char format[] = "f";
+    const gradeComponent component{LUTC_KIND_LUT_3D, &byte, INT32_MAX, 1, format, nullptr, nullptr};
+    const gradeComponent components[] = {component, component, component};
+    EXPECT_EQ(outcome_of([&] { return lutc_send_live(1, 1, true, components, 3); }), EOVERFLOW);
+}
 
 // A reply sees the call through 200 ms in which a signal arrives each millisecond, in the wait and in the message.
 TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
@@ -137,7 +156,7 @@ TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
 
     EXPECT_EQ(punctually(script({{pause(200)}, dribble(ok, 6, 3)}), lutc_save_presets_to_media), 0);
     EXPECT_GT(count, 50);
-    EXPECT_EQ(save({send(ok.substr(0, 9)), pause(apart), send(ok.substr(9))}), -1);
+    EXPECT_EQ(save({send(ok.substr(0, 9)), pause(apart), send(ok.substr(9))}), EPROTO);
 
     timer_delete(timer);
     sigaction(SIGUSR1, &before, nullptr);
@@ -154,7 +173,7 @@ TEST(Exchange, aClosedPeerRaisesNoSignal) {
                 pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
                 pthread_kill(pthread_self(), SIGPIPE);
             }
-            EXPECT_EQ(save({}, line), -1);
+            EXPECT_EQ(save({}, line), line == Line::closed_socket ? ECONNRESET : ECONNREFUSED);
             pthread_sigmask(SIG_SETMASK, nullptr, &mask);
             sigpending(&pending);
             EXPECT_EQ(sigismember(&mask, SIGPIPE), already_pending ? 1 : 0);

@@ -1,6 +1,7 @@
 // What each exported function makes of the replies that it reads.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -18,6 +19,7 @@ const std::string name40(40, 'n'), name32(32, 'n');
 // Prints an outcome: the outputs after success; after a failure that they are untouched.
 std::string outcome(int result, const std::string& outputs, const std::string& untouched) {
     if (result == 0) return outputs;
+    if (errno != EPROTO) return failed + " with errno " + std::to_string(errno);
     return outputs == untouched ? failed : failed + ", but wrote " + outputs;
 }
 

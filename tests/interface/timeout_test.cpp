@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include <lutc/lutc.h>
 #include "tests/support/documents.h"
@@ -10,25 +11,34 @@
 
 namespace {
 
+using Line = ScriptedService::Line;
+
 TEST(Timeout, silenceEndsACall) {
     const std::string event = encoded("{'type':'event'}"), ok = encoded("{'type':'response','code':0}");
     const auto begin = std::chrono::steady_clock::now();
     const auto seconds = [&] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     };
-    const auto expect = [&](std::vector<Step> steps, int result, double least, double most) {
-        return std::thread([=] {
-            ScriptedService service(steps);
-            EXPECT_EQ(lutc_save_presets_to_media(), result);
+    std::vector<unsigned char> table(4000000);
+    const auto expect = [&](std::vector<Step> steps, int result, double least, double most, Line line = Line::socket) {
+        return std::thread([=, &table] {
+            ScriptedService service(steps, line);
+            EXPECT_EQ(outcome_of([&] {
+                          return line == Line::socket ? lutc_save_presets_to_media()
+                                                      : lutc_send_lut(0, 0, false, "", "", table.data(), 4000000);
+                      }),
+                      result);
             EXPECT_GT(seconds(), least);
             EXPECT_LT(seconds(), most);
         });
     };
     std::thread threads[] = {
-        expect({}, -1, 14, 25),
-        expect({send(event)}, -1, 14, 25),
-        expect({pause(4000), send(event)}, -1, 18, 29),  // a message begins a new wait
+        expect({}, ETIMEDOUT, 14, 25),
+        expect({send(event)}, ETIMEDOUT, 14, 25),
+        expect({pause(4000), send(event)}, ETIMEDOUT, 18, 29),  // a message begins a new wait
         expect({pause(9000), send(event), pause(9000), send(ok)}, 0, 17, 28),
+        expect({}, ETIMEDOUT, 14, 25, Line::unread),
+        expect({send(ok)}, 0, 17, 60, Line::slow),  // progress begins a new wait
     };
     for (auto& thread : threads) thread.join();
 }

@@ -21,13 +21,18 @@ constexpr std::uint32_t first_mark = 0xC0FFEE01, second_mark = 0xC0FFEE02;
 }  // namespace
 
 int qv_rpc_client_connect(const char* host, const char* port, std::uint32_t* status, std::uint32_t* localPort) {
-    if (current) return current->connect(host, port, status, localPort);
+    if (current) {
+        const int descriptor = current->connect(host, port, status, localPort);
+        errno = current->left_by_connect();
+        return descriptor;
+    }
     ADD_FAILURE() << "a call connected that must not";
     return -1;
 }
 
 void qv_rpc_client_disconnect(int descriptor, std::uint32_t* status, std::uint32_t* localPort) {
     if (current) current->disconnect(descriptor, status, localPort);
+    errno = ENOEXEC;
 }
 
 std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds) {
@@ -39,7 +44,8 @@ std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milli
     return steps;
 }
 
-ScriptedService::ScriptedService(std::vector<Step> script, Line line) : script_(std::move(script)), line_(line) {
+ScriptedService::ScriptedService(std::vector<Step> script, Line line, int left)
+    : script_(std::move(script)), line_(line), left_(left) {
     current = this;
 }
 
@@ -60,6 +66,7 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     *first = first_mark;
     *second = second_mark;
     if (line_ == Line::refused) return descriptor_ = -1;
+    if (line_ == Line::unconnected) return descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
 
     int ends[2];
     const int made =
@@ -71,9 +78,8 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     peer_ = ends[0];
     descriptor_ = ends[1];
     if (line_ == Line::closed_socket || line_ == Line::closed_pipe) {
-        close(peer_);
-        peer_ = -1;
-    } else {
+        close(peer_.exchange(-1));
+    } else if (line_ != Line::unread) {
         sigset_t all, before;  // signals of the tests are for the calling threads
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, &before);
@@ -105,10 +111,9 @@ bool ScriptedService::punctual() {
 
 // The call has returned: what it wrote is still read, anything else that the service waits for ends.
 void ScriptedService::finish() {
-    if (!thread_.joinable()) return;
-    shutdown(peer_, SHUT_RDWR);
-    thread_.join();
-    close(peer_);
+    if (peer_ >= 0) shutdown(peer_, SHUT_RDWR);
+    if (thread_.joinable()) thread_.join();
+    if (peer_ >= 0) close(peer_.exchange(-1));
 }
 
 // A socket that is closed before everything was read is reset, so a script with a reset leaves the last byte unread.
@@ -118,6 +123,7 @@ void ScriptedService::read_command() {
     std::size_t wanted = 4;
     while (command_.size() < wanted) {
         char buffer[65536];
+        if (line_ == Line::slow) std::this_thread::sleep_for(std::chrono::milliseconds(300));
         const ssize_t got = recv(peer_, buffer, std::min(sizeof buffer, wanted - command_.size()), 0);
         if (got <= 0) return;
         command_.append(buffer, static_cast<std::size_t>(got));
@@ -168,10 +174,17 @@ void ScriptedService::run() {
     }
 }
 
+int outcome_of(const std::function<int()>& call) {
+    errno = EXDEV;
+    const int result = call(), error = errno;
+    EXPECT_TRUE(result == -1 || (result == 0 && error == EXDEV)) << result << " " << error;
+    return result == 0 ? 0 : error;
+}
+
 int punctually(const std::vector<Step>& script, const std::function<int()>& call) {
     for (int attempt = 0; attempt < 50; ++attempt) {
         ScriptedService service(script);
-        const int result = call();
+        const int result = outcome_of(call);
         if (service.punctual()) return result;
     }
     ADD_FAILURE() << "the machine is too busy: no attempt had its pieces sent in time";

@@ -1,11 +1,12 @@
 // A service that says exactly what arrives when, over a socket pair. It supplies qv_rpc_client_connect and
 // qv_rpc_client_disconnect; a connect reaches the service that the calling thread created last, so tests in several
 // threads don't meet. A connect in a thread without one is a test failure, as is a second connect, a connection that isn't
-// disconnected exactly once, and out-values that aren't handed back.
+// disconnected exactly once, and out-values that aren't handed back. Both functions change errno.
 #ifndef LUTC_TESTS_SUPPORT_SCRIPTED_SERVICE_H
 #define LUTC_TESTS_SUPPORT_SCRIPTED_SERVICE_H
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -27,11 +28,12 @@ std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milli
 
 class ScriptedService {
   public:
-    // What connect returns: a socket; -1; a socket, or the writing end of a pipe, whose other end is closed.
-    enum class Line { socket, refused, closed_socket, closed_pipe };
+    // What connect returns: a socket; one whose other end reads slowly or never; -1; a socket that was never connected;
+    // a socket, or the writing end of a pipe, whose other end is closed.
+    enum class Line { socket, slow, unread, refused, unconnected, closed_socket, closed_pipe };
 
-    // After the last step the service is silent.
-    explicit ScriptedService(std::vector<Step> script, Line line = Line::socket);
+    // After the last step the service is silent. A connect leaves left in errno.
+    explicit ScriptedService(std::vector<Step> script, Line line = Line::socket, int left = ENOEXEC);
     ~ScriptedService();
 
     // After the call: the bytes that it wrote, and whether no more than 9 ms lay between any two of the service's sends,
@@ -39,6 +41,7 @@ class ScriptedService {
     const std::string& command();
     bool punctual();
 
+    int left_by_connect() const { return left_; }
     int connect(const char* host, const char* port, std::uint32_t* first, std::uint32_t* second);
     void disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second);
 
@@ -52,6 +55,7 @@ class ScriptedService {
 
     std::vector<Step> script_;
     Line line_;
+    int left_;
     std::atomic<int> peer_{-1};
     int descriptor_ = -1;
     std::uint32_t* values_[2] = {};
@@ -63,7 +67,10 @@ class ScriptedService {
     std::thread thread_;
 };
 
-// Runs the attempt anew, up to 50 times, while the machine was too busy for the service to send in time.
+// The result of a call: 0, with errno as it was before, or errno's value after -1.
+int outcome_of(const std::function<int()>& call);
+
+// The outcome of the call, made anew, up to 50 times, while the machine was too busy for the service to send in time.
 int punctually(const std::vector<Step>& script, const std::function<int()>& call);
 
 #endif

@@ -53,7 +53,7 @@ bool may_allocate() {
     ++allocations;
     if (allocations != first_to_fail && !(fail_all_after && allocations > first_to_fail)) return true;
     ++failures;
-    errno = ENOMEM;
+    errno = 0;  // a call says ENOMEM itself
     return false;
 }
 
@@ -107,7 +107,12 @@ struct use {
     Result (*run)();
 };
 
-bool succeeds(bool (*run)()) { return run(); }
+bool succeeds(bool (*run)()) {
+    errno = EXDEV;
+    const bool done = run();
+    CHECK(errno == (done ? EXDEV : ENOMEM));
+    return done;
+}
 bool succeeds(void (*run)()) {
     try {
         run();

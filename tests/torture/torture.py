@@ -9,6 +9,7 @@ library into this interpreter. Uses the service's own port. No test asserts a ti
 """
 import concurrent.futures
 import ctypes
+import errno
 import os
 import pathlib
 import resource
@@ -35,7 +36,7 @@ BUILD = pathlib.Path(ARGUMENTS[0]).resolve()
 FIRST_BYTE = 15.0  # seconds that a call waits for a reply
 AT_ONCE = 5.0      # far below that, far above what a busy machine needs
 
-library = None if SANITIZED else ctypes.CDLL(str(BUILD / "lib" / "liblutc.so"))
+library = None if SANITIZED else ctypes.CDLL(str(BUILD / "lib" / "liblutc.so"), use_errno=True)
 
 
 class Simulator(service.Simulator):
@@ -120,10 +121,11 @@ def elsewhere(program, wrap=()):
 
 @unittest.skipIf(SANITIZED, "a sanitized library can't be loaded")
 class ServiceFaults(unittest.TestCase):
-    # kind, whether the call succeeds, least seconds that it takes
-    KINDS = [("refuse", False, 0), ("silence,800", False, 0.8), ("close", False, 0), ("close,300", False, 0.3),
-             ("reset", False, 0), ("truncate", False, 0), ("trickle,60", False, 0), ("delay,500", True, 0.5),
-             ("garbage", False, 0), ("length", False, 0), ("event-first", True, 0), ("event-glued", False, 0)]
+    # kind, why the call fails (0: it succeeds), least seconds that it takes
+    KINDS = [("refuse", errno.EREMOTEIO, 0), ("silence,800", errno.ECONNRESET, 0.8), ("close", errno.ECONNRESET, 0),
+             ("close,300", errno.ECONNRESET, 0.3), ("reset", errno.ECONNRESET, 0), ("truncate", errno.EPROTO, 0),
+             ("trickle,60", errno.EPROTO, 0), ("delay,500", 0, 0.5), ("garbage", errno.EPROTO, 0),
+             ("length", errno.EPROTO, 0), ("event-first", 0, 0), ("event-glued", errno.EPROTO, 0)]
     CALLS = [("getOption", get_option), ("getPreset", recv_preset), ("setColorTransformState", set_state)]
 
     def test_every_kind_in_every_kind_of_call(self):
@@ -135,10 +137,11 @@ class ServiceFaults(unittest.TestCase):
             self.assertEqual(send_preset(b"large", bytes(40000)), 0)  # comes in one piece
             before = descriptors()
             for name, call in self.CALLS:
-                for kind, succeeds, least in self.KINDS:
+                for kind, error, least in self.KINDS:
                     with self.subTest(command=name, kind=kind):
+                        ctypes.set_errno(0)
                         result, seconds = timed(call)
-                        self.assertEqual(result is not None, succeeds)
+                        self.assertEqual((result is None, ctypes.get_errno()), (error != 0, error))
                         self.assertGreaterEqual(seconds, least * 0.9)
                         self.assertLess(seconds, least + AT_ONCE)
                         self.assertIsNotNone(call())  # the next one works
@@ -164,6 +167,7 @@ class ServiceFaults(unittest.TestCase):
         before = descriptors()
         for _ in range(10000 if FULL else 1000):
             self.assertIsNone(get_option())
+            self.assertEqual(ctypes.get_errno(), errno.ECONNREFUSED)
         self.assertEqual(descriptors(), before)
         self.assertLess(timed(get_option)[1], AT_ONCE)
 
@@ -202,14 +206,15 @@ class Host(unittest.TestCase):
     def test_descriptor_table_full(self):
         with Simulator():
             self.assertEqual(elsewhere(
-                "import os, resource\n"
+                "import ctypes, errno, os, resource\n"
                 "while True:\n"
                 "    resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))\n"
                 "    try: last = os.open('/dev/null', os.O_RDONLY)\n"
                 "    except OSError: break\n"
                 "result, seconds = t.timed(t.get_option)\n"
+                "told = ctypes.get_errno() == errno.EMFILE\n"
                 "os.close(last)\n"
-                "os._exit(0 if result is None and seconds < t.AT_ONCE and t.get_option() else 1)"), 0)
+                "os._exit(0 if result is None and told and seconds < t.AT_ONCE and t.get_option() else 1)"), 0)
 
     def test_no_descriptor_is_left_or_inherited(self):
         with Simulator("--fault", "getPreset=delay,1000"):

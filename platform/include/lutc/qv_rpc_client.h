@@ -20,7 +20,8 @@
  *   may reach itself. That counts as refused.
  * - status: 0 once connected, else the errno value of the failure. localPort: the connection's local TCP port, or 0.
  * - On failure it returns a socket that was never connected, on which poll reports at once and read and write fail;
- *   -1 only when no socket could be had.
+ *   -1 only when no socket could be had. Both with the reason in errno: lutc reads it there, and takes whatever it
+ *   doesn't know as the reason of a failed connect for ECONNREFUSED.
  * - qv_rpc_client_disconnect closes the descriptor and sets both values to 0. A negative descriptor is ignored.
  */
 #ifndef LUTC_PLATFORM_QV_RPC_CLIENT_H
