@@ -27,7 +27,7 @@ bool read_channel(const element_view& element, gradeChannel& channel) {
     std::size_t slot = 0;
     return read_each(indices, [&](const element_view& each) {
         int index;
-        if (!read_int32(each, index)) return false;
+        if (!read_number(each, index)) return false;
         if (slot < LUTC_GRADE_COMBO_SLOTS) channel.supportedGradeComboIndices[slot++] = index;
         return true;
     });

@@ -14,7 +14,7 @@ bool read_entry(const element_view& element, presetEntry& entry) {
         element, {{"presetName", name}, {"gradeComboIndex", combo_index}, {"gradeCombo", combo}});
     if (!whole || !read_text(name, text)) return false;
     copy_text(entry.presetName, LUTC_PRESET_NAME_SIZE, text);
-    return read_int32(combo_index, entry.gradeComboIndex) && read_combo(combo, entry.gradeCombo);
+    return read_number(combo_index, entry.gradeComboIndex) && read_combo(combo, entry.gradeCombo);
 }
 
 // A call that changes one preset of the list; append_rest adds what follows the selector.
@@ -34,7 +34,7 @@ int read_choice(const char* command, Append append, char* presetName, int* prese
     return call(command, small_reply, append, [&](const document_view& reply) {
         std::string_view name;
         int index;
-        if (!read_text(reply.find("presetName"), name) || !read_int32(reply.find("presetIndex"), index)) return false;
+        if (!read_text(reply.find("presetName"), name) || !read_number(reply.find("presetIndex"), index)) return false;
         copy_text(presetName, LUTC_PRESET_NAME_SIZE, name);
         *presetIndex = index;
         return true;
@@ -54,7 +54,7 @@ int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsLis
     return call("getPresetsList", preset_list_reply, nothing_to_append, [&](const document_view& reply) {
         int maximum;
         record_list<presetEntry> entries;
-        if (!read_int32(reply.find("maxPresetsListSize"), maximum) ||
+        if (!read_number(reply.find("maxPresetsListSize"), maximum) ||
             !entries.read(reply.find("presetsList"), read_entry)) {
             return false;
         }

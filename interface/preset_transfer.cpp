@@ -31,7 +31,7 @@ int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboInd
         "getPreset", preset_reply, [&](bsonDocument& command) { preset.append_to(command); },
         [&](const document_view& reply) {
             int combo_index = 0;
-            if (gradeComboIndex != nullptr && !read_int32(reply.find("gradeComboIndex"), combo_index)) return false;
+            if (gradeComboIndex != nullptr && !read_number(reply.find("gradeComboIndex"), combo_index)) return false;
             std::vector<received_component> received;
             if (!read_components(reply.find("gradeCombo"), *componentCount, received)) return false;
             if (gradeComboIndex != nullptr) *gradeComboIndex = combo_index;

@@ -46,8 +46,14 @@ bool read_int32(const element_view& element, int& value) {
 }
 
 bool read_number(const element_view& element, int& value) {
-    if (element.type != bson_type::boolean) return read_int32(element, value);
-    value = *element.value;
+    if (element.type == bson_type::boolean) {
+        value = *element.value;
+        return true;
+    }
+    if (element.type != bson_type::int64) return read_int32(element, value);
+    const auto number = static_cast<std::int64_t>(lutc_bson::load64(element.value));
+    if (number < INT32_MIN || number > INT32_MAX) return false;
+    value = static_cast<int>(number);
     return true;
 }
 
@@ -120,7 +126,7 @@ bool received_component::read(const element_view& component) {
                                                            {"slope", triples[1]},
                                                            {"offset", triples[2]}});
     std::string_view type_name;
-    if (!whole || !read_text(type, type_name) || !read_int32(index, type_index)) return false;
+    if (!whole || !read_text(type, type_name) || !read_number(index, type_index)) return false;
     const component_kind* const known = find_kind(type_name);
     if (known == nullptr || known->content == component_content::pattern) return true;
     if (known->content == component_content::table) {

@@ -97,7 +97,7 @@ bool read_each(const element_view& holder, Read read) {
 
 // False when there is no such element, or it is of another type. Text has its inner zero bytes: it compares as a whole.
 bool read_int32(const element_view& element, int& value);
-bool read_number(const element_view& element, int& value);  // int32, or a boolean as 0 or 1
+bool read_number(const element_view& element, int& value);  // int32, an int64 that fits, or a boolean as 0 or 1
 bool read_double(const element_view& element, double& value);
 bool read_text(const element_view& element, std::string_view& text);
 

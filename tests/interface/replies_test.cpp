@@ -336,6 +336,35 @@ TEST(Replies, limitsAndOddities) {
     }
 }
 
+// Every int32 becomes an int64 that is greater by so much, every array an embedded document.
+void widen(bsonDocument& document, std::int64_t more) {
+    for (bsonElement* element : document.elementList) {
+        if (element->valueType == 0x10) element->setInt64Value(element->getInt32Value() + more);
+        if (!element->documentValue) continue;
+        widen(*element->documentValue, more);
+        element->valueType = 0x03;
+    }
+}
+
+// Video connections alone are taken in their own types.
+TEST(Replies, numbersAndListsMayComeInAnotherTypeThatHoldsThem) {
+    for (const auto& reading : readings) {
+        for (const std::int64_t more : {std::int64_t{0}, std::int64_t{1} << 32}) {
+            const auto reply = document_from("{" + reading.reply + "}");
+            widen(*reply, more);
+            reply->addStringElement("type", "response");
+            reply->addInt32Element("code", 0);
+            const bool has_numbers =
+                reading.reply.find("Ind") != std::string::npos || reading.reply.find("State") != std::string::npos;
+            const std::string expected = has_numbers && more != 0 ? failed : reading.expected;
+            EXPECT_EQ(read(encoded(*reply), reading.read), reading.reply == video ? "0:" : expected);
+        }
+    }
+    const auto reply = document_from("{'type':'response','value':'abc'}");
+    reply->elementList.push_back(new bsonElement("code", std::int64_t{0}));
+    EXPECT_EQ(read(encoded(*reply), [] { return read_option(8); }), failed);
+}
+
 // A type byte that no element has ends the decoding of its document; what was wanted from it is missing then.
 TEST(Replies, documentsWithUnknownTypesFailTheCallsThatReadThem) {
     for (const int level : {0, 1, 2}) {  // the list, a component, a triple
