@@ -11,14 +11,6 @@
 namespace lutc_bson {
 namespace {
 
-bool is_known_type(bson_type t) {
-    return (t >= bson_type::real && t <= bson_type::int64) || t == bson_type::max_key || t == bson_type::min_key;
-}
-
-bool decodes_to_null(bson_type t) {
-    return t == bson_type::null || t == bson_type::undefined || t == bson_type::max_key || t == bson_type::min_key;
-}
-
 // Room for a few elements at once: most documents need no more, and the others grow from there.
 void reserve_for_first_elements(bsonDocument& document) {
     constexpr std::uint32_t few = 4;
@@ -32,7 +24,10 @@ void reserve_for_first_elements(bsonDocument& document) {
 class decoder {
   public:
     decoder(bsonDocument& root, bool validated)
-        : bytes_(root.message), here_{&root, root.messageSize - 1}, validated_(validated) {
+        : bytes_(root.message),
+          end_(root.message + root.messageSize),
+          here_{&root, root.messageSize - 1},
+          validated_(validated) {
         reserve_for_first_elements(root);
     }
 
@@ -61,20 +56,21 @@ class decoder {
     }
 
     bool decode_element() {
-        const bson_type t{bytes_[position_]};
+        const std::uint8_t type = bytes_[position_];
+        const layout& l = layout_of(type);
         const unsigned char* const key = bytes_ + position_ + 1;
-        const auto* const key_end = static_cast<const unsigned char*>(std::memchr(key, 0, here_.last - position_ - 1));
-        if (key_end == nullptr || !is_known_type(t)) return false;
+        const unsigned char* const key_end = find_key_end(key, bytes_ + here_.last, end_);
+        if (key_end == nullptr || l.body == shape::unknown) return false;
 
         extent value;
         const auto body = static_cast<std::uint32_t>(key_end + 1 - bytes_);
-        if (!find_extent(bytes_, t, body, here_.last, value)) return false;
+        if (!find_extent(bytes_, l, body, here_.last, value)) return false;
         const std::uint32_t size = value.end - value.begin;
 
         std::unique_ptr<bsonElement> element(elements_.make());
-        element->valueType = byte_of(decodes_to_null(t) ? bson_type::null : t);
+        element->valueType = l.body == shape::empty ? byte_of(bson_type::null) : type;
         element->key.assign(reinterpret_cast<const char*>(key), static_cast<std::size_t>(key_end - key));
-        if (is_document_type(t)) {
+        if (l.body == shape::document) {
             element->documentValue = documents_.make();
             element->documentValue->message = bytes_ + value.begin;
             element->documentValue->messageSize = size;
@@ -102,6 +98,7 @@ class decoder {
     }
 
     unsigned char* bytes_;
+    const unsigned char* end_;
     open_document here_;
     std::uint32_t position_ = 4;
     std::vector<open_document> above_;

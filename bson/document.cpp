@@ -7,7 +7,7 @@
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/tree_walk.h"
-#include "bson/wire_format.h"
+#include "bson/validator.h"
 
 using namespace lutc_bson;
 
@@ -177,6 +177,10 @@ bsonDocument* bsonDocument::getCopy() const {
     copier target{copy.get()};
     walk_tree(*this, target);
     return copy.release();
+}
+
+bool bsonDocument::isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
+    return validate(bytes, size, isArray).broken == rule::none;
 }
 
 bsonElement* bsonDocument::getElementWithKey(const std::string& key, std::int32_t occurrence) const noexcept {

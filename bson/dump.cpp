@@ -16,37 +16,9 @@ void indent(std::int32_t level) {
     for (; level > 0; --level) std::putchar('\t');
 }
 
-struct kind {
-    bson_type value_type;
-    const char* name;
-};
-
-constexpr kind kinds[] = {
-    {bson_type::real, "double"},
-    {bson_type::string, "string"},
-    {bson_type::document, "embedded document"},
-    {bson_type::array, "array document"},
-    {bson_type::binary, "binary"},
-    {bson_type::undefined, "undefined"},
-    {bson_type::object_id, "object id"},
-    {bson_type::boolean, "boolean"},
-    {bson_type::utc, "utc"},
-    {bson_type::null, "null"},
-    {bson_type::regular_expression, "regular expression"},
-    {bson_type::db_pointer, "db pointer"},
-    {bson_type::javascript, "javascript"},
-    {bson_type::symbol, "deprecated"},
-    {bson_type::javascript_with_scope, "javascript with scope"},
-    {bson_type::int32, "int32"},
-    {bson_type::timestamp, "timestamp"},
-    {bson_type::int64, "int64"},
-    {bson_type::max_key, "max key"},
-    {bson_type::min_key, "min key"},
-};
-
 std::string kind_of(const bsonElement& element) {
-    const auto* const known = std::find_if(std::begin(kinds), std::end(kinds),
-                                           [&](const kind& k) { return element.valueType == k.value_type; });
+    const auto* const known =
+        std::find_if(std::begin(kinds), std::end(kinds), [&](const kind& k) { return element.valueType == k.type; });
     if (known == std::end(kinds)) return "unknown";
     if (element.valueType != bson_type::binary) return known->name;
     return "binary [length=" + std::to_string(static_cast<std::int32_t>(element.valueSize)) + "]";
@@ -103,7 +75,7 @@ struct printer {
     const bsonDocument* visit(const bsonElement& element) {
         indent(mark);
         print_line(element);
-        if (!is_document_type(bson_type{element.valueType}) || element.documentValue == nullptr) return nullptr;
+        if (!is_document_type(element.valueType) || element.documentValue == nullptr) return nullptr;
         ++mark;
         return element.documentValue;
     }

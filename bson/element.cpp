@@ -89,7 +89,7 @@ bsonElement::bsonElement(std::uint8_t raw_type, const std::string& name, const u
     valueType = raw_type;
     binarySubtype = subtype;
     ownsValue = copy;
-    if (is_document_type(bson_type{raw_type})) {
+    if (is_document_type(raw_type)) {
         documentValue = new bsonDocument(bytes, size, true, true);
         return;
     }

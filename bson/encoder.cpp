@@ -10,27 +10,16 @@
 namespace lutc_bson {
 namespace {
 
-// The body's length fields and subtype: what stands between the key and the value bytes.
-std::uint32_t body_head_size(bson_type t) {
-    switch (t) {
-        case bson_type::string:
-        case bson_type::db_pointer:
-        case bson_type::javascript:
-        case bson_type::symbol:
-            return 4;
-        case bson_type::binary:
-            return 5;
-        default:
-            return 0;
-    }
-}
-
 std::uint32_t body_value_size(const bsonElement& element) {
     return element.valueType == bson_type::null ? 0 : readable_size(element);
 }
 
+std::uint64_t body_size(const bsonElement& element) {
+    return std::uint64_t{layout_of(element.valueType).head} + body_value_size(element);
+}
+
 const bsonDocument* document_to_encode(const bsonElement& element) {
-    if (!is_document_type(bson_type{element.valueType})) return nullptr;
+    if (!is_document_type(element.valueType)) return nullptr;
     if (element.documentValue == nullptr) {
         throw std::invalid_argument("element \"" + element.key + "\" carries no document");
     }
@@ -45,9 +34,7 @@ struct measurer {
     const bsonDocument* visit(const bsonElement& element) {
         const bsonDocument* const inner = document_to_encode(element);
         total += 1 + element.key.size() + 1;
-        total += inner != nullptr
-                     ? empty_document_size
-                     : std::uint64_t{body_head_size(bson_type{element.valueType})} + body_value_size(element);
+        total += inner != nullptr ? empty_document_size : body_size(element);
         if (total > UINT32_MAX) throw std::length_error("the encoded document is longer than 32 bits can say");
         return inner;
     }
@@ -71,7 +58,7 @@ class writer {
     const bsonDocument* visit(const bsonElement& element) {
         *at_++ = element.valueType;
         put(element.key.c_str(), element.key.size() + 1);
-        if (is_document_type(bson_type{element.valueType})) {
+        if (is_document_type(element.valueType)) {
             mark = static_cast<std::uint32_t>(at_ - start_);
             at_ += 4;
             return element.documentValue;
@@ -102,12 +89,11 @@ class writer {
     }
 
     void put_head(const bsonElement& element) {
-        const std::uint32_t head_size = body_head_size(bson_type{element.valueType});
-        if (head_size == 0) return;
-        const std::uint32_t uncounted = element.valueType == bson_type::db_pointer ? object_id_size : 0;
-        store32(at_, readable_size(element) - uncounted);
-        if (head_size == 5) at_[4] = element.binarySubtype;
-        at_ += head_size;
+        const layout& l = layout_of(element.valueType);
+        if (l.head == 0) return;
+        store32(at_, readable_size(element) - (l.size - l.head));  // less what the length doesn't count
+        if (l.body == shape::bytes) at_[4] = element.binarySubtype;
+        at_ += l.head;
     }
 
     unsigned char* start_;

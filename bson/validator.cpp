@@ -1,3 +1,5 @@
+#include "bson/validator.h"
+
 #include <vector>
 
 #include <lutc/bsonDocument.h>
@@ -5,13 +7,6 @@
 
 namespace lutc_bson {
 namespace {
-
-// A document that is being read.
-struct open_document {
-    std::uint32_t last;   // where its terminating byte stands
-    std::uint32_t index;  // of the next element
-    bool is_array;        // the keys must be the indices
-};
 
 bool is_space(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -28,74 +23,117 @@ bool key_reads_as(const unsigned char* key, std::uint32_t index) {
     return number == index && (!negative || number == 0);
 }
 
-// Whether size bytes from start begin and end as a document does; their elements are checked elsewhere.
-bool is_framed(const unsigned char* bytes, std::uint32_t start, std::uint64_t size) {
-    return size >= empty_document_size && load32(bytes + start) == size && bytes[start + size - 1] == 0;
+// A document that is being read.
+struct open_document {
+    std::uint32_t last;   // where its terminating byte stands
+    std::uint32_t index;  // of the next element
+    bool is_array;        // the keys must be the indices
+};
+
+[[gnu::cold]] verdict refuse(rule broken, std::uint32_t position, std::uint32_t room = 0) {
+    return {broken, position, room, 0};
 }
 
-// Where the document inside an element starts: an embedded one, or the scope of javascript. False when its
-// length fields leave no place for it.
-bool find_inner_document(const unsigned char* bytes, bson_type t, const extent& value, std::uint32_t& start) {
-    start = value.begin;
-    if (t != bson_type::javascript_with_scope) return true;
-    const std::uint32_t size = value.end - value.begin;
-    if (size < 8 || load32(bytes + value.begin + 4) > size - 8) return false;
-    start += 8 + load32(bytes + value.begin + 4);
-    return true;
+// Whether size bytes from start begin and end as a document does.
+verdict check_frame(const unsigned char* bytes, std::uint32_t start, std::uint32_t size) {
+    if (size < empty_document_size) return refuse(rule::smallest_size, start, size);
+    if (load32(bytes + start) != size) return refuse(rule::length, start, size);
+    const std::uint32_t last = start + size - 1;
+    return bytes[last] == 0 ? verdict() : refuse(rule::last_byte, last);
 }
 
-// Whether the contents of a value are as its type demands. An inner document is not looked at.
-bool is_content_valid(const unsigned char* bytes, bson_type t, const extent& value) {
-    switch (t) {
-        case bson_type::boolean:
-            return bytes[value.begin] <= 1;
-        case bson_type::string:
-        case bson_type::javascript:
-        case bson_type::symbol:
-            return bytes[value.end - 1] == 0;  // of an empty one: the last byte of its length, 0
-        case bson_type::db_pointer:
-            return bytes[value.end - object_id_size - 1] == 0;
+// Whether the contents of a value are as its kind demands. Of what holds a document, value becomes the document's
+// extent; its elements are not looked at.
+verdict check_content(const unsigned char* bytes, const layout& l, extent& value) {
+    switch (l.body) {
+        case shape::boolean:
+            if (bytes[value.begin] > 1) return refuse(rule::boolean, value.begin);
+            return {};
+        case shape::text: {
+            const std::uint32_t last = value.end - (l.size - l.head) - 1;  // of an empty one, the last of its length
+            if (bytes[last] != 0) return refuse(rule::text_end, last);
+            return {};
+        }
+        case shape::scope: {
+            const std::uint32_t size = value.end - value.begin;
+            const std::uint32_t code = load32(bytes + value.begin + 4);
+            if (size < 8 || code > size - 8) return refuse(rule::code_length, value.begin + 4);
+            value.begin += 8 + code;
+            return check_frame(bytes, value.begin, value.end - value.begin);
+        }
+        case shape::document:
+            return check_frame(bytes, value.begin, value.end - value.begin);
         default:
-            return true;
+            return {};
     }
 }
 
-bool are_elements_valid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
+verdict check_elements(const unsigned char* bytes, std::uint32_t size, bool isArray) {
     std::vector<open_document> above;
     open_document here{size - 1, 0, isArray};
     std::uint32_t position = 4;
+    std::uint32_t unknown = 0;
     for (;;) {
         while (position == here.last) {
-            if (above.empty()) return true;
+            if (above.empty()) return {rule::none, 0, 0, unknown};
             position = here.last + 1;
             here = above.back();
             above.pop_back();
         }
-        const bson_type t{bytes[position]};
+        const std::uint8_t type = bytes[position];
+        const layout& l = layout_of(type);
         const unsigned char* const key = bytes + position + 1;
-        const auto* const key_end = static_cast<const unsigned char*>(std::memchr(key, 0, here.last - position - 1));
-        if (key_end == nullptr) return false;
-        if (here.is_array && !key_reads_as(key, here.index++)) return false;
+        const unsigned char* const key_end = find_key_end(key, bytes + here.last, bytes + size);
+        if (key_end == nullptr) return refuse(rule::key_end, position + 1);
+        if (here.is_array && !key_reads_as(key, here.index++)) return refuse(rule::array_key, position + 1);
 
         extent value;
         const auto body = static_cast<std::uint32_t>(key_end + 1 - bytes);
-        if (!find_extent(bytes, t, body, here.last, value) || !is_content_valid(bytes, t, value)) return false;
+        if (!find_extent(bytes, l, body, here.last, value)) return refuse(rule::body_end, body, here.last - body);
+        const verdict content = check_content(bytes, l, value);
+        if (content.broken != rule::none) return content;
+        if (l.body == shape::unknown && unknown == 0) unknown = position;
         position = value.end;
-
-        if (!is_document_type(t) && t != bson_type::javascript_with_scope) continue;
-        std::uint32_t inner;
-        if (!find_inner_document(bytes, t, value, inner) || !is_framed(bytes, inner, value.end - inner)) return false;
+        if (l.body < shape::document) continue;
         above.push_back(here);
-        here = {value.end - 1, 0, t == bson_type::array};
-        position = inner + 4;
+        here = {value.end - 1, 0, type == bson_type::array};
+        position = value.begin + 4;
     }
 }
 
 }  // namespace
-}  // namespace lutc_bson
 
-bool bsonDocument::isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray) {
-    using namespace lutc_bson;
-    return bytes != nullptr && size >= empty_document_size && is_framed(bytes, 0, size) &&
-           are_elements_valid(bytes, size, isArray);
+verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray) {
+    if (bytes == nullptr) return refuse(rule::smallest_size, 0);
+    const verdict frame = check_frame(bytes, 0, size);
+    return frame.broken == rule::none ? check_elements(bytes, size, isArray) : frame;
 }
+
+std::string path_to(const unsigned char* bytes, std::uint32_t size, std::uint32_t position) {
+    std::string path;
+    std::uint32_t at = 4;
+    std::uint32_t last = size - 1;
+    while (at <= position && position < last) {
+        const layout& l = layout_of(bytes[at]);
+        const unsigned char* const key = bytes + at + 1;
+        const unsigned char* const key_end = find_key_end(key, bytes + last, bytes + size);
+        if (key_end == nullptr) return path;
+        extent value{};
+        const bool ends = find_extent(bytes, l, static_cast<std::uint32_t>(key_end + 1 - bytes), last, value);
+        if (ends && value.end <= position) {
+            at = value.end;
+            continue;
+        }
+        path += (path.empty() ? "" : ".") + std::string(key, key_end);
+        if (!ends || l.body < shape::document) return path;
+        if (l.body == shape::scope) {
+            if (position < value.begin + 8) return path;
+            value.begin += 8 + load32(bytes + value.begin + 4);
+        }
+        at = value.begin + 4;
+        last = value.end - 1;
+    }
+    return path;
+}
+
+}  // namespace lutc_bson

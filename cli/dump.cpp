@@ -1,81 +1,91 @@
 // lutc dump
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include <lutc/bsonDocument.h>
-#include "cli/bson_diagnosis.h"
+#include "bson/validator.h"
+#include "bson/wire_format.h"
 #include "cli/commands.h"
+#include "cli/document_json.h"
 #include "cli/files.h"
 #include "cli/output.h"
 
 namespace lutc_cli {
 namespace {
 
-using nlohmann::ordered_json;
+using lutc_bson::rule;
+using lutc_bson::verdict;
 
 constexpr std::size_t document_limit = 256u << 20;
 
-// What the document's own dump writes to standard output, caught in a file.
-std::string caught_dump(const bsonDocument& document) {
-    std::fflush(stdout);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
-    const int terminal = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    if (!file || terminal < 0 || dup2(fileno(file.get()), STDOUT_FILENO) < 0) {
-        throw Failure(exit_refused, "no temporary file for the dump");
+// A message on the way through the command.
+struct input {
+    std::string path;
+    std::vector<unsigned char> bytes;
+
+    std::uint32_t size() const { return static_cast<std::uint32_t>(bytes.size()); }
+};
+
+// Why the message is not valid. A rule that speaks of a length finds it at the verdict's position.
+std::string describe(const verdict& found, const unsigned char* at) {
+    const std::string room = std::to_string(found.room);
+    switch (found.broken) {
+        case rule::smallest_size:
+            return "a document has at least 5 bytes; here are " + room;
+        case rule::length:
+            return "the length says " + std::to_string(lutc_bson::load32(at)) + " bytes; there are " + room;
+        case rule::last_byte:
+            return "the document does not end with a zero byte";
+        case rule::key_end:
+            return "the key of this element does not end before its document does";
+        case rule::array_key:
+            return "the key is not the index of this element in its array";
+        case rule::body_end:
+            return "the value does not end before its document does; " + room + " bytes are left for it";
+        case rule::boolean:
+            return "a boolean is 0 or 1";
+        case rule::text_end:
+            return "the text does not end with a zero byte";
+        case rule::code_length:
+            return "the code leaves no room for its scope";
+        default:
+            return {};
     }
-    document.debugPrint(0);
-    const bool written = std::fflush(stdout) == 0;
-    dup2(terminal, STDOUT_FILENO);
-    close(terminal);
-    if (!written) throw Failure(exit_refused, "the dump can't be written to a temporary file");
-    std::rewind(file.get());
-    std::string text;
-    char buffer[1 << 14];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, file.get())) text.append(buffer, count);
-    return text;
 }
 
-ordered_json lines_of(const std::string& text) {
-    ordered_json lines = ordered_json::array();
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = text.find('\n', begin);
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end == std::string::npos ? text.size() : end + 1;
-    }
-    return lines;
-}
-
-Failure defective(const std::string& path, const Defect& defect, const char* consequence) {
-    return Failure(exit_usage,
-                   path + ": at byte " + std::to_string(defect.position) + ": " + defect.reason + consequence);
+Failure defective(const input& message, std::uint32_t position, const std::string& reason) {
+    constexpr std::size_t shown = 200;  // of a path that may be as long as the message
+    std::string path = lutc_bson::path_to(message.bytes.data(), message.size(), position);
+    if (path.size() > shown) path = "..." + path.substr(path.size() - shown);
+    if (!path.empty()) path = "element '" + path + "': ";
+    return Failure(exit_usage, message.path + ": at byte " + std::to_string(position) + ": " + path + reason);
 }
 
 void dump(const Context& context, const std::string& file) {
-    const std::vector<unsigned char> bytes = read_file(file, document_limit);
-    const std::string path = file == "-" ? "standard input" : file;
-    const auto size = static_cast<std::uint32_t>(bytes.size());
-    if (!bsonDocument::isMessageValid(bytes.data(), size, false)) {
-        const auto defect = find_defect(bytes.data(), bytes.size());
-        throw defective(path, defect.value_or(Defect{0, "is no BSON document"}), "");
+    const input message{file == "-" ? "standard input" : file, read_file(file, document_limit)};
+    const unsigned char* const bytes = message.bytes.data();
+    const verdict found = lutc_bson::validate(bytes, message.size(), false);
+    if (found.broken != rule::none) {
+        throw defective(message, found.position, describe(found, bytes + found.position));
     }
-    bsonDocument document(bytes.data(), size, false, false);
-    if (document.convertMessageToElementList(true) != 1) {
-        const auto defect = find_unknown_type(bytes.data(), bytes.size());
-        throw defective(path, defect.value_or(Defect{0, "can't be decoded"}), "");
+
+    std::string unknown;
+    if (found.unknown_type != 0) {
+        char text[32];
+        std::snprintf(text, sizeof text, "type byte 0x%02X is unknown", unsigned{bytes[found.unknown_type]});
+        unknown = text;
     }
+    bsonDocument document(bytes, message.size(), false, false);
+    if (document.convertMessageToElementList(true) != 1) throw defective(message, found.unknown_type, unknown);
     if (context.json) {
-        print_result(context, {{"bytes", size}, {"dump", lines_of(caught_dump(document))}});
+        print_document_json(bytes, message.size());
     } else {
         document.debugPrint(0);
     }
     // An embedded document is decoded as far as it goes, without a word.
-    if (const auto unknown = find_unknown_type(bytes.data(), bytes.size())) {
-        throw defective(path, *unknown, "; the dump leaves out what follows in that embedded document");
+    if (!unknown.empty()) {
+        throw defective(message, found.unknown_type,
+                        unknown + "; the dump leaves out what follows in that embedded document");
     }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <lutc/bsonDocument.h>
+#include "bson/validator.h"
 #include "tests/support/documents.h"
 
 namespace {
@@ -143,6 +144,36 @@ TEST(Validation, arrayKeysAreReadAsNumbers) {
         }
         EXPECT_EQ(valid(wrapped(elements), true), row.expected) << named;
         EXPECT_TRUE(valid(wrapped(elements), false)) << named;
+    }
+}
+
+TEST(Validation, saysWhereAndWhy) {
+    using lutc_bson::rule;
+    const struct {
+        std::string bytes;
+        rule broken;
+        std::uint32_t position;
+        const char* path;
+    } rows[] = {
+        {from_hex("05000000"), rule::smallest_size, 0, ""},
+        {from_hex("06000000 00"), rule::length, 0, ""},
+        {from_hex("05000000 01"), rule::last_byte, 4, ""},
+        {wrapped(from_hex("0A 6B00 0A 6B")), rule::key_end, 8, ""},
+        {wrapped(from_hex("04 6100 08000000 0A 3100 00")), rule::array_key, 12, "a.1"},
+        {wrapped(from_hex("0A 6900 03 6400 0A000000 10 6E00 0102 00")), rule::body_end, 17, "d.n"},
+        {wrapped(from_hex("03 6400 09000000 08 6200 02 00")), rule::boolean, 14, "d.b"},
+        {wrapped(from_hex("02 7300 02000000 6161")), rule::text_end, 12, "s"},
+        {wrapped(from_hex("0F 6B00 0F000000 FFFFFFFF FFFF 0500000000")), rule::code_length, 11, "k"},
+        {wrapped(from_hex("0F 6B00 0F000000 02000000 FFFF 0600000000")), rule::length, 17, "k"},
+        {wrapped(from_hex("0F 6B00 13000000 02000000 6600 09000000 08 6200 02 00")), rule::boolean, 24, "k.b"},
+        {wrapped(from_hex("03 6400 08000000 13 7800 00 14 6300")), rule::none, 11, "d.x"},  // the unknown type byte
+    };
+    for (const auto& row : rows) {
+        const auto found = lutc_bson::validate(bytes_of(row.bytes), size_of(row.bytes), false);
+        const std::uint32_t position = row.broken == rule::none ? found.unknown_type : found.position;
+        EXPECT_TRUE(found.broken == row.broken) << to_hex(row.bytes) << ": " << static_cast<int>(found.broken);
+        EXPECT_EQ(position, row.position) << to_hex(row.bytes);
+        EXPECT_EQ(lutc_bson::path_to(bytes_of(row.bytes), size_of(row.bytes), position), row.path);
     }
 }
 

@@ -2,6 +2,7 @@
 import json
 import os
 import pty
+import struct
 import subprocess
 import time
 import unittest
@@ -57,19 +58,54 @@ class Alone(WithFolder):
     def test_dump(self):
         whole = bytes.fromhex("0C00000010610001000000") + b"\0"
         self.assertEqual(self.expect(DONE, "dump", self.write("d.bson", whole)).stdout, "a:(int32)1\n")
-        self.assertEqual(json.loads(self.expect(DONE, "dump", "-", "--json", input=whole).stdout),
-                         {"bytes": 12, "dump": ["a:(int32)1"]})
         nested = bytes.fromhex("17000000 10 6100 01000000 03 6400 08000000 13 7800 00 00".replace(" ", ""))
-        result = self.expect(USAGE, "dump", "-", input=nested)
-        self.assertIn("at byte 18: element 'x': type byte 0x13 is unknown", result.stderr)
-        self.assertEqual(result.stdout, "a:(int32)1\nd:(embedded document){\n}\n")
+        for option, shown in [([], "a:(int32)1\nd:(embedded document){\n}\n"), (["--json"], '{"a":1,"d":{}}\n')]:
+            result = self.expect(USAGE, "dump", "-", *option, input=nested)
+            self.assertIn("at byte 18: element 'd.x': type byte 0x13 is unknown", result.stderr)
+            self.assertEqual(result.stdout, shown)
         for broken, complaint in [
                 (whole + b"\0", "at byte 0: the length says 12 bytes; there are 13"),
+                (b"\x10\0\0\0\x04a\0\x08\0\0\0\n1\0\0\0", "at byte 12: element 'a.1': the key is not the index"),
                 (b"\x08\0\0\0\x13x\0\0", "at byte 4: element 'x': type byte 0x13 is unknown")]:
             result = self.expect(USAGE, "dump", "-", input=broken)
             self.assertIn("standard input: " + complaint, result.stderr)
             self.assertEqual(result.stdout, "")
         self.expect(REFUSED, "dump", self.path("absent"))
+
+    def test_dump_as_json(self):
+        expected = []
+        elements = b""
+        for kind, body, shown in [
+                (0x01, struct.pack("<d", 1), "1.0"),
+                (0x01, struct.pack("<d", float("-inf")), '{"$numberDouble":"-Infinity"}'),
+                (0x02, b"\5\0\0\0\"\n\xFFx\0", '"\\"\\n\ufffdx"'),
+                (0x03, b"\x08\0\0\0\n\x01\0\0", '{"\\u0001":null}'),
+                (0x04, b"\x0B\0\0\0\n0\0\n1\0\0", "[null,null]"),
+                (0x05, b"\4\0\0\0\x80\xFF\0\1\2", '{"$binary":{"base64":"/wABAg==","subType":"80"}}'),
+                (0x06, b"", '{"$undefined":true}'),
+                (0x07, bytes(range(12)), '{"$oid":"000102030405060708090a0b"}'),
+                (0x08, b"\1", "true"),
+                (0x09, struct.pack("<q", 1356351330501), '{"$date":"2012-12-24T12:15:30.501Z"}'),
+                (0x09, struct.pack("<q", -1), '{"$date":{"$numberLong":"-1"}}'),
+                (0x0A, b"", "null"),
+                (0x0B, b"a.*\0i\0", '{"$regularExpression":{"pattern":"a.*","options":"i"}}'),
+                (0x0C, b"\3\0\0\0ns\0" + bytes(12), '{"$dbPointer":{"$ref":"ns","$id":{"$oid":"%s"}}}' % ("00" * 12)),
+                (0x0D, b"\2\0\0\0x\0", '{"$code":"x"}'),
+                (0x0E, b"\2\0\0\0x\0", '{"$symbol":"x"}'),
+                (0x0F, b"\x12\0\0\0\2\0\0\0x\0\x08\0\0\0\n1\0\0", '{"$code":"x","$scope":{"1":null}}'),
+                (0x10, struct.pack("<i", -7), "-7"),
+                (0x11, struct.pack("<II", 2, 1), '{"$timestamp":{"t":1,"i":2}}'),
+                (0x12, struct.pack("<q", -2 ** 63), "-9223372036854775808"),
+                (0x7F, b"", '{"$maxKey":1}'),
+                (0xFF, b"", '{"$minKey":1}')]:
+            elements += bytes([kind]) + b"k\0" + body
+            expected.append('"k":' + shown)
+        whole = struct.pack("<I", len(elements) + 5) + elements + b"\0"
+        self.assertEqual(self.expect(DONE, "dump", "-", "--json", input=whole).stdout, "{" + ",".join(expected) + "}\n")
+        depth = 20000
+        deep = b"".join(struct.pack("<I", 5 + 8 * left) + (b"\3a\0" if left else b"") for left in range(depth, -1, -1))
+        self.assertEqual(self.expect(DONE, "dump", "-", "--json", input=deep + b"\0" * (depth + 1)).stdout,
+                         '{"a":' * depth + "{}" + "}" * depth + "\n")
 
 
 class Device(WithSimulator):

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <lutc/bsonDocument.h>
+#include "bson/validator.h"
 #include "tests/fuzz/target.h"
 #include "tests/support/check.h"
 
@@ -166,6 +167,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t leng
     const bool valid = bsonDocument::isMessageValid(data, size, false);
     const bool same = expected.is_valid(0, length, false) == valid;
     CHECK(same || expected.too_deep);
+    const lutc_bson::verdict found = lutc_bson::validate(data, size, false);
+    CHECK(found.position <= size && (found.unknown_type != 0 || !valid || !expected.unknown_anywhere));
+    CHECK(lutc_bson::path_to(data, size, valid ? found.unknown_type : found.position).size() <= size);
     CHECK(expected_array.is_valid(0, length, true) == bsonDocument::isMessageValid(data, size, true) ||
           expected_array.too_deep);
 
