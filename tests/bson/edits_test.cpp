@@ -18,7 +18,7 @@ TEST(Edits, addersAppendTheirKind) {
     document.addInt32Element(-5, 4);
     document.addDoubleElement("d", 0.5);
     document.addStringElement("s", "x");
-    document.addStringElement(0, "y");
+    document.addStringElement(0, static_cast<const char*>(nullptr));
     document.addStringElement("n", 5);
     document.addStringElement(-12, std::numeric_limits<std::int32_t>::min());
     document.addBinaryElement("y", bytes_of(bytes), 2);
@@ -28,7 +28,7 @@ TEST(Edits, addersAppendTheirKind) {
     document.addDocumentElement(7, new bsonDocument, false);
     document.addBooleanElement("b", false);
     EXPECT_EQ(text_of(document),
-              "{'b':true,'i':-1,'0':3,'-5':4,'d':0.5,'s':'x','0':'y','n':'5','-12':'-2147483648','y':'hex:0102',"
+              "{'b':true,'i':-1,'0':3,'-5':4,'d':0.5,'s':'x','0':'','n':'5','-12':'-2147483648','y':'hex:0102',"
               "'o':{'p':1},'a':[2],'7':{},'b':false}");
     EXPECT_EQ(document.message, nullptr);  // adding doesn't encode
 }

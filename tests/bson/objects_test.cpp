@@ -11,16 +11,46 @@
 
 namespace {
 
-// What is no plain value must not compile; it would become a boolean or another number.
+// One rule for what constructors and adders take. What they refuse would become a boolean or another number.
 template <class T>
-constexpr bool makes_element = std::is_constructible<bsonElement, const char*, T>::value;
-static_assert(makes_element<bool> && makes_element<std::int32_t> && makes_element<std::int64_t> &&
-              makes_element<double> && makes_element<const char*> && makes_element<std::string>);
-static_assert(makes_element<long long> && makes_element<float>);
-static_assert(!makes_element<void*> && !makes_element<const int*> && !makes_element<std::uint32_t> &&
-              !makes_element<std::uint64_t> && !makes_element<char> && !makes_element<std::nullptr_t>);
-static_assert(!std::is_constructible<bsonElement, std::nullptr_t>::value);
-static_assert(!std::is_copy_constructible<bsonElement>::value && !std::is_copy_assignable<bsonDocument>::value);
+constexpr bool makes_element = std::is_constructible_v<bsonElement, const char*, T>;
+template <class T, class = void>
+constexpr bool adds_int32 = false;
+template <class T>
+constexpr bool
+    adds_int32<T, std::void_t<decltype(std::declval<bsonDocument&>().addInt32Element("k", std::declval<T>()))>> = true;
+template <class T, class = void>
+constexpr bool adds_string = false;
+template <class T>
+constexpr bool
+    adds_string<T, std::void_t<decltype(std::declval<bsonDocument&>().addStringElement(1, std::declval<T>()))>> = true;
+template <class T, class = void>
+constexpr bool adds_boolean = false;
+template <class T>
+constexpr bool
+    adds_boolean<T, std::void_t<decltype(std::declval<bsonDocument&>().addBooleanElement("k", std::declval<T>()))>> =
+        true;
+
+enum plain { first, second };
+enum class scoped { first };
+enum wide : std::uint32_t { third };
+using bit = std::vector<bool>::reference;
+
+template <class... T>
+constexpr bool are_int32 = ((makes_element<T> && adds_int32<T> && adds_string<T> && !adds_boolean<T>)&&...);
+template <class... T>
+constexpr bool are_no_int32 = ((!adds_int32<T> && (!adds_string<T> || std::is_convertible_v<T, std::string>)) && ...);
+template <class... T>
+constexpr bool are_refused = ((!makes_element<T> && !adds_string<T> && !adds_boolean<T>)&&...) && are_no_int32<T...>;
+static_assert(are_int32<std::int8_t, std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, plain>);
+static_assert(are_no_int32<bool, bit, std::int64_t, long long, float, double, const char*, std::string>);
+static_assert(are_refused<std::uint32_t, std::uint64_t, char, wchar_t, char16_t, long double, scoped, wide, void*,
+                          const int*, std::nullptr_t>);
+static_assert(makes_element<bool> && makes_element<bit> && makes_element<long long> && makes_element<float> &&
+              makes_element<std::int64_t> && makes_element<const char*> && makes_element<std::string>);
+static_assert(adds_boolean<bool> && adds_boolean<bit> && adds_string<const char*> && adds_string<std::string>);
+static_assert(!std::is_constructible_v<bsonElement, std::nullptr_t>);
+static_assert(!std::is_copy_constructible_v<bsonElement> && !std::is_copy_assignable_v<bsonDocument>);
 
 std::unique_ptr<bsonElement> raw(std::uint8_t type, const std::string& bytes, std::uint8_t subtype = 0) {
     return std::make_unique<bsonElement>(type, "k", bytes_of(bytes), size_of(bytes), true, subtype);
@@ -44,6 +74,10 @@ TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
         {{"k", true}, "08 00 01"},
         {{"k", std::int32_t{-2}}, "10 00 FEFFFFFF"},
         {{"k", std::int64_t{-2}}, "12 00 FEFFFFFFFFFFFFFF"},
+        {{"k", std::uint8_t{200}}, "10 00 C8000000"},
+        {{"k", second}, "10 00 01000000"},
+        {{"k", std::vector<bool>{true}[0]}, "08 00 01"},
+        {{"k", static_cast<const char*>(nullptr)}, "02 00 00"},
         {{"k", 1.0}, "01 00 000000000000F03F"},
         {{"k", "ab"}, "02 00 616200"},
         {{"k", inner}, "02 00 61006200"},
@@ -54,7 +88,7 @@ TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
         EXPECT_EQ(look(one.element), one.expected);
         EXPECT_TRUE(one.element.ownsValue && one.element.ownsDocument && !one.element.documentValue);
     }
-    EXPECT_EQ(made[7].element.getStringValue(), inner);
+    EXPECT_EQ(made[11].element.getStringValue(), inner);
 
     bsonElement element("k", new bsonDocument, true, true);
     EXPECT_EQ(look(element), "04 00 ");
@@ -67,7 +101,7 @@ TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
         {[](bsonElement& e) { e.setBoolValue(false); }, "08 00 00"},
         {[](bsonElement& e) { e.setInt64Value(1); }, "12 00 0100000000000000"},
         {[](bsonElement& e) { e.setDoubleValue(-0.0); }, "01 00 0000000000000080"},
-        {[](bsonElement& e) { e.setStringValue(""); }, "02 00 00"},
+        {[](bsonElement& e) { e.setStringValue(static_cast<const char*>(nullptr)); }, "02 00 00"},
         {[](bsonElement& e) { e.setStringValue(e.getStringValue() + e.key); }, "02 00 6B00"},
         {[](bsonElement& e) { e.setNullValue(); }, "0A 00 "},
     };

@@ -236,6 +236,12 @@ void sets(Set set) {
     }
 }
 
+template <class T>
+T* not_null(T* object) {
+    if (object == nullptr) throw std::bad_alloc();
+    return object;
+}
+
 // A method of a copy of the sample. The copy is made beforehand, with memory.
 template <class Method>
 void on_copy(Method method) {
@@ -270,6 +276,8 @@ const use<void> methods[] = {
     {"getStringValue", [] { sample.elementList[0]->getStringValue(); }},
     {"bsonElement::getCopy", [] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }},
     {"new bsonDocument", [] { delete new bsonDocument; }},
+    {"new (nothrow) bsonElement", [] { delete not_null(new (std::nothrow) bsonElement("k", long_text)); }},
+    {"new (nothrow) bsonDocument", [] { delete not_null(new (std::nothrow) bsonDocument); }},
     {"bsonDocument(bytes, ...)", [] { bsonDocument document(sample.message, sample.messageSize, true, true); }},
     {"bsonDocument::getCopy", [] { delete sample.getCopy(); }},
     {"isMessageValid", [] { bsonDocument::isMessageValid(sample.message, sample.messageSize, false); }},

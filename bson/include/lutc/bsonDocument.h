@@ -6,8 +6,8 @@
 //    (ownsValue, ownsMessage) says whether the object releases it. A buffer held with the flag clear is borrowed: its
 //    owner keeps it alive and unchanged for as long as the object refers to it. A null pointer with a size reads as
 //    no bytes.
-// 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding takes their memory
-//    in blocks of up to 256 objects; a block goes with the last of its objects.) A document owns the elements of its
+// 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding and copying take their
+//    memory in blocks of up to 256 objects; a block goes with the last of its objects.) A document owns the elements of its
 //    list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
 //    A document must not contain itself, directly or through elements that refer to it.
 // 3. The message and the element list of a document are independent. Encoding rewrites the message from the list,
@@ -20,13 +20,20 @@
 //    used by one thread at a time.
 // 6. Keys are free of zero bytes. They match when they have the same length and the same bytes. An occurrence counts
 //    the matching elements from 0 in list order; a negative occurrence matches nothing.
+// 7. Values. Constructors and adders take the same types and refuse all others when they are compiled, so that nothing
+//    becomes a boolean or another number unseen: a boolean is a bool or a reference into std::vector<bool>; an int32 is
+//    any integer that widens to it without loss, a plain enum included, but no character; an int64 is a signed integer
+//    of its size; a double is a double or a float; a text is whatever converts to std::string. A null const char* is
+//    the empty text; the literal nullptr is refused.
 #ifndef LUTC_BSON_BSONDOCUMENT_H
 #define LUTC_BSON_BSONDOCUMENT_H
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #if defined(__GNUC__)
@@ -66,41 +73,45 @@ constexpr bool operator!=(std::uint8_t byte, bson_type type) noexcept { return b
 
 namespace lutc_bson {
 
-// Whether T may be given as a plain value: the kinds that elements hold, and types that widen to one of them without
-// loss. Everything else (other pointers, unsigned and character types) is refused at compile time instead of
-// becoming a boolean or a changed number.
-template <class T>
-struct is_plain_value
-    : std::integral_constant<bool, std::is_same<T, bool>::value || std::is_same<T, std::int32_t>::value ||
-                                       std::is_same<T, std::int64_t>::value || std::is_same<T, double>::value ||
-                                       std::is_same<T, std::int16_t>::value || std::is_same<T, float>::value ||
-                                       (std::is_convertible<T, std::string>::value &&
-                                        !std::is_same<T, std::nullptr_t>::value)> {};
-
-// Signed integers that are neither int32_t nor int64_t but have the size of one of them, such as long long where
-// int64_t is long.
-template <class T>
-struct is_other_integer
-    : std::integral_constant<bool, std::is_integral<T>::value && std::is_signed<T>::value &&
-                                       (sizeof(T) == 4 || sizeof(T) == 8) && !std::is_same<T, std::int32_t>::value &&
-                                       !std::is_same<T, std::int64_t>::value && !std::is_same<T, wchar_t>::value> {};
+template <class T, class... Types>
+inline constexpr bool is_any_of = (std::is_same_v<T, Types> || ...);
 
 template <class T>
-using accept_other_integers = typename std::enable_if<is_other_integer<T>::value, int>::type;
+inline constexpr bool is_boolean = is_any_of<T, bool, std::vector<bool>::reference>;
 
-template <std::size_t size>
-using integer_of_size = typename std::conditional<size == 4, std::int32_t, std::int64_t>::type;
-
-template <class T>
-using refuse_other_values =
-    typename std::enable_if<!is_plain_value<typename std::decay<T>::type>::value && !is_other_integer<T>::value>::type;
-
-template <class T>
-using refuse_other_than_bool = typename std::enable_if<!std::is_same<typename std::decay<T>::type, bool>::value>::type;
+// The type in which the number T takes part in arithmetic; void when T is no number.
+template <class T, class = void>
+struct promoted {
+    using type = void;
+};
 
 template <class T>
-using refuse_other_numbers_than_int32 =
-    typename std::enable_if<std::is_arithmetic<T>::value && !std::is_same<T, std::int32_t>::value>::type;
+struct promoted<T, std::enable_if_t<is_any_of<T, signed char, unsigned char, short, unsigned short, int, unsigned, long,
+                                              unsigned long, long long, unsigned long long> ||
+                                    (std::is_enum_v<T> && std::is_convertible_v<T, long long>)>> {
+    using type = decltype(+std::declval<T>());
+};
+
+template <class T>
+inline constexpr bool is_int32 =
+    is_any_of<typename promoted<T>::type, int, std::conditional_t<sizeof(long) == 4, long, int>>;
+
+template <class T>
+inline constexpr bool is_int64 = !is_int32<T> && is_any_of<typename promoted<T>::type, long, long long>;
+
+template <class T>
+inline constexpr bool is_text = std::is_convertible_v<T, std::string> && !std::is_same_v<T, std::nullptr_t>;
+
+template <class T>
+inline constexpr bool is_value =
+    is_boolean<T> || is_int32<T> || is_int64<T> || is_any_of<T, double, float> || is_text<T>;
+
+template <bool refused>
+using refuse_if = std::enable_if_t<refused, int>;
+
+template <class T>
+using integer_of =
+    std::enable_if_t<is_int32<T> || is_int64<T>, std::conditional_t<is_int32<T>, std::int32_t, std::int64_t>>;
 
 }  // namespace lutc_bson
 
@@ -128,7 +139,9 @@ using refuse_other_numbers_than_int32 =
 //   0x7F  max key                 none; decoding turns it into null
 //   0xFF  min key                 none; decoding turns it into null
 //
-// The raw constructor accepts any type byte.
+// The raw constructor accepts any type byte and any bytes. Bytes that don't have the shape of their kind are encoded as
+// they are, and the message is then not valid. Decoding leaves value null where there are no bytes: for null, an empty
+// binary, and a text whose length on the wire is 0.
 class LUTC_BSON_EXPORT bsonElement {
   public:
     std::uint8_t valueType;       // the type byte of the table above
@@ -162,10 +175,9 @@ class LUTC_BSON_EXPORT bsonElement {
                 std::uint8_t subtype)
         : bsonElement(static_cast<std::uint8_t>(type), name, bytes, size, copy, subtype) {}
 
-    template <class T, lutc_bson::accept_other_integers<T> = 0>
-    bsonElement(const std::string& name, T number)
-        : bsonElement(name, static_cast<lutc_bson::integer_of_size<sizeof(T)>>(number)) {}
-    template <class T, class = lutc_bson::refuse_other_values<T>>
+    template <class T, class Integer = lutc_bson::integer_of<T>>
+    bsonElement(const std::string& name, T number) : bsonElement(name, static_cast<Integer>(number)) {}
+    template <class T, lutc_bson::refuse_if<!lutc_bson::is_value<T>> = 0>
     bsonElement(const std::string& key, T value) = delete;
     explicit bsonElement(std::nullptr_t) = delete;
 
@@ -176,7 +188,15 @@ class LUTC_BSON_EXPORT bsonElement {
     // Decoding makes elements and documents many at a time; delete takes them back one by one all the same.
     static void* operator new(std::size_t size);
     static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+        try {
+            return operator new(size);
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
     static void operator delete(void* element) noexcept;
+    static void operator delete(void* element, const std::nothrow_t&) noexcept { operator delete(element); }
 
     // Setters. Each releases the value held before and sets the kind; all but setBinaryValue set the subtype to 0.
     // The new value is stored in a buffer of its own. When memory runs out the element keeps its old value.
@@ -186,12 +206,15 @@ class LUTC_BSON_EXPORT bsonElement {
     void setInt64Value(std::int64_t value);
     void setDoubleValue(double value);
     void setStringValue(const std::string& value);  // inner zero bytes included; std::length_error from 4 GiB on
+    void setStringValue(const char* text) { setStringValue(std::string(text != nullptr ? text : "")); }
+    void setStringValue(std::nullptr_t) = delete;
     // copy set: the element owns a copy of the size bytes. copy clear: it borrows the bytes.
     void setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype);
-    // adopt set: the element destroys the document with its value. adopt clear: the caller keeps it alive.
+    // adopt set: the element destroys the document with its value. adopt clear: the caller keeps it alive. The document
+    // that the element has already is kept, not destroyed, when it is set again.
     void setDocumentValue(bsonDocument* document, bool adopt, bool isArray) noexcept;
 
-    template <class T, class = lutc_bson::refuse_other_than_bool<T>>
+    template <class T, lutc_bson::refuse_if<!lutc_bson::is_boolean<T>> = 0>
     void setBoolValue(T value) = delete;
 
     // Getters. None looks at the kind: each reads the stored bytes in the way that its name says, and gives 0, 0.0,
@@ -243,7 +266,15 @@ class LUTC_BSON_EXPORT bsonDocument {
 
     static void* operator new(std::size_t size);
     static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+        try {
+            return operator new(size);
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
     static void operator delete(void* document) noexcept;
+    static void operator delete(void* document, const std::nothrow_t&) noexcept { operator delete(document); }
 
     void clearMessage() noexcept;      // releases the message; the element list is untouched
     void clearElementList() noexcept;  // destroys every element and every embedded document that they own
@@ -264,15 +295,20 @@ class LUTC_BSON_EXPORT bsonDocument {
     // When memory runs out, this document keeps its message, and each embedded document has its old or its new one.
     void convertElementListToMessage();
 
-    // Whether the bytes are one complete, well-formed document. isArray: the keys must also be the element indices
-    // "0", "1", ... in order.
+    // Whether the bytes are one complete, well-formed document: a key that no zero byte ends is refused, a type byte that
+    // is not in the table above passes as a kind without a body, and so does a text of length 0, without a zero byte.
+    // isArray: the keys must also be the element indices "0", "1", ... in order, as arrays inside the document always
+    // must. They are read as numbers: white space and a sign may stand in front, reading stops at the first character that
+    // is no digit, and no digits are 0.
     static bool isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray);
 
     // Replaces the element list with the elements decoded from the message. Returns 1 on success; 0 when validate is
     // set and the message is not valid (the list is then empty), or at a type byte that is not in the table above
     // (the list then holds the elements before it). An embedded document with an unknown type byte keeps the elements
-    // before it and does not fail its parent. With validate clear the caller vouches that the bytes are well-formed;
-    // bodies that would reach past the message end the decoding with 0.
+    // before it and does not fail its parent. With validate clear the caller vouches that the bytes are well-formed:
+    // nothing outside the message is read, a key or a body that doesn't end before the message's last byte ends the
+    // decoding with 0, and embedded documents are validated all the same; one that isn't valid has no elements. Up to 5
+    // bytes are an empty document.
     // Every element owns a copy of its value bytes. Embedded documents borrow their message from this one's.
     std::int32_t convertMessageToElementList(bool validate);
 
@@ -298,11 +334,17 @@ class LUTC_BSON_EXPORT bsonDocument {
     void addDocumentElement(const std::string& key, bsonDocument* document, bool isArray);
     void addDocumentElement(std::int32_t index, bsonDocument* document, bool isArray);
 
-    template <class T, class = lutc_bson::refuse_other_than_bool<T>>
+    void addStringElement(const std::string& key, const char* text) {
+        addStringElement(key, std::string(text != nullptr ? text : ""));
+    }
+    void addStringElement(std::int32_t index, const char* text) {
+        addStringElement(index, std::string(text != nullptr ? text : ""));
+    }
+    template <class T, lutc_bson::refuse_if<!lutc_bson::is_boolean<T>> = 0>
     void addBooleanElement(const std::string& key, T value) = delete;
-    template <class Key, class T, class = lutc_bson::refuse_other_numbers_than_int32<T>>
+    template <class Key, class T, lutc_bson::refuse_if<!lutc_bson::is_int32<T>> = 0>
     void addInt32Element(const Key& key, T value) = delete;
-    template <class Key, class T, class = lutc_bson::refuse_other_numbers_than_int32<T>>
+    template <class Key, class T, lutc_bson::refuse_if<!lutc_bson::is_int32<T> && !lutc_bson::is_text<T>> = 0>
     void addStringElement(const Key& key, T value) = delete;
 
     // Typed getters. Each looks at the first element with the key alone. 1: the value was written. 0: no such
