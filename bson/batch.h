@@ -50,6 +50,34 @@ inline void delete_placed(void* object) noexcept {
     }
 }
 
+// Destroys many objects that are likely to come from the same blocks: counts before it leaves a block.
+template <class Object>
+class destroyer {
+  public:
+    destroyer() = default;
+    destroyer(const destroyer&) = delete;
+    destroyer& operator=(const destroyer&) = delete;
+    ~destroyer() { leave(); }
+
+    void destroy(Object* object) noexcept {
+        object->~Object();
+        block* const origin = slot_of(object)->origin;
+        if (origin == nullptr) return delete_placed(object);
+        if (origin != block_) leave();
+        block_ = origin;
+        ++users_;
+    }
+
+  private:
+    void leave() noexcept {
+        if (users_ > 0) leave_block(block_, users_);
+        users_ = 0;
+    }
+
+    block* block_ = nullptr;
+    std::uint32_t users_ = 0;
+};
+
 // Makes objects in blocks, small ones first.
 template <class Object>
 class batch {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 #include <lutc/bsonDocument.h>
 #include "bson/batch.h"
@@ -13,66 +14,44 @@ using namespace lutc_bson;
 
 namespace {
 
-// Documents that wait for their destruction, linked through their message pointers: their messages are gone
-// already, and a list of any length costs no memory.
-class doomed_documents {
+// Takes over what a document holds beside its elements.
+void copy_message(bsonDocument& copy, const bsonDocument& source) {
+    const bool copy_bytes = source.ownsMessage && source.message != nullptr && source.messageSize != 0;
+    copy.elementList.reserve(source.elementList.size());
+    copy.message = copy_bytes ? new_copy_of_bytes(source.message, source.messageSize) : source.message;
+    copy.messageSize = source.messageSize;
+    copy.ownsMessage = source.ownsMessage;
+}
+
+// Every element and document hangs in the copy as soon as it exists, so that an exception leaves nothing behind.
+class copier {
   public:
-    void add(bsonDocument* document) noexcept {
-        document->clearMessage();
-        document->message = reinterpret_cast<unsigned char*>(first_);
-        first_ = document;
-    }
-
-    bsonDocument* take() noexcept {
-        bsonDocument* const document = first_;
-        if (document != nullptr) {
-            first_ = reinterpret_cast<bsonDocument*>(document->message);
-            document->message = nullptr;
-        }
-        return document;
-    }
-
-  private:
-    bsonDocument* first_ = nullptr;
-};
-
-void destroy_elements(bsonDocument& document, doomed_documents& doomed) noexcept {
-    for (bsonElement* const element : document.elementList) {
-        if (element->ownsDocument && element->documentValue != nullptr) {
-            doomed.add(element->documentValue);
-            element->documentValue = nullptr;
-        }
-        delete element;
-    }
-    document.elementList.clear();
-}
-
-std::unique_ptr<bsonDocument> copy_without_elements(const bsonDocument& source) {
-    const bool copy_bytes = source.ownsMessage && source.message != nullptr;
-    auto copy = std::make_unique<bsonDocument>(source.message, source.messageSize, copy_bytes, false);
-    copy->ownsMessage = source.ownsMessage;
-    copy->elementList.reserve(source.elementList.size());
-    return copy;
-}
-
-// mark is the copy that the elements go to.
-struct copier {
-    bsonDocument* mark;
+    explicit copier(bsonDocument& copy) : here_(&copy) {}
 
     const bsonDocument* visit(const bsonElement& source) {
-        append(mark->elementList, copy_without_document(source));
+        append(here_->elementList, std::unique_ptr<bsonElement>(elements_.make()));
+        bsonElement& copy = *here_->elementList.back();
+        copy_without_document(copy, source);
         if (source.documentValue == nullptr) return nullptr;
-        bsonElement& copy = *mark->elementList.back();
         copy.ownsDocument = source.ownsDocument;
-        if (!source.ownsDocument) {
-            copy.documentValue = source.documentValue;
-            return nullptr;
-        }
-        mark = copy.documentValue = copy_without_elements(*source.documentValue).release();
+        copy.documentValue = source.ownsDocument ? documents_.make() : source.documentValue;
+        if (!source.ownsDocument) return nullptr;
+        copy_message(*copy.documentValue, *source.documentValue);
+        above_.push_back(here_);
+        here_ = copy.documentValue;
         return source.documentValue;
     }
 
-    void leave(const bsonElement&, bsonDocument*) {}
+    void leave(const bsonElement&) {
+        here_ = above_.back();
+        above_.pop_back();
+    }
+
+  private:
+    bsonDocument* here_;
+    std::vector<bsonDocument*> above_;
+    batch<bsonElement> elements_;
+    batch<bsonDocument> documents_;
 };
 
 template <class Matches>
@@ -163,18 +142,32 @@ void bsonDocument::clearMessage() noexcept {
     ownsMessage = true;
 }
 
+// Depth first, without recursion or memory: while an embedded document is destroyed, the element that holds it refers to
+// the document above instead.
 void bsonDocument::clearElementList() noexcept {
-    doomed_documents doomed;
-    destroy_elements(*this, doomed);
-    while (bsonDocument* const document = doomed.take()) {
-        destroy_elements(*document, doomed);
-        delete document;
+    bsonDocument* here = this;
+    bsonDocument* above = nullptr;
+    destroyer<bsonElement> elements;
+    destroyer<bsonDocument> documents;
+    for (;;) {
+        if (here->elementList.empty()) {
+            if (here == this) return;
+            documents.destroy(here);
+            here = above;
+            above = std::exchange(here->elementList.back()->documentValue, nullptr);
+        } else if (bsonElement& last = *here->elementList.back(); last.ownsDocument && last.documentValue != nullptr) {
+            above = std::exchange(here, std::exchange(last.documentValue, above));
+            continue;
+        }
+        elements.destroy(here->elementList.back());
+        here->elementList.pop_back();
     }
 }
 
 bsonDocument* bsonDocument::getCopy() const {
-    std::unique_ptr<bsonDocument> copy = copy_without_elements(*this);
-    copier target{copy.get()};
+    auto copy = std::make_unique<bsonDocument>();
+    copy_message(*copy, *this);
+    copier target(*copy);
     walk_tree(*this, target);
     return copy.release();
 }

@@ -68,20 +68,19 @@ void print_line(const bsonElement& element) {
     std::printf("%s:(%s)%s\n", element.key.c_str(), kind_of(element).c_str(), value_of(element).c_str());
 }
 
-// mark is the level of the lines.
 struct printer {
-    std::int32_t mark;
+    std::int32_t level;
 
     const bsonDocument* visit(const bsonElement& element) {
-        indent(mark);
+        indent(level);
         print_line(element);
         if (!is_document_type(element.valueType) || element.documentValue == nullptr) return nullptr;
-        ++mark;
+        ++level;
         return element.documentValue;
     }
 
-    void leave(const bsonElement& holder, std::int32_t level) {
-        indent(level - 1);
+    void leave(const bsonElement& holder) {
+        indent(--level);
         std::puts(holder.valueType == bson_type::array ? "]" : "}");
     }
 };
@@ -97,7 +96,6 @@ void bsonElement::debugPrint(std::int32_t level) const {
     printer out{level};
     const bsonDocument* const inner = out.visit(*this);
     if (inner == nullptr) return;
-    const std::int32_t inner_level = out.mark;
     walk_tree(*inner, out);
-    out.leave(*this, inner_level);
+    out.leave(*this);
 }

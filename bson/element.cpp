@@ -201,20 +201,20 @@ std::string bsonElement::getStringValue() const {
 }
 
 bsonElement* bsonElement::getCopy() const {
-    std::unique_ptr<bsonElement> copy = copy_without_document(*this);
+    auto copy = std::make_unique<bsonElement>();
+    copy_without_document(*copy, *this);
     if (documentValue != nullptr) {
-        copy->ownsDocument = ownsDocument;
         copy->documentValue = ownsDocument ? documentValue->getCopy() : documentValue;
+        copy->ownsDocument = ownsDocument;
     }
     return copy.release();
 }
 
-std::unique_ptr<bsonElement> lutc_bson::copy_without_document(const bsonElement& source) {
-    auto copy = std::make_unique<bsonElement>(source.key);
-    copy->valueType = source.valueType;
-    copy->binarySubtype = source.binarySubtype;
-    copy->value = stored_bytes(source.value, source.valueSize, source.ownsValue);
-    copy->valueSize = source.valueSize;
-    copy->ownsValue = source.ownsValue;
-    return copy;
+void lutc_bson::copy_without_document(bsonElement& copy, const bsonElement& source) {
+    copy.key = source.key;
+    copy.valueType = source.valueType;
+    copy.binarySubtype = source.binarySubtype;
+    copy.value = stored_bytes(source.value, source.valueSize, source.ownsValue);
+    copy.valueSize = source.valueSize;
+    copy.ownsValue = source.ownsValue;
 }

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "bson/element.h"
 #include "bson/tree_walk.h"
@@ -28,7 +29,6 @@ const bsonDocument* document_to_encode(const bsonElement& element) {
 
 // Lengths add up over all levels, so that the walk needs nothing but a total.
 struct measurer {
-    char mark = 0;
     std::uint64_t total = empty_document_size;
 
     const bsonDocument* visit(const bsonElement& element) {
@@ -39,7 +39,7 @@ struct measurer {
         return inner;
     }
 
-    void leave(const bsonElement&, char) {}
+    void leave(const bsonElement&) {}
 };
 
 void give_message(bsonDocument& document, malloc_ptr<unsigned char> bytes, std::uint32_t size) noexcept {
@@ -48,18 +48,16 @@ void give_message(bsonDocument& document, malloc_ptr<unsigned char> bytes, std::
     document.messageSize = size;
 }
 
-// Writes the documents one inside the other into one buffer; mark is where the current one starts.
+// Writes the documents one inside the other into one buffer.
 class writer {
   public:
-    std::uint32_t mark = 0;
-
-    writer(unsigned char* buffer, bool embedded_messages) : start_(buffer), at_(buffer + 4), keep_(embedded_messages) {}
+    writer(unsigned char* buffer, bool embedded_messages) : at_(buffer + 4), keep_(embedded_messages) {}
 
     const bsonDocument* visit(const bsonElement& element) {
         *at_++ = element.valueType;
         put(element.key.c_str(), element.key.size() + 1);
         if (is_document_type(element.valueType)) {
-            mark = static_cast<std::uint32_t>(at_ - start_);
+            embedded_.push_back(at_);
             at_ += 4;
             return element.documentValue;
         }
@@ -68,17 +66,19 @@ class writer {
         return nullptr;
     }
 
-    void leave(const bsonElement& holder, std::uint32_t document_start) {
-        const std::uint32_t size = finish(document_start);
+    void leave(const bsonElement& holder) {
+        const unsigned char* const bytes = embedded_.back();
+        const std::uint32_t size = finish(embedded_.back());
+        embedded_.pop_back();
         if (!keep_) return;
-        const unsigned char* const bytes = start_ + document_start;
         give_message(*holder.documentValue, malloc_ptr<unsigned char>(new_copy_of_bytes(bytes, size)), size);
     }
 
-    std::uint32_t finish(std::uint32_t document_start) {
+    // Ends the document that starts there; its size.
+    std::uint32_t finish(unsigned char* document) {
         *at_++ = 0;
-        const auto size = static_cast<std::uint32_t>(at_ - start_) - document_start;
-        store32(start_ + document_start, size);
+        const auto size = static_cast<std::uint32_t>(at_ - document);
+        store32(document, size);
         return size;
     }
 
@@ -96,9 +96,9 @@ class writer {
         at_ += l.head;
     }
 
-    unsigned char* start_;
     unsigned char* at_;
-    bool keep_;  // every embedded document gets a message of its own
+    std::vector<unsigned char*> embedded_;  // where the documents begin that have not ended, but for the outermost
+    bool keep_;                             // every embedded document gets a message of its own
 };
 
 encoded_document encode(const bsonDocument& document, bool embedded_messages) {
@@ -106,7 +106,7 @@ encoded_document encode(const bsonDocument& document, bool embedded_messages) {
     encoded_document result{malloc_ptr<unsigned char>(new_bytes(size)), size};
     writer out(result.bytes.get(), embedded_messages);
     walk_tree(document, out);
-    out.finish(0);
+    out.finish(result.bytes.get());
     return result;
 }
 

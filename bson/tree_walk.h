@@ -10,35 +10,27 @@
 namespace lutc_bson {
 
 // visitor.visit(element) is called for every element. It returns the embedded document to go into, or null.
-//
-// visitor.leave(holder, mark) is called behind the last element of the embedded document of holder.
-//
-// visitor.mark is what the visitor holds for the document that it is in. leave gets the one with which the document was
-// entered; afterwards it is the holding document's again.
+// visitor.leave(holder) is called behind the last element of the embedded document of holder.
 template <class Visitor>
 void walk_tree(const bsonDocument& root, Visitor& visitor) {
     struct place {
         const bsonDocument* document;
-        const bsonElement* holder;
         std::size_t next;
-        decltype(Visitor::mark) mark;
     };
     std::vector<place> above;
-    place here{&root, nullptr, 0, visitor.mark};
+    place here{&root, 0};
     for (;;) {
         if (here.next < here.document->elementList.size()) {
-            const bsonElement& element = *here.document->elementList[here.next++];
-            if (const bsonDocument* const inner = visitor.visit(element)) {
+            if (const bsonDocument* const inner = visitor.visit(*here.document->elementList[here.next++])) {
                 above.push_back(here);
-                here = {inner, &element, 0, visitor.mark};
+                here = {inner, 0};
             }
             continue;
         }
         if (above.empty()) return;
-        visitor.leave(*here.holder, here.mark);
         here = above.back();
         above.pop_back();
-        visitor.mark = here.mark;
+        visitor.leave(*here.document->elementList[here.next - 1]);
     }
 }
 
