@@ -18,18 +18,58 @@ unsigned char* stored_bytes(const unsigned char* bytes, std::uint32_t size, bool
     return const_cast<unsigned char*>(bytes);
 }
 
-void replace_value(bsonElement& element, bson_type type, unsigned char* bytes, std::uint32_t size) noexcept {
-    element.clearValue();
-    element.valueType = byte_of(type);
-    element.binarySubtype = 0;
-    element.value = bytes;
-    element.valueSize = size;
+// A value in a buffer of its own.
+struct stored_value {
+    bson_type type;
+    unsigned char* bytes;
+    std::uint32_t size;
+};
+
+stored_value store(bool value) {
+    unsigned char* const bytes = new_bytes(1);
+    bytes[0] = value ? 1 : 0;
+    return {bson_type::boolean, bytes, 1};
 }
 
-void replace_with8_bytes(bsonElement& element, bson_type type, std::uint64_t bits) {
+stored_value store(std::int32_t value) {
+    unsigned char* const bytes = new_bytes(4);
+    store32(bytes, static_cast<std::uint32_t>(value));
+    return {bson_type::int32, bytes, 4};
+}
+
+stored_value store(std::int64_t value) {
+    unsigned char* const bytes = new_bytes(8);
+    store64(bytes, static_cast<std::uint64_t>(value));
+    return {bson_type::int64, bytes, 8};
+}
+
+stored_value store(double value) {
+    static_assert(sizeof(double) == 8, "doubles are IEEE 754 binary64");
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
     unsigned char* const bytes = new_bytes(8);
     store64(bytes, bits);
-    replace_value(element, type, bytes, 8);
+    return {bson_type::real, bytes, 8};
+}
+
+// The text is followed by a zero byte, which is stored too.
+stored_value store(const char* text, std::size_t length) {
+    if (length >= UINT32_MAX) throw std::length_error("the string is longer than 32 bits can say");
+    unsigned char* const bytes = new_copy_of_bytes(reinterpret_cast<const unsigned char*>(text), length + 1);
+    return {bson_type::string, bytes, static_cast<std::uint32_t>(length + 1)};
+}
+
+// For an element that holds no bytes.
+void hold(bsonElement& element, const stored_value& value) noexcept {
+    element.valueType = byte_of(value.type);
+    element.binarySubtype = 0;
+    element.value = value.bytes;
+    element.valueSize = value.size;
+}
+
+void replace(bsonElement& element, const stored_value& value) noexcept {
+    element.clearValue();
+    hold(element, value);
 }
 
 }  // namespace
@@ -53,24 +93,28 @@ bsonElement::bsonElement(const std::string& name)
       binarySubtype(0),
       key(name) {}
 
-bsonElement::bsonElement(const std::string& name, bool new_value) : bsonElement(name) { setBoolValue(new_value); }
+bsonElement::bsonElement(const std::string& name, bool new_value) : bsonElement(name) { hold(*this, store(new_value)); }
 
 bsonElement::bsonElement(const std::string& name, std::int32_t new_value) : bsonElement(name) {
-    setInt32Value(new_value);
+    hold(*this, store(new_value));
 }
 
 bsonElement::bsonElement(const std::string& name, std::int64_t new_value) : bsonElement(name) {
-    setInt64Value(new_value);
+    hold(*this, store(new_value));
 }
 
-bsonElement::bsonElement(const std::string& name, double new_value) : bsonElement(name) { setDoubleValue(new_value); }
+bsonElement::bsonElement(const std::string& name, double new_value) : bsonElement(name) {
+    hold(*this, store(new_value));
+}
 
 bsonElement::bsonElement(const std::string& name, const std::string& new_value) : bsonElement(name) {
-    setStringValue(new_value);
+    hold(*this, store(new_value.c_str(), new_value.size()));
 }
 
-bsonElement::bsonElement(const std::string& name, const char* new_value)
-    : bsonElement(name, std::string(new_value != nullptr ? new_value : "")) {}
+bsonElement::bsonElement(const std::string& name, const char* new_value) : bsonElement(name) {
+    const char* const text = new_value != nullptr ? new_value : "";
+    hold(*this, store(text, std::strlen(text)));
+}
 
 bsonElement::bsonElement(const std::string& name, const unsigned char* bytes, std::uint32_t size, bool copy,
                          std::uint8_t subtype)
@@ -113,48 +157,29 @@ void bsonElement::clearValue() noexcept {
     ownsDocument = true;
 }
 
-void bsonElement::setNullValue() noexcept { replace_value(*this, bson_type::null, nullptr, 0); }
+void bsonElement::setNullValue() noexcept { replace(*this, {bson_type::null, nullptr, 0}); }
 
-void bsonElement::setBoolValue(bool new_value) {
-    unsigned char* const bytes = new_bytes(1);
-    bytes[0] = new_value ? 1 : 0;
-    replace_value(*this, bson_type::boolean, bytes, 1);
-}
+void bsonElement::setBoolValue(bool new_value) { replace(*this, store(new_value)); }
 
-void bsonElement::setInt32Value(std::int32_t new_value) {
-    unsigned char* const bytes = new_bytes(4);
-    store32(bytes, static_cast<std::uint32_t>(new_value));
-    replace_value(*this, bson_type::int32, bytes, 4);
-}
+void bsonElement::setInt32Value(std::int32_t new_value) { replace(*this, store(new_value)); }
 
-void bsonElement::setInt64Value(std::int64_t new_value) {
-    replace_with8_bytes(*this, bson_type::int64, static_cast<std::uint64_t>(new_value));
-}
+void bsonElement::setInt64Value(std::int64_t new_value) { replace(*this, store(new_value)); }
 
-void bsonElement::setDoubleValue(double new_value) {
-    static_assert(sizeof(double) == 8, "doubles are IEEE 754 binary64");
-    std::uint64_t bits;
-    std::memcpy(&bits, &new_value, sizeof bits);
-    replace_with8_bytes(*this, bson_type::real, bits);
-}
+void bsonElement::setDoubleValue(double new_value) { replace(*this, store(new_value)); }
 
 void bsonElement::setStringValue(const std::string& new_value) {
-    const std::size_t size = new_value.size() + 1;
-    if (size > UINT32_MAX) throw std::length_error("the string is longer than 32 bits can say");
-    replace_value(*this, bson_type::string,
-                  new_copy_of_bytes(reinterpret_cast<const unsigned char*>(new_value.c_str()), size),
-                  static_cast<std::uint32_t>(size));
+    replace(*this, store(new_value.c_str(), new_value.size()));
 }
 
 void bsonElement::setBinaryValue(const unsigned char* bytes, std::uint32_t size, bool copy, std::uint8_t subtype) {
-    replace_value(*this, bson_type::binary, stored_bytes(bytes, size, copy), size);
+    replace(*this, {bson_type::binary, stored_bytes(bytes, size, copy), size});
     ownsValue = copy;
     binarySubtype = subtype;
 }
 
 void bsonElement::setDocumentValue(bsonDocument* document, bool adopt, bool isArray) noexcept {
     if (document == documentValue) documentValue = nullptr;  // keeps a document that is set again
-    replace_value(*this, isArray ? bson_type::array : bson_type::document, nullptr, 0);
+    replace(*this, {isArray ? bson_type::array : bson_type::document, nullptr, 0});
     documentValue = document;
     ownsDocument = adopt;
 }

@@ -30,6 +30,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -247,6 +248,18 @@ class LUTC_BSON_EXPORT bsonElement {
     void debugPrint(std::int32_t level) const;
 };
 
+namespace lutc_bson {
+
+// Appends an element that the list then owns.
+inline void append(std::vector<bsonElement*>& list, std::unique_ptr<bsonElement> element) {
+    constexpr std::size_t few = 8;  // most documents that are built need no more
+    if (list.capacity() == 0) list.reserve(few);
+    list.push_back(element.get());
+    element.release();
+}
+
+}  // namespace lutc_bson
+
 // One document: its elements, and its encoded bytes (the message).
 class LUTC_BSON_EXPORT bsonDocument {
   public:
@@ -335,11 +348,9 @@ class LUTC_BSON_EXPORT bsonDocument {
     void addDocumentElement(std::int32_t index, bsonDocument* document, bool isArray);
 
     void addStringElement(const std::string& key, const char* text) {
-        addStringElement(key, std::string(text != nullptr ? text : ""));
+        lutc_bson::append(elementList, std::make_unique<bsonElement>(key, text));
     }
-    void addStringElement(std::int32_t index, const char* text) {
-        addStringElement(index, std::string(text != nullptr ? text : ""));
-    }
+    void addStringElement(std::int32_t index, const char* text) { addStringElement(std::to_string(index), text); }
     template <class T, lutc_bson::refuse_if<!lutc_bson::is_boolean<T>> = 0>
     void addBooleanElement(const std::string& key, T value) = delete;
     template <class Key, class T, lutc_bson::refuse_if<!lutc_bson::is_int32<T>> = 0>
