@@ -1,10 +1,10 @@
-#include "cli/arguments.h"
+#include "cli/command.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
 
-#include "cli/output.h"
+#include <lutc/lutc.h>
 
 namespace lutc_cli {
 namespace {
@@ -18,7 +18,7 @@ bool reads_as(const std::string& text, Number& value) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
-double read_number(const std::string& name, const std::string& text) {
+double read_number(const char* name, const std::string& text) {
     double value = 0.0;
     if (!reads_as(text, value) || !std::isfinite(value)) {
         throw CLI::ValidationError(name, "'" + text + "' is not a decimal number");
@@ -28,73 +28,109 @@ double read_number(const std::string& name, const std::string& text) {
 
 }  // namespace
 
-CLI::Option* add_integer(CLI::App& command, const std::string& name, int& value, int minimum,
-                         const std::string& description) {
+const argument& argument::require() const {
+    option_->required();
+    return *this;
+}
+
+const argument& argument::need(const argument& other) const {
+    option_->needs(other.option_);
+    return *this;
+}
+
+const argument& argument::exclude(const argument& other) const {
+    option_->excludes(other.option_);
+    return *this;
+}
+
+command command::add_group(const char* name, const char* description) const {
+    return command(app_->add_subcommand(name, description)->require_subcommand(1));
+}
+
+command command::add_command(const char* name, const char* description) const {
+    return command(app_->add_subcommand(name, description));
+}
+
+void command::call(std::function<void()> action) const { app_->callback(std::move(action)); }
+
+argument command::add_flag(const char* name, bool& value, const char* description) const {
+    return argument(app_->add_flag(name, value, description));
+}
+
+argument command::add_text(const char* name, std::string& value, const char* description) const {
+    return argument(app_->add_option(name, value, description));
+}
+
+argument command::add_text(const char* name, std::optional<std::string>& value, const char* description) const {
+    return argument(app_->add_option(name, value, description));
+}
+
+argument command::add_path(const char* name, std::string& path, const char* description) const {
+    // An empty path would be the current folder, which nobody means.
+    const auto fault = [](const std::string& text) { return text.empty() ? "must not be empty" : std::string(); };
+    return argument(app_->add_option(name, path, description)->required()->check(fault));
+}
+
+argument command::add_choice(const char* name, std::string& value, const std::vector<std::string>& choices,
+                             const char* description) const {
+    return argument(app_->add_option(name, value, description)->check(CLI::IsMember(choices)));
+}
+
+argument command::add_integer(const char* name, int& value, int minimum, const char* description) const {
     const auto read = [name, &value, minimum](const std::string& text) {
         if (!reads_as(text, value)) throw CLI::ValidationError(name, "'" + text + "' is not a whole number in range");
         if (value < minimum) {
             throw CLI::ValidationError(name, "'" + text + "' is less than " + std::to_string(minimum));
         }
     };
-    return command.add_option_function<std::string>(name, read, description)->type_name("N");
+    return argument(app_->add_option_function<std::string>(name, read, description)->type_name("N"));
 }
 
-CLI::Option* add_number(CLI::App& command, const std::string& name, double& value, const std::string& description) {
+argument command::add_number(const char* name, double& value, const char* description) const {
     const auto read = [name, &value](const std::string& text) { value = read_number(name, text); };
-    return command.add_option_function<std::string>(name, read, description)->type_name("NUMBER");
+    return argument(app_->add_option_function<std::string>(name, read, description)->type_name("NUMBER"));
 }
 
-CLI::Option* add_triple(CLI::App& command, const std::string& name, double (&values)[3],
-                        const std::string& description) {
+argument command::add_triple(const char* name, std::array<double, 3>& values, const char* description) const {
     const auto read = [name, &values](const std::vector<std::string>& texts) {
         for (std::size_t i = 0; i < 3; ++i) values[i] = read_number(name, texts[i]);
     };
-    return command.add_option_function<std::vector<std::string>>(name, read, description)
-        ->expected(3)
-        ->type_name("R G B");
+    return argument(
+        app_->add_option_function<std::vector<std::string>>(name, read, description)->expected(3)->type_name("R G B"));
 }
 
-CLI::Option* add_channel(CLI::App& command, int& channel) {
-    return add_integer(command, "--channel", channel, 1, "The channel, from 1; without it the service decides");
+argument command::add_channel(int& channel) const {
+    return add_integer("--channel", channel, 1, "The channel, from 1; without it the service decides");
 }
 
-CLI::Option* add_yes(CLI::App& command, bool& yes, const std::string& what) {
-    return command.add_flag("--yes", yes, what + " without being asked");
+argument command::add_yes(bool& yes, const std::string& deed) const {
+    return add_flag("--yes", yes, (deed + " without being asked").c_str());
 }
 
-void add_cdl_values(CLI::App& command, cdl& values) {
-    add_triple(command, "--slope", values.slope, "Slope of red, green and blue (default 1 1 1)");
-    add_triple(command, "--offset", values.offset, "Offset of red, green and blue (default 0 0 0)");
-    add_triple(command, "--power", values.power, "Power of red, green and blue (default 1 1 1)");
-    add_number(command, "--saturation", values.saturation, "Saturation (default 1)");
-}
-
-void PresetSelector::add_to(CLI::App& command) {
-    const auto read_name = [this](const std::string& text) {
+void command::add_preset(preset_selector& preset) const {
+    const auto read_name = [&preset](const std::string& text) {
         check_preset_name(text);
-        name = text;
-        named = true;
+        preset.name = text;
     };
-    CLI::Option* by_name =
-        command.add_option_function<std::string>("--name", read_name, "The preset, by its name (at most 32 bytes)");
-    CLI::Option* by_index = add_integer(command, "--index", index, 1, "The preset, by its place in the list, from 1");
-    by_name->excludes(by_index);
+    const argument name(
+        app_->add_option_function<std::string>("--name", read_name, "The preset, by its name (at most 32 bytes)"));
+    add_integer("--index", preset.index, 1, "The preset, by its place in the list, from 1").exclude(name);
 }
 
-void PresetSelector::require() const {
-    if (!given()) throw Failure(exit_usage, "which preset? Give --name or --index");
+void preset_selector::require() const {
+    if (!is_given()) throw failure(exit_usage, "which preset? Give --name or --index");
 }
 
-std::string PresetSelector::shown() const {
-    return named ? "preset '" + name + "'" : "preset " + std::to_string(index);
+std::string preset_selector::describe() const {
+    return name ? "preset '" + *name + "'" : "preset " + std::to_string(index);
 }
 
 void check_preset_name(const std::string& name) {
     if (name.size() > LUTC_PRESET_NAME_SIZE) {
-        throw Failure(exit_usage, "preset name '" + name + "' has " + std::to_string(name.size()) +
+        throw failure(exit_usage, "preset name '" + name + "' has " + std::to_string(name.size()) +
                                       " bytes; at most 32 are possible");
     }
-    if (name.find('\0') != std::string::npos) throw Failure(exit_usage, "a preset name can't hold a zero byte");
+    if (name.find('\0') != std::string::npos) throw failure(exit_usage, "a preset name can't hold a zero byte");
 }
 
 }  // namespace lutc_cli

@@ -1,10 +1,16 @@
-// Arguments that several commands take. Numbers are decimal and read as they are written.
-#ifndef LUTC_CLI_ARGUMENTS_H
-#define LUTC_CLI_ARGUMENTS_H
+// Commands and their arguments. This and main.cpp are the files that include CLI11, which takes seconds to compile.
+// What arguments are read into outlives the parsing. Numbers are decimal and read as they are written.
+#ifndef LUTC_CLI_COMMAND_H
+#define LUTC_CLI_COMMAND_H
 
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include <lutc/lutc.h>
+#include "cli/console/output.h"
 
 namespace CLI {
 class App;
@@ -13,32 +19,67 @@ class Option;
 
 namespace lutc_cli {
 
-// A whole number of at least minimum.
-CLI::Option* add_integer(CLI::App& command, const std::string& name, int& value, int minimum,
-                         const std::string& description);
-CLI::Option* add_number(CLI::App& command, const std::string& name, double& value, const std::string& description);
-CLI::Option* add_triple(CLI::App& command, const std::string& name, double (&values)[3],
-                        const std::string& description);
-
-CLI::Option* add_channel(CLI::App& command, int& channel);                    // --channel
-CLI::Option* add_yes(CLI::App& command, bool& yes, const std::string& what);  // --yes
-void add_cdl_values(CLI::App& command, cdl& values);                          // --slope --offset --power --saturation
-
-// A preset, by --name or by --index; both together are refused.
-struct PresetSelector {
-    std::string name;
+// A preset, by its name or by its place in the list.
+struct preset_selector {
+    std::optional<std::string> name;
     int index = 0;
-    bool named = false;
 
-    void add_to(CLI::App& command);  // the selector outlives the command
-    bool given() const { return named || index > 0; }
-    void require() const;  // throws Failure when neither was given
-    const char* name_or_null() const { return named ? name.c_str() : nullptr; }
-    std::string shown() const;  // for messages
+    bool is_given() const { return name || index > 0; }
+    void require() const;  // throws failure when neither was given
+    const char* name_or_null() const { return name ? name->c_str() : nullptr; }
+    std::string describe() const;  // for messages
 };
 
-// Throws Failure for a name of more than 32 bytes, or with a zero byte.
+// Throws failure for a name of more than 32 bytes, or with a zero byte.
 void check_preset_name(const std::string& name);
+
+class argument {
+  public:
+    explicit argument(CLI::Option* option) : option_(option) {}
+    const argument& require() const;
+    const argument& need(const argument& other) const;
+    const argument& exclude(const argument& other) const;
+
+  private:
+    CLI::Option* option_;
+};
+
+class command {
+  public:
+    explicit command(CLI::App* app) : app_(app) {}
+
+    command add_group(const char* name, const char* description) const;  // one of its commands has to follow
+    command add_command(const char* name, const char* description) const;
+    void call(std::function<void()> action) const;  // when the command is given
+
+    // A command whose arguments are the members of Options: declare(const command&) adds them, and then
+    // run(const output_style&) does what is asked for.
+    template <class Options>
+    void add(const char* name, const char* description, const output_style& style) const {
+        const auto options = std::make_shared<Options>();
+        const command added = add_command(name, description);
+        options->declare(added);
+        added.call([options, &style] { options->run(style); });
+    }
+
+    // A name with dashes is an option, without them an argument that stands alone.
+    argument add_flag(const char* name, bool& value, const char* description) const;
+    argument add_text(const char* name, std::string& value, const char* description) const;
+    argument add_text(const char* name, std::optional<std::string>& value, const char* description) const;
+    argument add_path(const char* name, std::string& path, const char* description) const;  // required, not empty
+    argument add_choice(const char* name, std::string& value, const std::vector<std::string>& choices,
+                        const char* description) const;
+    argument add_integer(const char* name, int& value, int minimum, const char* description) const;
+    argument add_number(const char* name, double& value, const char* description) const;
+    argument add_triple(const char* name, std::array<double, 3>& values, const char* description) const;
+
+    argument add_channel(int& channel) const;                    // --channel
+    argument add_yes(bool& yes, const std::string& deed) const;  // --yes
+    void add_preset(preset_selector& preset) const;              // --name or --index, not both
+
+  private:
+    CLI::App* app_;
+};
 
 }  // namespace lutc_cli
 

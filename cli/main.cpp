@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/commands.h"
-#include "cli/output.h"
+#include "cli/commands/commands.h"
+#include "colour/error.h"
 #include "terminal/command_tree.h"
 
 namespace {
@@ -24,7 +24,7 @@ const char* const exit_codes =
     "Every failure is one line on standard error, also with --json.";
 
 // CLI11 takes "-.5" for an option; "-0.5" it takes for a number.
-std::vector<std::string> with_leading_zeros(int argc, char** argv) {
+std::vector<std::string> add_leading_zeros(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     const auto is_word = [](const std::string& argument) { return argument.empty() || argument[0] != '-'; };
     const auto command = std::find_if(arguments.begin(), arguments.end(), is_word);
@@ -45,57 +45,63 @@ std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 // The title under which --help lists the commands.
-void group(CLI::App& app, const char* title, std::initializer_list<const char*> commands) {
+void set_title(CLI::App& app, const char* title, std::initializer_list<const char*> commands) {
     for (const char* command : commands) app.get_subcommand(command)->group(title);
 }
 
-int run(int argc, char** argv) {
-    lutc_cli::Context context;
-    CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
+// style is set by parsing and outlives it.
+void build_app(CLI::App& app, lutc_cli::output_style& style) {
     app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
-    app.add_flag("--json", context.json, "Print results as JSON; accepted before and after the command");
+    app.add_flag("--json", style.json, "Print results as JSON; accepted before and after the command");
     lutc_terminal::add_command_tree_flag(app);
     app.footer(exit_codes);
     app.fallthrough();
     app.require_subcommand(1);
-    lutc_cli::add_device_commands(app, context);
-    lutc_cli::add_preset_commands(app, context);
-    lutc_cli::add_grade_commands(app, context);
-    lutc_cli::add_state_commands(app, context);
-    lutc_cli::add_video_commands(app, context);
-    lutc_cli::add_option_commands(app, context);
-    lutc_cli::add_dump_command(app, context);
-    lutc_cli::add_colour_commands(app, context);
-    group(app, "The device", {"client", "model", "state", "video", "option"});
-    group(app, "Presets and grades", {"presets", "grade"});
-    group(app, "Files, without a service", {"lut", "dump"});
+    for (const auto add :
+         {lutc_cli::add_client, lutc_cli::add_model, lutc_cli::add_presets, lutc_cli::add_grade, lutc_cli::add_state,
+          lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_dump, lutc_cli::add_lut}) {
+        add(lutc_cli::command(&app), style);
+    }
+    set_title(app, "The device", {"client", "model", "state", "video", "option"});
+    set_title(app, "Presets and grades", {"presets", "grade"});
+    set_title(app, "Files, without a service", {"lut", "dump"});
+}
+
+void run(int argc, char** argv) {
+    lutc_cli::output_style style;
+    CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
+    build_app(app, style);
     try {
-        std::vector<std::string> arguments = with_leading_zeros(argc, argv);
+        std::vector<std::string> arguments = add_leading_zeros(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 wants
         app.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            app.exit(error);
-        } else {
-            throw lutc_cli::Failure(lutc_cli::exit_usage, usage_message(app, error));
+        if (error.get_exit_code() != 0) {
+            throw lutc_cli::failure(lutc_cli::exit_usage, usage_message(app, error));
         }
+        app.exit(error);
     }
     if (!lutc_cli::flush_output()) {
-        throw lutc_cli::Failure(lutc_cli::exit_refused, "standard output can't be written");
+        throw lutc_cli::failure(lutc_cli::exit_refused, "standard output can't be written");
     }
-    return lutc_cli::exit_done;
+}
+
+int fail(int code, const std::exception& error) {
+    lutc_cli::print_error(error.what());
+    return code;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
-    } catch (const lutc_cli::Failure& failure) {
-        lutc_cli::print_error(failure.what());
-        return failure.code();
+        run(argc, argv);
+        return lutc_cli::exit_done;
+    } catch (const lutc_cli::failure& error) {
+        return fail(error.code(), error);
+    } catch (const colour::content_error& error) {
+        return fail(lutc_cli::exit_usage, error);
     } catch (const std::exception& error) {
-        lutc_cli::print_error(error.what());
-        return lutc_cli::exit_refused;
+        return fail(lutc_cli::exit_refused, error);
     }
 }

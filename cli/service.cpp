@@ -8,7 +8,7 @@
 
 #include <cerrno>
 
-#include "cli/output.h"
+#include "cli/console/output.h"
 
 namespace lutc_cli {
 namespace {
@@ -54,12 +54,12 @@ bool service_listens() {
     return listens;
 }
 
-void require_success(const std::string& what, int result) {
+void require_success(const std::string& task, int result) {
     if (result == 0) return;
     if (!service_listens()) {
-        throw Failure(exit_nobody, what + ": no service listens on 127.0.0.1:" + std::to_string(service_port));
+        throw failure(exit_nobody, task + ": no service listens on 127.0.0.1:" + std::to_string(service_port));
     }
-    throw Failure(exit_refused, what + ": the service refused or gave no usable answer");
+    throw failure(exit_refused, task + ": the service refused or gave no usable answer");
 }
 
 }  // namespace lutc_cli

@@ -6,9 +6,9 @@
 
 namespace lutc_cli {
 
-// Passes on a result of 0. Otherwise throws the Failure for what: EXIT_NOBODY when nobody listens on the service's
-// port, else EXIT_REFUSED.
-void require_success(const std::string& what, int result);
+// Passes on a result of 0. Otherwise throws the failure for the task: exit_NOBODY when nobody listens on the service's
+// port, else exit_REFUSED.
+void require_success(const std::string& task, int result);
 
 // Whether somebody accepts connections on the service's port.
 bool service_listens();

@@ -1,48 +1,49 @@
-// What the tool does with colour files. All of it fails with EXIT_REFUSED in a tool that was built without OpenColorIO
-// (colour_missing.cpp), and by Failure: EXIT_REFUSED when a file can't be read or written, EXIT_USAGE when its content
-// is wrong.
-#ifndef LUTC_CLI_COLOUR_FILES_H
-#define LUTC_CLI_COLOUR_FILES_H
+// Every way in which the numbers of a table stand as bytes (docs/colour-files.md, "Layout"), by its name:
+// SAMPLES-le or SAMPLES-be for curves, with -red-fastest or -blue-fastest behind it for cubes.
+#ifndef LUTC_COLOUR_LAYOUT_H
+#define LUTC_COLOUR_LAYOUT_H
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include <lutc/lutc.h>
+#include "colour/transform.h"
 
-namespace lutc_cli {
+namespace colour {
 
-struct Context;
-
-// The values of the entry of a .cc, .ccc or .cdl file with this id, or with "#N" the Nth; without an id (empty) of the
-// only one. When no entry was meant the Failure (EXIT_USAGE) lists the ids that there are.
-cdl read_cdl_file(const std::string& path, const std::string& id);
-
-// Samples of a packed table: their name, bytes and largest value (0: floating point).
-struct SampleFormat {
+struct sample_type {
     const char* name;
     std::size_t bytes;
-    double largest;
+    double largest;  // what 1 is stored as; 0: IEEE 754
 };
-constexpr std::array<SampleFormat, 4> sample_formats = {
+inline constexpr std::array<sample_type, 4> sample_types = {
     {{"float32", 4, 0.0}, {"uint16", 2, 65535.0}, {"uint12in16", 2, 4095.0}, {"uint10in16", 2, 1023.0}}};
 
-struct PackOptions {
-    std::string file;
-    std::string samples;     // a name of SAMPLE_FORMATS
-    std::string byte_order;  // "little" or "big"
-    std::string order;       // "red-fastest" or "blue-fastest"; cubes only, which need it
-    int size = 0;            // entries, or points an axis; 0: as in the file
-    bool exact = false;      // refuse what would be resampled or clipped
-    std::string output;      // "-": standard output; the report then goes to standard error
+inline constexpr std::size_t max_cube_size = 129;
+inline constexpr std::size_t max_curve_size = 65536;
+
+enum class entry_order { curve, red_fastest, blue_fastest };  // of a cube: which input changes first
+
+struct table_layout {
+    sample_type samples;
+    bool big_endian;
+    entry_order order;
 };
-void pack_lut(const Context& context, const PackOptions& options);
 
-// A picture (PNG) of the file's curves, or of its cube's slices and what they do to greys.
-void plot_lut(const std::string& file, const std::string& output);
-// A picture (PNG) of what the CDL does to greys.
-void plot_cdl(const cdl& values, const std::string& output);
+std::vector<table_layout> list_layouts();
+std::string name_of(const table_layout& layout);
+std::optional<table_layout> find_layout(std::string_view name);
 
-}  // namespace lutc_cli
+// The bytes of a table whose kind is the layout's. Whole numbers are limited to 0..1 and rounded, halves up.
+std::vector<unsigned char> pack(const lut_table& table, const table_layout& layout);
+
+// The table that the bytes hold; the size follows from their number. Throws content_error when they are none: a number
+// of bytes that fits no table of 2 to the largest size, a value that is not finite or above the largest one.
+lut_table unpack(const std::vector<unsigned char>& bytes, const table_layout& layout);
+
+}  // namespace colour
 
 #endif

@@ -1,20 +1,23 @@
-// Colour files in a tool that was built without OpenColorIO, libpng or expat.
-#include "cli/colour_files.h"
-#include "cli/output.h"
+// In a build without OpenColorIO, libpng or expat.
+#include "colour/error.h"
+#include "colour/plot.h"
 
-namespace lutc_cli {
+namespace colour {
 namespace {
 
 [[noreturn]] void refuse() {
-    throw Failure(EXIT_REFUSED,
-                  "colour files need OpenColorIO, libpng and expat, and this lutc was built without them");
+    throw error("colour files need OpenColorIO, libpng and expat, and this lutc was built without them");
 }
 
 }  // namespace
 
-cdl read_cdl_file(const std::string& /*path*/, const std::string& /*id*/) { refuse(); }
-void pack_lut(const Context& /*context*/, const PackOptions& /*options*/) { refuse(); }
-void plot_lut(const std::string& /*file*/, const std::string& /*output*/) { refuse(); }
-void plot_cdl(const cdl& /*values*/, const std::string& /*output*/) { refuse(); }
+cdl_values read_cdl_file(const std::string& /*path*/, const std::string& /*id*/) { refuse(); }
+colour_transform read_lut_file(const std::string& /*path*/) { refuse(); }
+colour_transform make_cdl_transform(const cdl_values& /*values*/) { refuse(); }
+lut_table make_table(const colour_transform& /*transform*/, std::size_t /*size*/) { refuse(); }
+double find_largest_error(const colour_transform& /*transform*/, const lut_table& /*table*/, bool /*clipped*/) {
+    refuse();
+}
+std::vector<unsigned char> plot(const colour_transform& /*transform*/, bool /*with_slices*/) { refuse(); }
 
-}  // namespace lutc_cli
+}  // namespace colour

@@ -1,4 +1,4 @@
-#include "cli/picture.h"
+#include "colour/picture.h"
 
 #include <png.h>
 
@@ -7,10 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cli/files.h"
-#include "cli/output.h"
+#include "colour/error.h"
 
-namespace lutc_cli {
+namespace colour {
 namespace {
 
 // Seven rows of five pixels, the left one in the highest bit.
@@ -21,28 +20,28 @@ constexpr unsigned char rows[][7] = {
     {14, 17, 17, 14, 17, 17, 14}, {14, 17, 17, 15, 1, 2, 12}, {0, 0, 0, 0, 0, 12, 12},    {0, 0, 0, 31, 0, 0, 0}};
 constexpr int advance = 6;
 
-std::string digits(double value) {
+std::string write_number(double number) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
+    std::snprintf(text, sizeof text, "%.4g", number);
     return text;
 }
 
 }  // namespace
 
-Picture::Picture(int width, int height, Colour background)
+picture::picture(int width, int height, pixel background)
     : width_(width), height_(height), pixels_(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {
     fill(0, 0, width, height, background);
 }
 
-void Picture::fill(int x, int y, int width, int height, Colour colour) {
+void picture::fill(int x, int y, int width, int height, pixel value) {
     for (int row = std::max(y, 0); row < std::min(y + height, height_); ++row) {
         for (int column = std::max(x, 0); column < std::min(x + width, width_); ++column) {
-            std::copy(colour.begin(), colour.end(), at(column, row));
+            std::copy(value.begin(), value.end(), at(column, row));
         }
     }
 }
 
-void Picture::line(double x0, double y0, double x1, double y1, double thickness, Colour colour) {
+void picture::draw_line(double x0, double y0, double x1, double y1, double thickness, pixel value) {
     const double reach = thickness / 2.0 + 1.0;
     const auto first = [](double a, double b, double r) { return std::max(0, static_cast<int>(std::min(a, b) - r)); };
     const auto last = [](double a, double b, double r, int size) {
@@ -57,26 +56,26 @@ void Picture::line(double x0, double y0, double x1, double y1, double thickness,
             const double distance = std::hypot(x - x0 - along * dx, y - y0 - along * dy);
             const double cover = std::clamp(thickness / 2.0 + 0.5 - distance, 0.0, 1.0);
             for (std::size_t i = 0; i < 3; ++i) {
-                const auto level = static_cast<unsigned char>(std::lround(cover * colour[i]));
+                const auto level = static_cast<unsigned char>(std::lround(cover * value[i]));
                 at(x, y)[i] = std::max(at(x, y)[i], level);
             }
         }
     }
 }
 
-void Picture::number(int x, int y, double value, Colour colour) {
-    for (const char c : digits(value)) {
+void picture::draw_number(int x, int y, double number, pixel value) {
+    for (const char c : write_number(number)) {
         const char* const glyph = std::strchr(glyphs, c);
         for (int row = 0; glyph != nullptr && row < 7; ++row) {
             for (int column = 0; column < 5; ++column) {
-                if ((rows[glyph - glyphs][row] >> (4 - column) & 1) != 0) fill(x + column, y + row, 1, 1, colour);
+                if ((rows[glyph - glyphs][row] >> (4 - column) & 1) != 0) fill(x + column, y + row, 1, 1, value);
             }
         }
         x += advance;
     }
 }
 
-void Picture::write_png(const std::string& path) const {
+std::vector<unsigned char> picture::encode_png() const {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(width_);
@@ -85,11 +84,12 @@ void Picture::write_png(const std::string& path) const {
     std::vector<unsigned char> bytes(PNG_IMAGE_PNG_SIZE_MAX(image));
     png_alloc_size_t size = bytes.size();
     if (png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels_.data(), 0, nullptr) == 0) {
-        throw Failure(exit_refused, path + ": the picture can't be made: " + image.message);
+        throw error(std::string("the picture can't be encoded: ") + image.message);
     }
-    write_file(path, bytes.data(), size);
+    bytes.resize(size);
+    return bytes;
 }
 
-int width_of_number(double value) { return static_cast<int>(digits(value).size()) * advance - 1; }
+int width_of_number(double number) { return static_cast<int>(write_number(number).size()) * advance - 1; }
 
-}  // namespace lutc_cli
+}  // namespace colour

@@ -1,28 +1,27 @@
-// A small picture to draw diagrams in, written as PNG.
-#ifndef LUTC_CLI_PICTURE_H
-#define LUTC_CLI_PICTURE_H
+// A small picture to draw diagrams in, encoded as PNG.
+#ifndef LUTC_COLOUR_PICTURE_H
+#define LUTC_COLOUR_PICTURE_H
 
 #include <array>
-#include <string>
+#include <cstddef>
 #include <vector>
 
-namespace lutc_cli {
+namespace colour {
 
-using Colour = std::array<unsigned char, 3>;
+using pixel = std::array<unsigned char, 3>;
 
 // Coordinates are in pixels from the top left corner; what lies outside isn't drawn.
-class Picture {
+class picture {
   public:
-    Picture(int width, int height, Colour background);
+    picture(int width, int height, pixel background);
 
-    void fill(int x, int y, int width, int height, Colour colour);
+    void fill(int x, int y, int width, int height, pixel value);
     // Colours add up where lines cross: red, green and blue on one another are white.
-    void line(double x0, double y0, double x1, double y1, double thickness, Colour colour);
+    void draw_line(double x0, double y0, double x1, double y1, double thickness, pixel value);
     // Digits, '.' and '-', 5 by 7 pixels each, from the top left corner.
-    void number(int x, int y, double value, Colour colour);
+    void draw_number(int x, int y, double number, pixel value);
 
-    // Throws Failure, EXIT_REFUSED, when the file can't be written.
-    void write_png(const std::string& path) const;
+    std::vector<unsigned char> encode_png() const;
 
   private:
     unsigned char* at(int x, int y) {
@@ -35,9 +34,9 @@ class Picture {
     std::vector<unsigned char> pixels_;
 };
 
-// How wide number() draws.
-int width_of_number(double value);
+// How wide draw_number() draws.
+int width_of_number(double number);
 
-}  // namespace lutc_cli
+}  // namespace colour
 
 #endif

@@ -1,61 +1,137 @@
-#include "cli/colour_files.h"
+#include "colour/reader.h"
 
 #include <OpenColorIO/OpenColorIO.h>
 
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <vector>
 
-#include "cli/colour_reader.h"
-#include "cli/output.h"
+#include "colour/error.h"
+#include "colour/file_check.h"
 
-namespace lutc_cli {
+namespace colour {
 
 namespace OCIO = OCIO_NAMESPACE;
 
 namespace {
 
-struct CdlEntry {
-    std::string id;  // possibly empty
-    cdl values;
-};
-
-CdlEntry entry_of(const OCIO::CDLTransform& transform) {
-    CdlEntry entry{transform.getID(), {}};
-    transform.getSlope(entry.values.slope);
-    transform.getOffset(entry.values.offset);
-    transform.getPower(entry.values.power);
-    entry.values.saturation = transform.getSat();
-    return entry;
+// The text with every run of blanks as one, and without blanks and points at its end.
+std::string join_lines(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        const bool is_blank = std::isspace(static_cast<unsigned char>(c)) != 0;
+        if (!is_blank) line += c;
+        if (is_blank && !line.empty() && line.back() != ' ') line += ' ';
+    }
+    line.erase(line.find_last_not_of(" .") + 1);
+    return line;
 }
 
-std::string shown_ids(const std::vector<CdlEntry>& entries) {
-    std::string shown;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        shown += (i == 0 ? "" : ", ") + (entries[i].id.empty() ? "#" + std::to_string(i + 1) : entries[i].id);
+// The reader tries every format; the one that belongs to the file's extension says what is wrong.
+std::string cause_of(const std::string& path, const std::string& message) {
+    const std::string marker = "' failed with: ";
+    const std::size_t first = message.find(marker);
+    if (first == std::string::npos) return join_lines(message);
+    const std::size_t begin = first + marker.size();
+    std::string cause = message.substr(begin, message.find(marker, begin) - begin);
+    if (message.find(marker, begin) != std::string::npos) cause.resize(cause.rfind('\''));
+    const std::string remark = "Does not appear to contain a valid ASC CDL XML:";
+    if (const std::size_t at = cause.find(remark); at != std::string::npos) cause.erase(0, at + remark.size());
+    const std::string name = " (" + path + ")";
+    for (std::size_t at = cause.find(name); at != std::string::npos; at = cause.find(name, at)) {
+        cause.erase(at, name.size());
     }
-    return shown;
+    return join_lines(cause);
+}
+
+// "NAME(LINE): TEXT" as ", line LINE: TEXT"; others as they are.
+std::string tidy_warning(std::string warning) {
+    const std::string prefix = "[OpenColorIO Warning]: ";
+    if (warning.compare(0, prefix.size(), prefix) == 0) warning.erase(0, prefix.size());
+    const std::size_t end = warning.find("): ");
+    const std::size_t begin = end == std::string::npos ? end : warning.rfind('(', end);
+    if (begin == std::string::npos) return ": " + join_lines(warning);
+    return ", line " + warning.substr(begin + 1, end - begin - 1) + ": " + join_lines(warning.substr(end + 3));
+}
+
+// A clip's name beside its ColorCorrection: it carries no grade.
+bool is_harmless(const std::string& warning) {
+    return warning.find("'MediaRef' where its parent is 'ColorDecision'") != std::string::npos;
+}
+
+struct correction {
+    std::string id;  // possibly empty
+    cdl_values values;
+};
+
+std::vector<correction> read_corrections(const std::string& path) {
+    std::vector<correction> corrections;
+    read_colour_file(path, [&] {
+        const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(path.c_str());
+        for (int i = 0; i < group->getNumTransforms(); ++i) {
+            const auto cdl = OCIO::DynamicPtrCast<OCIO::CDLTransform>(group->getTransform(i));
+            if (!cdl) continue;
+            correction& added = corrections.emplace_back(correction{cdl->getID(), {}});
+            cdl->getSlope(added.values.slope.data());
+            cdl->getOffset(added.values.offset.data());
+            cdl->getPower(added.values.power.data());
+            added.values.saturation = cdl->getSat();
+        }
+    });
+    return corrections;
 }
 
 }  // namespace
 
-cdl read_cdl_file(const std::string& path, const std::string& id) {
-    std::vector<CdlEntry> entries;
-    read_colour_file(path, [&] {
-        const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(path.c_str());
-        for (int i = 0; i < group->getNumTransforms(); ++i) {
-            const auto transform = OCIO::DynamicPtrCast<OCIO::CDLTransform>(group->getTransform(i));
-            if (transform) entries.push_back(entry_of(*transform));
-        }
-    });
-    if (entries.empty()) throw Failure(exit_usage, path + ": the file holds no ColorCorrection");
-    if (id.empty() && entries.size() == 1) return entries.front().values;
-    if (id.empty()) throw Failure(exit_usage, path + ": several entries; give --id with one of: " + shown_ids(entries));
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (entries[i].id == id) return entries[i].values;
+void guard_reader(const std::string& name, const std::function<void()>& read) {
+    std::vector<std::string> warnings;
+    std::string cause;
+    ::unsetenv("OCIO_LOGGING_LEVEL");  // it would outrank the level set here, and hide the warnings
+    OCIO::SetLoggingLevel(OCIO::LOGGING_LEVEL_WARNING);
+    OCIO::SetLoggingFunction([&warnings](const char* message) { warnings.emplace_back(message); });
+    try {
+        read();
+    } catch (const OCIO::Exception& exception) {
+        cause = exception.what();
+    } catch (...) {
+        OCIO::ResetToDefaultLoggingFunction();
+        throw;
     }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if ("#" + std::to_string(i + 1) == id) return entries[i].values;
-    }
-    throw Failure(exit_usage, path + ": no entry '" + id + "'; there are: " + shown_ids(entries));
+    OCIO::ResetToDefaultLoggingFunction();
+    const auto first = std::find_if_not(warnings.begin(), warnings.end(), is_harmless);
+    if (first != warnings.end()) throw content_error(name + tidy_warning(*first));
+    if (!cause.empty()) throw content_error(name + ": " + cause_of(name, cause));
 }
 
-}  // namespace lutc_cli
+void read_colour_file(const std::string& path, const std::function<void()>& read) {
+    const std::size_t lines = check_colour_file(path);
+    try {
+        guard_reader(path, read);
+    } catch (const content_error& refused) {
+        const std::string message = refused.what();
+        const bool says_where = message.find("line ", path.size()) != std::string::npos ||
+                                message.find("ine (", path.size()) != std::string::npos;
+        if (says_where || lines == 0) throw;
+        throw content_error(message + " (its last line is " + std::to_string(lines) + ")");
+    }
+}
+
+cdl_values read_cdl_file(const std::string& path, const std::string& id) {
+    const std::vector<correction> corrections = read_corrections(path);
+    if (corrections.empty()) throw content_error(path + ": the file holds no ColorCorrection");
+    if (id.empty() && corrections.size() == 1) return corrections.front().values;
+    std::string ids;
+    const correction* numbered = nullptr;  // taken when no correction has "#N" as its id
+    for (std::size_t i = 0; i < corrections.size(); ++i) {
+        const std::string number = "#" + std::to_string(i + 1);
+        if (!id.empty() && corrections[i].id == id) return corrections[i].values;
+        if (number == id) numbered = &corrections[i];
+        ids += (i == 0 ? "" : ", ") + (corrections[i].id.empty() ? number : corrections[i].id);
+    }
+    if (numbered != nullptr) return numbered->values;
+    if (id.empty()) throw content_error(path + ": several entries; give --id with one of: " + ids);
+    throw content_error(path + ": no entry '" + id + "'; there are: " + ids);
+}
+
+}  // namespace colour

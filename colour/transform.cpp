@@ -1,15 +1,13 @@
-#include "cli/colour_lut.h"
+#include "colour/transform.h"
 
 #include <OpenColorIO/OpenColorIO.h>
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
-#include "cli/colour_reader.h"
-#include "cli/output.h"
+#include "colour/error.h"
 
-namespace lutc_cli {
+namespace colour {
 
 namespace OCIO = OCIO_NAMESPACE;
 
@@ -19,7 +17,7 @@ namespace {
 constexpr std::size_t cube_probes = 97;
 constexpr std::size_t curve_probes = 65521;
 
-std::string named(OCIO::TransformType type) {
+const char* kind_of(OCIO::TransformType type) {
     switch (type) {
         case OCIO::TRANSFORM_TYPE_CDL:
             return "CDL";
@@ -39,26 +37,34 @@ std::string named(OCIO::TransformType type) {
     }
 }
 
-std::string in_words(const OCIO::Transform& transform) {
-    std::string words = named(transform.getTransformType());
-    if (const auto* curve = dynamic_cast<const OCIO::Lut1DTransform*>(&transform)) {
+const OCIO::Lut1DTransform* as_curve(const OCIO::Transform& stage) {
+    return dynamic_cast<const OCIO::Lut1DTransform*>(&stage);
+}
+
+const OCIO::Lut3DTransform* as_cube(const OCIO::Transform& stage) {
+    return dynamic_cast<const OCIO::Lut3DTransform*>(&stage);
+}
+
+std::string describe(const OCIO::Transform& stage) {
+    std::string words = kind_of(stage.getTransformType());
+    if (const auto* curve = as_curve(stage)) {
         words = "1D LUT of " + std::to_string(curve->getLength()) + " entries";
         if (curve->getInputHalfDomain()) words += " over half floats";
     }
-    if (const auto* cube = dynamic_cast<const OCIO::Lut3DTransform*>(&transform)) {
+    if (const auto* cube = as_cube(stage)) {
         words = "3D LUT of " + std::to_string(cube->getGridSize()) + " points an axis";
     }
-    return words + (transform.getDirection() == OCIO::TRANSFORM_DIR_INVERSE ? ", inverted" : "");
+    return words + (stage.getDirection() == OCIO::TRANSFORM_DIR_INVERSE ? ", inverted" : "");
 }
 
 // The factors and offsets of a matrix that leaves the channels apart.
-struct Scale {
-    Rgb factor;
-    Rgb offset;
+struct scale {
+    rgb factor;
+    rgb offset;
 };
 
-std::optional<Scale> scale_of(const OCIO::Transform& transform) {
-    const auto* matrix = dynamic_cast<const OCIO::MatrixTransform*>(&transform);
+std::optional<scale> scale_of(const OCIO::Transform& stage) {
+    const auto* matrix = dynamic_cast<const OCIO::MatrixTransform*>(&stage);
     if (matrix == nullptr || matrix->getDirection() != OCIO::TRANSFORM_DIR_FORWARD) return {};
     double m[16];
     double offset[4];
@@ -67,15 +73,15 @@ std::optional<Scale> scale_of(const OCIO::Transform& transform) {
     for (std::size_t i = 0; i < 16; ++i) {
         if (i % 5 != 0 && m[i] != 0.0) return {};
     }
-    return Scale{{m[0], m[5], m[10]}, {offset[0], offset[1], offset[2]}};
+    return scale{{m[0], m[5], m[10]}, {offset[0], offset[1], offset[2]}};
 }
 
 // Whether a stage leaves every picture as it is. (A range counts only where its limits can't be reached.)
-bool does_nothing(const OCIO::Transform& transform, bool inputs_within_0_1) {
-    if (const std::optional<Scale> scale = scale_of(transform)) {
-        return scale->factor == Rgb{1.0, 1.0, 1.0} && scale->offset == Rgb{0.0, 0.0, 0.0};
+bool does_nothing(const OCIO::Transform& stage, bool inputs_within_0_1) {
+    if (const std::optional<scale> found = scale_of(stage)) {
+        return found->factor == rgb{1.0, 1.0, 1.0} && found->offset == rgb{0.0, 0.0, 0.0};
     }
-    const auto* range = dynamic_cast<const OCIO::RangeTransform*>(&transform);
+    const auto* range = dynamic_cast<const OCIO::RangeTransform*>(&stage);
     if (range == nullptr || !inputs_within_0_1) return false;
     const bool low =
         !range->hasMinInValue() || (range->getMinInValue() <= 0.0 && range->getMinInValue() == range->getMinOutValue());
@@ -84,194 +90,166 @@ bool does_nothing(const OCIO::Transform& transform, bool inputs_within_0_1) {
     return low && high;
 }
 
-bool is_plain_table(const OCIO::Transform& transform) {
-    if (transform.getDirection() != OCIO::TRANSFORM_DIR_FORWARD) return false;
-    if (dynamic_cast<const OCIO::Lut3DTransform*>(&transform) != nullptr) return true;
-    const auto* curve = dynamic_cast<const OCIO::Lut1DTransform*>(&transform);
-    return curve != nullptr && !curve->getInputHalfDomain() && curve->getHueAdjust() == OCIO::HUE_NONE;
-}
-
-LutTable table_of(const OCIO::Transform& transform) {
-    LutTable table;
-    const auto keep = [&table](float r, float g, float b) { table.values.insert(table.values.end(), {r, g, b}); };
+// The table that a stage is, if it is nothing more.
+std::optional<lut_table> read_table(const OCIO::Transform& stage) {
+    if (stage.getDirection() != OCIO::TRANSFORM_DIR_FORWARD) return {};
+    lut_table table;
     float r = 0.0F;
     float g = 0.0F;
     float b = 0.0F;
-    if (const auto* curve = dynamic_cast<const OCIO::Lut1DTransform*>(&transform)) {
+    const auto* curve = as_curve(stage);
+    if (curve != nullptr && !curve->getInputHalfDomain() && curve->getHueAdjust() == OCIO::HUE_NONE) {
         table.size = curve->getLength();
         for (unsigned long i = 0; i < curve->getLength(); ++i) {
             curve->getValue(i, r, g, b);
-            keep(r, g, b);
+            table.values.insert(table.values.end(), {r, g, b});
         }
         return table;
     }
-    const auto& cube = dynamic_cast<const OCIO::Lut3DTransform&>(transform);
-    const unsigned long size = cube.getGridSize();
-    table.cube = true;
+    const auto* cube = as_cube(stage);
+    if (cube == nullptr) return {};
+    const unsigned long size = cube->getGridSize();
+    table.is_cube = true;
     table.size = size;
     for (unsigned long i = 0; i < size * size * size; ++i) {
-        cube.getValue(i % size, i / size % size, i / size / size, r, g, b);
-        keep(r, g, b);
+        cube->getValue(i % size, i / size % size, i / size / size, r, g, b);
+        table.values.insert(table.values.end(), {r, g, b});
     }
     return table;
 }
 
-OCIO::TransformRcPtr transform_of(const LutTable& table, OCIO::Interpolation interpolation) {
-    const unsigned long size = table.size;
-    const auto triple = [&table](std::size_t i) { return table.values.data() + 3 * i; };
-    if (!table.cube) {
-        const OCIO::Lut1DTransformRcPtr curve = OCIO::Lut1DTransform::Create(size, false);
-        for (unsigned long i = 0; i < size; ++i) curve->setValue(i, triple(i)[0], triple(i)[1], triple(i)[2]);
-        return curve;
-    }
-    const OCIO::Lut3DTransformRcPtr cube = OCIO::Lut3DTransform::Create(size);
-    cube->setInterpolation(interpolation);
-    for (unsigned long i = 0; i < size * size * size; ++i) {
-        cube->setValue(i % size, i / size % size, i / size / size, triple(i)[0], triple(i)[1], triple(i)[2]);
-    }
-    return cube;
-}
-
-void apply_to(const OCIO::CPUProcessor& processor, std::vector<float>& triples) {
-    if (triples.empty()) return;
-    OCIO::PackedImageDesc image(triples.data(), static_cast<long>(triples.size() / 3), 1, 3);
-    processor.apply(image);
-}
-
 // The inputs i / (size - 1): of each channel, or of the cube that the three span.
-std::vector<float> inputs(bool cube, std::size_t size) {
-    const auto level = [size](std::size_t i) {
-        return static_cast<float>(static_cast<double>(i) / static_cast<double>(size - 1));
-    };
+std::vector<float> list_inputs(bool is_cube, std::size_t size) {
+    const std::size_t count = is_cube ? size * size * size : size;
     std::vector<float> triples;
-    const std::size_t count = cube ? size * size * size : size;
     triples.reserve(3 * count);
     for (std::size_t i = 0; i < count; ++i) {
-        const std::array<std::size_t, 3> at =
-            cube ? std::array<std::size_t, 3>{i % size, i / size % size, i / size / size}
-                 : std::array<std::size_t, 3>{i, i, i};
-        for (const std::size_t index : at) triples.push_back(level(index));
+        const std::size_t places[] = {i % size, i / size % size, i / size / size};
+        for (const std::size_t place : places) {
+            triples.push_back(
+                static_cast<float>(static_cast<double>(is_cube ? place : i) / static_cast<double>(size - 1)));
+        }
     }
     return triples;
 }
 
+// What the stages, which all do something, say of the whole.
+void describe_stages(colour_transform& transform, const std::vector<OCIO::ConstTransformRcPtr>& stages) {
+    bool curve_seen = false;
+    bool cube_seen = false;
+    for (const auto& stage : stages) {
+        transform.stages.push_back(describe(*stage));
+        const OCIO::TransformType type = stage->getTransformType();
+        const auto* curve = as_curve(*stage);
+        const auto* cube = as_cube(*stage);
+        std::size_t size = 0;
+        if (transform.mixes_channels && cube != nullptr) size = cube->getGridSize();
+        if (!transform.mixes_channels && curve != nullptr && !curve->getInputHalfDomain()) size = curve->getLength();
+        transform.file_size = std::max(transform.file_size, size);
+        if (cube != nullptr) {
+            transform.has_shaper = transform.has_shaper || (curve_seen && !cube_seen);
+            cube_seen = true;
+            transform.is_tetrahedral =
+                cube->getInterpolation() == OCIO::INTERP_TETRAHEDRAL || cube->getInterpolation() == OCIO::INTERP_BEST;
+        }
+        curve_seen = curve_seen || (type != OCIO::TRANSFORM_TYPE_MATRIX && type != OCIO::TRANSFORM_TYPE_RANGE);
+    }
+    const std::optional<scale> domain = stages.empty() ? std::nullopt : scale_of(*stages.front());
+    for (std::size_t i = 0; domain && i < 3; ++i) {
+        transform.domain_minimum[i] = 0.0 - domain->offset[i] / domain->factor[i];
+        transform.domain_maximum[i] = (1.0 - domain->offset[i]) / domain->factor[i];
+    }
+    if (stages.size() == 1) transform.content = read_table(*stages.front());
+}
+
+colour_transform make_transform(const std::string& name, const OCIO::TransformRcPtr& source) {
+    const OCIO::ConstProcessorRcPtr processor = OCIO::Config::CreateRaw()->getProcessor(source);
+    const OCIO::ConstCPUProcessorRcPtr cpu = processor->getOptimizedCPUProcessor(OCIO::OPTIMIZATION_NONE);
+    colour_transform transform;
+    transform.name = name;
+    transform.mixes_channels = processor->hasChannelCrosstalk();
+    transform.apply = [cpu](std::vector<float>& triples) {
+        if (triples.empty()) return;
+        OCIO::PackedImageDesc image(triples.data(), static_cast<long>(triples.size() / 3), 1, 3);
+        cpu->apply(image);
+    };
+    const OCIO::GroupTransformRcPtr group = processor->createGroupTransform();
+    std::vector<OCIO::ConstTransformRcPtr> stages;
+    for (int i = 0; i < group->getNumTransforms(); ++i) {
+        const OCIO::ConstTransformRcPtr stage = group->getTransform(i);
+        if (!does_nothing(*stage, stages.empty())) stages.push_back(stage);
+    }
+    describe_stages(transform, stages);
+    return transform;
+}
+
 }  // namespace
 
-struct ColourTransform::Parts {
-    explicit Parts(const OCIO::TransformRcPtr& transform) {
-        const OCIO::ConstProcessorRcPtr processor = OCIO::Config::CreateRaw()->getProcessor(transform);
-        group = processor->createGroupTransform();
-        mixes = processor->hasChannelCrosstalk();
-        cpu = processor->getOptimizedCPUProcessor(OCIO::OPTIMIZATION_NONE);
-        for (int i = 0; i < group->getNumTransforms(); ++i) {
-            const OCIO::ConstTransformRcPtr stage = group->getTransform(i);
-            if (!does_nothing(*stage, stages.empty())) stages.push_back(stage);
-        }
-    }
-
-    OCIO::GroupTransformRcPtr group;
-    OCIO::ConstCPUProcessorRcPtr cpu;
-    std::vector<OCIO::ConstTransformRcPtr> stages;  // those that do something
-    bool mixes = false;
-};
-
-ColourTransform ColourTransform::from_file(const std::string& path) {
-    std::shared_ptr<const Parts> parts;
+colour_transform read_lut_file(const std::string& path) {
+    colour_transform transform;
     read_colour_file(path, [&] {
         const OCIO::FileTransformRcPtr file = OCIO::FileTransform::Create();
         file->setSrc(path.c_str());
         file->setInterpolation(OCIO::INTERP_DEFAULT);
-        parts = std::make_shared<const Parts>(file);
+        transform = make_transform(path, file);
     });
-    return ColourTransform(std::move(parts));
+    return transform;
 }
 
-ColourTransform ColourTransform::from_cdl(const cdl& values) {
-    std::shared_ptr<const Parts> parts;
+colour_transform make_cdl_transform(const cdl_values& values) {
+    colour_transform transform;
     guard_reader("CDL", [&] {
-        const OCIO::CDLTransformRcPtr transform = OCIO::CDLTransform::Create();
-        transform->setStyle(OCIO::CDL_ASC);
-        transform->setSlope(values.slope);
-        transform->setOffset(values.offset);
-        transform->setPower(values.power);
-        transform->setSat(values.saturation);
-        parts = std::make_shared<const Parts>(transform);
+        const OCIO::CDLTransformRcPtr cdl = OCIO::CDLTransform::Create();
+        cdl->setStyle(OCIO::CDL_ASC);
+        cdl->setSlope(values.slope.data());
+        cdl->setOffset(values.offset.data());
+        cdl->setPower(values.power.data());
+        cdl->setSat(values.saturation);
+        transform = make_transform("CDL", cdl);
     });
-    return ColourTransform(std::move(parts));
+    return transform;
 }
 
-bool ColourTransform::mixes_channels() const { return parts_->mixes; }
-
-std::vector<std::string> ColourTransform::stages() const {
-    std::vector<std::string> words;
-    for (const auto& stage : parts_->stages) words.push_back(in_words(*stage));
-    return words;
-}
-
-bool ColourTransform::has_shaper() const {
-    bool curve_seen = false;
-    for (const auto& stage : parts_->stages) {
-        const OCIO::TransformType type = stage->getTransformType();
-        if (type == OCIO::TRANSFORM_TYPE_LUT3D) return curve_seen;
-        curve_seen = curve_seen || (type != OCIO::TRANSFORM_TYPE_MATRIX && type != OCIO::TRANSFORM_TYPE_RANGE);
+colour_transform make_table_transform(const lut_table& table, bool is_tetrahedral) {
+    const unsigned long size = table.size;
+    const auto triple = [&table](std::size_t i) { return table.values.data() + 3 * i; };
+    if (!table.is_cube) {
+        const OCIO::Lut1DTransformRcPtr curve = OCIO::Lut1DTransform::Create(size, false);
+        for (unsigned long i = 0; i < size; ++i) curve->setValue(i, triple(i)[0], triple(i)[1], triple(i)[2]);
+        return make_transform("table", curve);
     }
-    return false;
-}
-
-Rgb ColourTransform::domain_minimum() const {
-    const std::optional<Scale> scale = parts_->stages.empty() ? std::nullopt : scale_of(*parts_->stages.front());
-    Rgb minimum{};
-    for (std::size_t i = 0; scale && i < 3; ++i) minimum[i] = 0.0 - scale->offset[i] / scale->factor[i];
-    return minimum;
-}
-
-Rgb ColourTransform::domain_maximum() const {
-    const std::optional<Scale> scale = parts_->stages.empty() ? std::nullopt : scale_of(*parts_->stages.front());
-    Rgb maximum{1.0, 1.0, 1.0};
-    for (std::size_t i = 0; scale && i < 3; ++i) maximum[i] = (1.0 - scale->offset[i]) / scale->factor[i];
-    return maximum;
-}
-
-std::size_t ColourTransform::file_size() const {
-    std::size_t largest = 0;
-    for (const auto& stage : parts_->stages) {
-        const auto* curve = dynamic_cast<const OCIO::Lut1DTransform*>(stage.get());
-        const auto* cube = dynamic_cast<const OCIO::Lut3DTransform*>(stage.get());
-        if (mixes_channels() && cube != nullptr) largest = std::max(largest, std::size_t{cube->getGridSize()});
-        if (!mixes_channels() && curve != nullptr && !curve->getInputHalfDomain()) {
-            largest = std::max(largest, std::size_t{curve->getLength()});
-        }
+    const OCIO::Lut3DTransformRcPtr cube = OCIO::Lut3DTransform::Create(size);
+    cube->setInterpolation(is_tetrahedral ? OCIO::INTERP_TETRAHEDRAL : OCIO::INTERP_LINEAR);
+    for (unsigned long i = 0; i < size * size * size; ++i) {
+        cube->setValue(i % size, i / size % size, i / size / size, triple(i)[0], triple(i)[1], triple(i)[2]);
     }
-    return largest;
+    return make_transform("table", cube);
 }
 
-bool ColourTransform::is_one_table() const {
-    return parts_->stages.size() == 1 && is_plain_table(*parts_->stages.front());
-}
-
-LutTable ColourTransform::table() const { return table_of(*parts_->stages.front()); }
-
-LutTable ColourTransform::sampled(std::size_t size) const {
-    LutTable table{mixes_channels(), size, inputs(mixes_channels(), size)};
-    apply(table.values);
-    return table;
-}
-
-double ColourTransform::largest_error(const LutTable& table, bool clipped) const {
-    OCIO::Interpolation interpolation = OCIO::INTERP_DEFAULT;
-    for (const auto& stage : parts_->stages) {
-        const auto* cube = dynamic_cast<const OCIO::Lut3DTransform*>(stage.get());
-        if (cube != nullptr) interpolation = cube->getInterpolation();
+lut_table make_table(const colour_transform& transform, std::size_t size) {
+    lut_table table{transform.mixes_channels, size, {}};
+    if (transform.content && size == transform.file_size) {
+        table = *transform.content;
+    } else {
+        table.values = list_inputs(table.is_cube, size);
+        transform.apply(table.values);
     }
-    const Parts packed_parts(transform_of(table, interpolation));
-    std::vector<float> expected = inputs(false, curve_probes);
-    if (table.cube) {
-        const std::vector<float> grid = inputs(true, cube_probes);
+    const auto is_finite = [](float value) { return std::isfinite(value); };
+    const auto bad = std::find_if_not(table.values.begin(), table.values.end(), is_finite);
+    if (bad == table.values.end()) return table;
+    throw content_error(transform.name + ": entry " + std::to_string((bad - table.values.begin()) / 3) +
+                        " of the table, counted from 0, is not finite");
+}
+
+double find_largest_error(const colour_transform& transform, const lut_table& table, bool clipped) {
+    std::vector<float> expected = list_inputs(false, curve_probes);
+    if (table.is_cube) {
+        const std::vector<float> grid = list_inputs(true, cube_probes);
         expected.insert(expected.end(), grid.begin(), grid.end());
     }
     std::vector<float> actual = expected;
-    apply(expected);
-    apply_to(*packed_parts.cpu, actual);
+    transform.apply(expected);
+    make_table_transform(table, transform.is_tetrahedral).apply(actual);
     double largest = 0.0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
         const float wanted = clipped ? std::clamp(expected[i], 0.0F, 1.0F) : expected[i];
@@ -281,6 +259,4 @@ double ColourTransform::largest_error(const LutTable& table, bool clipped) const
     return largest;
 }
 
-void ColourTransform::apply(std::vector<float>& triples) const { apply_to(*parts_->cpu, triples); }
-
-}  // namespace lutc_cli
+}  // namespace colour

@@ -1,57 +1,53 @@
-// Colour transforms as OpenColorIO reads and computes them.
-#ifndef LUTC_CLI_COLOUR_LUT_H
-#define LUTC_CLI_COLOUR_LUT_H
+// Colour transforms as OpenColorIO computes them, and the tables that stand for them.
+#ifndef LUTC_COLOUR_TRANSFORM_H
+#define LUTC_COLOUR_TRANSFORM_H
 
-#include <array>
 #include <cstddef>
-#include <memory>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <lutc/lutc.h>
+#include "colour/reader.h"
 
-namespace lutc_cli {
-
-using Rgb = std::array<double, 3>;
+namespace colour {
 
 // A table over inputs 0..1: RGB triples. A curve has size of them; a cube size * size * size, red fastest.
-struct LutTable {
-    bool cube = false;
+struct lut_table {
+    bool is_cube = false;
     std::size_t size = 0;
     std::vector<float> values;
 };
 
-// A colour transform of RGB triples: what a LUT file does, or a CDL.
-class ColourTransform {
-  public:
-    // Throws Failure: EXIT_REFUSED when the file can't be read or the tool was built without the reader, EXIT_USAGE for
-    // a content that is wrong.
-    static ColourTransform from_file(const std::string& path);
-    static ColourTransform from_cdl(const cdl& values);
-
-    // Whether an output channel depends on more than its own input: a cube is called for, else curves.
-    bool mixes_channels() const;
-    std::vector<std::string> stages() const;  // in words, in order
-    bool has_shaper() const;                  // a curve stands ahead of the cube
-    Rgb domain_minimum() const;               // the inputs that the first table covers
-    Rgb domain_maximum() const;
-    std::size_t file_size() const;  // entries of its largest table of the kind that is called for, or 0
-    bool is_one_table() const;      // nothing but one table over 0..1
-    LutTable table() const;         // that one table as it is in the file; only with is_one_table
-
-    // The transform at the inputs i / (size - 1) of each channel.
-    LutTable sampled(std::size_t size) const;
-    // The largest difference of any channel between this and table (interpolated as the file's own table is, linearly
-    // unless it says otherwise) on a dense grid over 0..1; clipped: both limited to 0..1 first.
-    double largest_error(const LutTable& table, bool clipped) const;
-    void apply(std::vector<float>& triples) const;
-
-  private:
-    struct Parts;
-    explicit ColourTransform(std::shared_ptr<const Parts> parts) : parts_(std::move(parts)) {}
-    std::shared_ptr<const Parts> parts_;
+// What a LUT file, a CDL or a table makes of RGB triples.
+struct colour_transform {
+    std::string name;  // in messages
+    std::function<void(std::vector<float>& triples)> apply;
+    bool mixes_channels = false;      // an output depends on more than its own input: a cube is called for, else curves
+    std::vector<std::string> stages;  // those that do something, in words, in order
+    bool has_shaper = false;          // a curve stands ahead of the cube
+    bool is_tetrahedral = false;      // how the cube is interpolated, linearly if not
+    rgb domain_minimum = {};          // the inputs that the first table covers
+    rgb domain_maximum = {1.0, 1.0, 1.0};
+    std::size_t file_size = 0;         // entries of its largest table of the kind that is called for, or 0
+    std::optional<lut_table> content;  // set when it is nothing but this table
 };
 
-}  // namespace lutc_cli
+// Throws error when the file can't be read or this build has no reader, content_error for a content that is wrong.
+colour_transform read_lut_file(const std::string& path);
+// Limited to 0..1 ahead of the power and at the end, as the ASC defines it. Throws content_error for values that it
+// doesn't allow.
+colour_transform make_cdl_transform(const cdl_values& values);
+colour_transform make_table_transform(const lut_table& table, bool is_tetrahedral);
+
+// The transform as a table: its content when that has this size, else what it makes of the inputs i / (size - 1).
+// Throws content_error when a value is not finite.
+lut_table make_table(const colour_transform& transform, std::size_t size);
+
+// The largest difference of any channel between the transform and a table in its place, on a dense grid over 0..1;
+// clipped: both limited to 0..1 first.
+double find_largest_error(const colour_transform& transform, const lut_table& table, bool clipped);
+
+}  // namespace colour
 
 #endif

@@ -1,14 +1,12 @@
 // lutc dump
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include <lutc/bsonDocument.h>
 #include "bson/validator.h"
 #include "bson/wire_format.h"
-#include "cli/commands.h"
+#include "cli/commands/commands.h"
+#include "cli/console/files.h"
 #include "cli/document_json.h"
-#include "cli/files.h"
-#include "cli/output.h"
 
 namespace lutc_cli {
 namespace {
@@ -53,15 +51,15 @@ std::string describe(const verdict& found, const unsigned char* at) {
     }
 }
 
-Failure defective(const input& message, std::uint32_t position, const std::string& reason) {
+failure defective(const input& message, std::uint32_t position, const std::string& reason) {
     constexpr std::size_t shown = 200;  // of a path that may be as long as the message
     std::string path = lutc_bson::path_to(message.bytes.data(), message.size(), position);
     if (path.size() > shown) path = "..." + path.substr(path.size() - shown);
     if (!path.empty()) path = "element '" + path + "': ";
-    return Failure(exit_usage, message.path + ": at byte " + std::to_string(position) + ": " + path + reason);
+    return failure(exit_usage, message.path + ": at byte " + std::to_string(position) + ": " + path + reason);
 }
 
-void dump(const Context& context, const std::string& file) {
+void dump(const output_style& style, const std::string& file) {
     const input message{file == "-" ? "standard input" : file, read_file(file, document_limit)};
     const unsigned char* const bytes = message.bytes.data();
     const verdict found = lutc_bson::validate(bytes, message.size(), false);
@@ -77,7 +75,7 @@ void dump(const Context& context, const std::string& file) {
     }
     bsonDocument document(bytes, message.size(), false, false);
     if (document.convertMessageToElementList(true) != 1) throw defective(message, found.unknown_type, unknown);
-    if (context.json) {
+    if (style.json) {
         print_document_json(bytes, message.size());
     } else {
         document.debugPrint(0);
@@ -89,13 +87,20 @@ void dump(const Context& context, const std::string& file) {
     }
 }
 
+struct dump_options {
+    std::string file;
+
+    void declare(const command& to) {
+        to.add_text("file", file, "A file with one document; - for standard input").require();
+    }
+
+    void run(const output_style& style) const { dump(style, file); }
+};
+
 }  // namespace
 
-void add_dump_command(CLI::App& app, Context& context) {
-    auto path = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("dump", "Print a BSON document, or say why it is none");
-    command->add_option("file", *path, "A file with one document; - for standard input")->required();
-    command->callback([path, &context] { dump(context, *path); });
+void add_dump(const command& tool, const output_style& style) {
+    tool.add<dump_options>("dump", "Print a BSON document, or say why it is none", style);
 }
 
 }  // namespace lutc_cli

@@ -1,144 +1,177 @@
-// lutc grade combination|lut|cdl|saturation|live
-#include <CLI/CLI.hpp>
-#include <limits>
-#include <memory>
+// lutc grade combination|lut|cdl|saturation|live|plot
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "cli/arguments.h"
-#include "cli/colour_files.h"
-#include "cli/commands.h"
-#include "cli/files.h"
-#include "cli/grade_file.h"
-#include "cli/output.h"
+#include <lutc/lutc.h>
+#include "cli/commands/commands.h"
+#include "cli/console/files.h"
+#include "cli/presets/grade_file.h"
 #include "cli/service.h"
+#include "colour/plot.h"
 
 namespace lutc_cli {
 namespace {
 
-using nlohmann::ordered_json;
-
-struct Options {
+// The channel that a grade goes to, and how.
+struct grade_target {
     int channel = 0;
     int slot = 0;
-    int combination = 0;
     bool reset = false;
-    double saturation = 1.0;
-    cdl values = neutral_cdl();
-    std::string file;
-    std::string id;
-    std::string type;
-    std::string format;
+
+    void declare_slot(const command& to) {
+        to.add_integer("--slot", slot, 1, "Slot among the components of its type, from 1");
+    }
+
+    void declare(const command& to) {
+        to.add_channel(channel);
+        to.add_flag("--reset", reset, "Start from a neutral grade and apply this at once");
+    }
 };
 
-void add_target(CLI::App& command, Options& options) {
-    add_channel(command, options.channel);
-    command.add_flag("--reset", options.reset, "Start from a neutral grade and apply this at once");
-}
+struct combination_options {
+    grade_target target;
+    int combination = 0;
 
-void add_slot(CLI::App& command, Options& options) {
-    add_integer(command, "--slot", options.slot, 1, "Slot among the components of its type, from 1");
-}
+    void declare(const command& to) {
+        to.add_integer("combination", combination, 1, "The combination, from 1 (see lutc model)").require();
+        target.declare(to);
+    }
 
-ordered_json shown(const cdl& values) {
-    const auto triple = [](const double(&three)[3]) { return ordered_json::array({three[0], three[1], three[2]}); };
-    return {{"slope", triple(values.slope)},
-            {"offset", triple(values.offset)},
-            {"power", triple(values.power)},
-            {"saturation", values.saturation}};
-}
+    void run(const output_style& style) const {
+        require_success("grade combination", lutc_send_combination(target.channel, target.reset, combination));
+        print_done(style);
+    }
+};
 
-void send_lut(const Options& options) {
-    std::vector<unsigned char> data = read_file(options.file, payload_limit);
-    if (data.empty()) throw Failure(exit_usage, options.file + ": holds no table");
-    require_success("grade lut", lutc_send_lut(options.channel, options.slot, options.reset, options.type.c_str(),
-                                               options.format.c_str(), data.data(), static_cast<int>(data.size())));
-}
+struct lut_options {
+    grade_target target;
+    std::string file;
+    std::string type;
+    std::string format;
 
-void send_live(const Options& options) {
-    Grade grade = read_grade_file(options.file, GradeUse::live);
-    const std::vector<gradeComponent> records = records_of(grade);
-    const int combination = options.combination > 0 ? options.combination : grade.grade_combo_index;
-    require_success("grade live", lutc_send_live(options.channel, combination, options.reset, records.data(),
-                                                 static_cast<int>(records.size())));
-}
+    void declare(const command& lut) {
+        lut.add_text("file", file, "The table's bytes, sent as they are; - for standard input").require();
+        lut.add_text("--type", type, "Type of the LUT, such as 1dlut or 3dlut").require();
+        lut.add_text("--format", format, "Name of the table's format, one of the service's").require();
+        target.declare_slot(lut);
+        target.declare(lut);
+    }
 
-void add_combination(CLI::App& group, const std::shared_ptr<Options>& options, Context& context) {
-    CLI::App* command = group.add_subcommand("combination", "Choose the grade combination of a channel");
-    add_integer(*command, "combination", options->combination, 1, "The combination, from 1 (see lutc model)")
-        ->required();
-    add_target(*command, *options);
-    command->callback([options, &context] {
-        require_success("grade combination",
-                        lutc_send_combination(options->channel, options->reset, options->combination));
-        print_done(context);
-    });
-}
+    void run(const output_style& style) const {
+        std::vector<unsigned char> data = read_file(file, payload_limit);
+        if (data.empty()) throw failure(exit_usage, file + ": holds no table");
+        require_success("grade lut", lutc_send_lut(target.channel, target.slot, target.reset, type.c_str(),
+                                                   format.c_str(), data.data(), static_cast<int>(data.size())));
+        print_done(style);
+    }
+};
 
-void add_lut(CLI::App& group, const std::shared_ptr<Options>& options, Context& context) {
-    CLI::App* command = group.add_subcommand("lut", "Send a LUT to a channel");
-    command->add_option("file", options->file, "The table's bytes, sent as they are; - for standard input")->required();
-    command->add_option("--type", options->type, "Type of the LUT, such as 1dlut or 3dlut")->required();
-    command->add_option("--format", options->format, "Name of the table's format, one of the service's")->required();
-    add_slot(*command, *options);
-    add_target(*command, *options);
-    command->callback([options, &context] {
-        send_lut(*options);
-        print_done(context);
-    });
-}
+// CDL values, one by one or from a file.
+struct cdl_source {
+    colour::cdl_values values;
+    std::optional<std::string> file;
+    std::string id;
 
-void add_cdl(CLI::App& group, const std::shared_ptr<Options>& options, Context& context) {
-    CLI::App* command = group.add_subcommand("cdl", "Send CDL values to a channel");
-    add_cdl_values(*command, options->values);
-    add_slot(*command, *options);
-    add_target(*command, *options);
-    CLI::Option* file = command->add_option("--file", options->file, "Take the values from a .cc, .ccc or .cdl file");
-    command->add_option("--id", options->id, "Which of the file's corrections; #N for the Nth")->needs(file);
-    for (const char* name : {"--slope", "--offset", "--power", "--saturation"})
-        file->excludes(command->get_option(name));
-    command->callback([options, file, &context] {
-        if (file->count() > 0) options->values = read_cdl_file(options->file, options->id);
-        require_success("grade cdl", lutc_send_cdl(options->channel, options->slot, options->reset, &options->values));
-        if (file->count() == 0) return print_done(context);
-        print_result(context, shown(options->values));
-    });
-}
+    void declare(const command& to) {
+        const argument from_file = to.add_text("--file", file, "Take the values from a .cc, .ccc or .cdl file");
+        to.add_text("--id", id, "Which of the file's corrections; #N for the Nth").need(from_file);
+        from_file.exclude(to.add_triple("--slope", values.slope, "Slope of red, green and blue (default 1 1 1)"))
+            .exclude(to.add_triple("--offset", values.offset, "Offset of red, green and blue (default 0 0 0)"))
+            .exclude(to.add_triple("--power", values.power, "Power of red, green and blue (default 1 1 1)"))
+            .exclude(to.add_number("--saturation", values.saturation, "Saturation (default 1)"));
+    }
 
-void add_saturation(CLI::App& group, const std::shared_ptr<Options>& options, Context& context) {
-    CLI::App* command = group.add_subcommand("saturation", "Send a saturation to a channel");
-    add_number(*command, "saturation", options->saturation, "1 leaves the picture as it is, 0 gives greys")->required();
-    add_slot(*command, *options);
-    add_target(*command, *options);
-    command->callback([options, &context] {
+    colour::cdl_values read() const { return file ? colour::read_cdl_file(*file, id) : values; }
+};
+
+struct cdl_options {
+    cdl_source source;
+    grade_target target;
+
+    void declare(const command& to) {
+        source.declare(to);
+        target.declare_slot(to);
+        target.declare(to);
+    }
+
+    void run(const output_style& style) const {
+        const colour::cdl_values values = source.read();
+        cdl record = {};
+        std::copy_n(values.slope.data(), 3, record.slope);
+        std::copy_n(values.offset.data(), 3, record.offset);
+        std::copy_n(values.power.data(), 3, record.power);
+        record.saturation = values.saturation;
+        require_success("grade cdl", lutc_send_cdl(target.channel, target.slot, target.reset, &record));
+        if (!source.file) return print_done(style);
+        print_result(style, {{"slope", values.slope},
+                             {"offset", values.offset},
+                             {"power", values.power},
+                             {"saturation", values.saturation}});
+    }
+};
+
+struct saturation_options {
+    grade_target target;
+    double saturation = 1.0;
+
+    void declare(const command& to) {
+        to.add_number("saturation", saturation, "1 leaves the picture as it is, 0 gives greys").require();
+        target.declare_slot(to);
+        target.declare(to);
+    }
+
+    void run(const output_style& style) const {
         require_success("grade saturation",
-                        lutc_send_saturation(options->channel, options->slot, options->reset, options->saturation));
-        print_done(context);
-    });
-}
+                        lutc_send_saturation(target.channel, target.slot, target.reset, saturation));
+        print_done(style);
+    }
+};
 
-void add_live(CLI::App& group, const std::shared_ptr<Options>& options, Context& context) {
-    CLI::App* command = group.add_subcommand("live", "Send a whole grade to a channel, without storing it");
-    command->add_option("file", options->file, "A grade file; - for standard input")->required();
-    add_integer(*command, "--combination", options->combination, 1,
-                "The grade combination, from 1, in place of the file's");
-    add_target(*command, *options);
-    command->callback([options, &context] {
-        send_live(*options);
-        print_done(context);
-    });
-}
+struct live_options {
+    grade_target target;
+    std::string file;
+    int combination = 0;
+
+    void declare(const command& live) {
+        live.add_text("file", file, "A grade file; - for standard input").require();
+        live.add_integer("--combination", combination, 1, "The grade combination, from 1, in place of the file's");
+        target.declare(live);
+    }
+
+    void run(const output_style& style) const {
+        grade_file grade = read_grade_file(file, grade_use::live);
+        const std::vector<gradeComponent> records = list_records(grade);
+        require_success("grade live", lutc_send_live(target.channel, combination > 0 ? combination : grade.combination,
+                                                     target.reset, records.data(), static_cast<int>(records.size())));
+        print_done(style);
+    }
+};
+
+struct plot_options {
+    cdl_source source;
+    std::string output;
+
+    void declare(const command& plot) {
+        source.declare(plot);
+        plot.add_text("-o,--output", output, "The picture").require();
+    }
+
+    void run(const output_style& style) const {
+        write_file(output, colour::plot(colour::make_cdl_transform(source.read()), false));
+        print_done(style);
+    }
+};
 
 }  // namespace
 
-void add_grade_commands(CLI::App& app, Context& context) {
-    auto options = std::make_shared<Options>();
-    CLI::App* group = app.add_subcommand("grade", "Send grades to a channel");
-    group->require_subcommand(1);
-    add_combination(*group, options, context);
-    add_lut(*group, options, context);
-    add_cdl(*group, options, context);
-    add_saturation(*group, options, context);
-    add_live(*group, options, context);
+void add_grade(const command& tool, const output_style& style) {
+    const command group = tool.add_group("grade", "Send grades to a channel");
+    group.add<combination_options>("combination", "Choose the grade combination of a channel", style);
+    group.add<lut_options>("lut", "Send a LUT to a channel", style);
+    group.add<cdl_options>("cdl", "Send CDL values to a channel", style);
+    group.add<saturation_options>("saturation", "Send a saturation to a channel", style);
+    group.add<live_options>("live", "Send a whole grade to a channel, without storing it", style);
+    group.add<plot_options>("plot", "Draw what a CDL does to greys, as PNG; nothing is sent", style);
 }
 
 }  // namespace lutc_cli

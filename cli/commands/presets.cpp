@@ -1,14 +1,11 @@
 // lutc presets ...
-#include <CLI/CLI.hpp>
 #include <filesystem>
-#include <memory>
 #include <nlohmann/json.hpp>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/output.h"
-#include "cli/preset_backup.h"
-#include "cli/preset_library.h"
+#include <lutc/lutc.h>
+#include "cli/commands/commands.h"
+#include "cli/presets/backup.h"
+#include "cli/presets/library.h"
 #include "cli/service.h"
 
 namespace lutc_cli {
@@ -16,227 +13,273 @@ namespace {
 
 using nlohmann::ordered_json;
 
-struct Options {
-    PresetSelector preset;
-    int channel = 0;
+void show_list(const output_style& style) {
+    const preset_list list = list_presets("presets list");
+    ordered_json presets = ordered_json::array();
+    for (const listed_preset& preset : list.presets) {
+        presets.push_back({{"presetIndex", presets.size() + 1},
+                           {"presetName", preset.name},
+                           {"gradeComboIndex", preset.combination_index},
+                           {"gradeCombo", preset.combination}});
+    }
+    print_result(style, {{"maxPresetsListSize", list.maximum}, {"presets", presets}});
+}
+
+struct upload_options {
+    std::string file;
+    preset_selector preset;
     int to = 0;
     int combination = 0;
     bool apply = false;
-    bool yes = false;
-    std::string new_name;
-    std::string path;
+    int channel = 0;
+
+    void declare(const command& upload) {
+        upload.add_path("file", file, "The grade file; - for standard input");
+        upload.add_preset(preset);
+        upload.add_integer("--to", to, 1, "Its place in the list, from 1");
+        upload.add_integer("--combination", combination, 1, "The grade combination, in place of the file's");
+        const argument applied = upload.add_flag("--apply", apply, "Also apply it at once");
+        upload.add_channel(channel).need(applied);
+    }
+
+    void run(const output_style& style) const {
+        grade_file grade = read_grade_file(file, grade_use::preset);
+        preset_selector target = preset;
+        if (!target.is_given()) {
+            if (!grade.name) throw failure(exit_usage, file + ": name: is missing; give --name or --index");
+            target.name = grade.name;
+        }
+        const std::vector<gradeComponent> records = list_records(grade);
+        require_success(
+            "presets upload: " + target.describe(),
+            lutc_send_preset(target.name_or_null(), target.index, to, combination > 0 ? combination : grade.combination,
+                             apply, channel, records.data(), static_cast<int>(records.size())));
+        print_done(style);
+    }
 };
 
-using SharedOptions = std::shared_ptr<Options>;
-
-void show_list(const Context& context) {
-    const PresetList list = list_presets("presets list");
-    ordered_json presets = ordered_json::array();
-    for (std::size_t i = 0; i < list.presets.size(); ++i) {
-        presets.push_back({{"presetIndex", i + 1},
-                           {"presetName", list.presets[i].name},
-                           {"gradeComboIndex", list.presets[i].grade_combo_index},
-                           {"gradeCombo", list.presets[i].grade_combo}});
-    }
-    print_result(context, {{"maxPresetsListSize", list.maximum}, {"presets", presets}});
-}
-
-void upload(Options& options) {
-    Grade grade = read_grade_file(options.path, GradeUse::preset);
-    PresetSelector preset = options.preset;
-    if (!preset.given()) {
-        if (!grade.name) throw Failure(exit_usage, options.path + ": name: is missing; give --name or --index");
-        preset.name = *grade.name;
-        preset.named = true;
-    }
-    const int combination = options.combination > 0 ? options.combination : grade.grade_combo_index;
-    const std::vector<gradeComponent> records = records_of(grade);
-    require_success("presets upload: " + preset.shown(),
-                    lutc_send_preset(preset.name_or_null(), preset.index, options.to, combination, options.apply,
-                                     options.channel, records.data(), static_cast<int>(records.size())));
-}
-
-ListedPreset find_preset(const std::string& what, const PresetSelector& selector) {
-    const PresetList list = list_presets(what);
-    for (std::size_t i = 0; i < list.presets.size(); ++i) {
-        const ListedPreset& preset = list.presets[i];
-        if (selector.named ? preset.name == selector.name : i + 1 == static_cast<std::size_t>(selector.index)) {
+listed_preset find_preset(const std::string& task, const preset_selector& selector) {
+    const preset_list list = list_presets(task);
+    std::size_t place = 1;
+    for (const listed_preset& preset : list.presets) {
+        if (selector.name ? preset.name == *selector.name : place == static_cast<std::size_t>(selector.index)) {
             return preset;
         }
+        ++place;
     }
-    throw Failure(exit_refused, what + ": there is no such preset");
+    throw failure(exit_refused, task + ": there is no such preset");
 }
 
-void download(const Context& context, const Options& options) {
-    if (options.path == "-") throw Failure(exit_usage, "presets download: give a file: tables are written beside it");
-    const std::string what = "presets download: " + options.preset.shown();
-    std::vector<std::string> notices;
-    const Grade grade = download_preset(what, find_preset(what, options.preset), notices);
-    const std::string stem = std::filesystem::path(options.path).stem();
-    const std::vector<std::string> files = grade_file_names(options.path, grade, stem);
-    for (const std::string& file : files) {
-        if (std::filesystem::exists(file)) confirm(options.yes, "Replace " + file + "?");
-    }
-    write_grade_file(options.path, grade, stem);
-    for (const std::string& notice : notices) print_notice(notice);
-    print_result(context, {{"presetName", *grade.name}, {"files", files}});
-}
+struct download_options {
+    std::string file;
+    preset_selector preset;
+    bool yes = false;
 
-void show_selected(const Context& context, const std::string& what, const Options* channel_options) {
+    void declare(const command& download) {
+        download.add_path("file", file, "The grade file to write");
+        download.add_preset(preset);
+        download.add_yes(yes, "Replace files");
+    }
+
+    void run(const output_style& style) const {
+        preset.require();
+        if (file == "-") throw failure(exit_usage, "presets download: give a file: tables are written beside it");
+        const std::string task = "presets download: " + preset.describe();
+        std::vector<std::string> notices;
+        const grade_file grade = download_preset(task, find_preset(task, preset), notices);
+        const std::string stem = std::filesystem::path(file).stem();
+        const std::vector<std::string> names = list_grade_files(file, grade, stem);
+        for (const std::string& name : names) {
+            if (std::filesystem::exists(name)) confirm(yes, "Replace " + name + "?");
+        }
+        write_grade_file(file, grade, stem);
+        for (const std::string& notice : notices) print_notice(notice);
+        print_result(style, {{"presetName", *grade.name}, {"files", names}});
+    }
+};
+
+struct delete_options {
+    bool yes = false;
+    preset_selector preset;
+
+    void declare(const command& to) {
+        to.add_yes(yes, "Delete");
+        to.add_preset(preset);
+    }
+
+    void run(const output_style& style) const {
+        preset.require();
+        confirm(yes, "Delete " + preset.describe() + "?");
+        require_success("presets delete: " + preset.describe(),
+                        lutc_delete_preset(preset.name_or_null(), preset.index));
+        print_done(style);
+    }
+};
+
+struct rename_options {
+    std::string new_name;
+    preset_selector preset;
+
+    void declare(const command& rename) {
+        rename.add_text("--new-name", new_name, "Its new name (at most 32 bytes)").require();
+        rename.add_preset(preset);
+    }
+
+    void run(const output_style& style) const {
+        preset.require();
+        check_preset_name(new_name);
+        require_success("presets rename: " + preset.describe(),
+                        lutc_rename_preset(preset.name_or_null(), preset.index, new_name.c_str()));
+        print_done(style);
+    }
+};
+
+struct move_options {
+    int to = 0;
+    preset_selector preset;
+
+    void declare(const command& move) {
+        move.add_integer("--to", to, 1, "Its new place in the list, from 1").require();
+        move.add_preset(preset);
+    }
+
+    void run(const output_style& style) const {
+        preset.require();
+        require_success("presets move: " + preset.describe(),
+                        lutc_move_preset(preset.name_or_null(), preset.index, to));
+        print_done(style);
+    }
+};
+
+struct select_options {
+    int channel = 0;
+    preset_selector preset;
+
+    void declare(const command& select) {
+        select.add_channel(channel);
+        select.add_preset(preset);
+    }
+
+    void run(const output_style& style) const {
+        preset.require();
+        require_success("presets select: " + preset.describe(),
+                        lutc_set_preset(channel, preset.name_or_null(), preset.index));
+        print_done(style);
+    }
+};
+
+struct selected_options {
+    int channel = 0;
+
+    void declare(const command& selected) { selected.add_channel(channel); }
+
+    void run(const output_style& style) const {
+        char name[LUTC_PRESET_NAME_SIZE + 1] = {};
+        int index = 0;
+        require_success("presets selected", lutc_get_preset(channel, name, &index));
+        print_result(style, {{"presetName", name}, {"presetIndex", index}});
+    }
+};
+
+void show_override(const output_style& style) {
     char name[LUTC_PRESET_NAME_SIZE + 1] = {};
     int index = 0;
-    require_success(what, channel_options != nullptr ? lutc_get_preset(channel_options->channel, name, &index)
-                                                     : lutc_get_override_preset(name, &index));
-    print_result(context, {{"presetName", name}, {"presetIndex", index}});
+    require_success("presets override get", lutc_get_override_preset(name, &index));
+    print_result(style, {{"presetName", name}, {"presetIndex", index}});
 }
 
-// A command on the preset that the options select: what it is called in messages, and what it does.
-template <class Action>
-void on_preset(CLI::App* command, const SharedOptions& options, Context& context, const std::string& what,
-               Action action) {
-    options->preset.add_to(*command);
-    command->callback([options, &context, what, action] {
-        options->preset.require();
-        require_success(what + ": " + options->preset.shown(), action(*options));
-        print_done(context);
-    });
-}
+struct set_override_options {
+    preset_selector preset;
 
-// An empty path would be the current folder, which nobody meant.
-void add_path(CLI::App& command, const std::string& name, std::string& path, const std::string& description) {
-    const auto fault = [](const std::string& text) { return text.empty() ? "must not be empty" : std::string(); };
-    command.add_option(name, path, description)->required()->check(fault);
-}
+    void declare(const command& set) { set.add_preset(preset); }
 
-void add_transfer(CLI::App& group, Context& context) {
-    auto options = std::make_shared<Options>();
-    CLI::App* up = group.add_subcommand("upload", "Store a preset from a grade file; it replaces one of its name");
-    add_path(*up, "file", options->path, "The grade file; - for standard input");
-    options->preset.add_to(*up);
-    add_integer(*up, "--to", options->to, 1, "Its place in the list, from 1");
-    add_integer(*up, "--combination", options->combination, 1, "The grade combination, in place of the file's");
-    CLI::Option* apply = up->add_flag("--apply", options->apply, "Also apply it at once");
-    add_channel(*up, options->channel)->needs(apply);
-    up->callback([options, &context] {
-        upload(*options);
-        print_done(context);
-    });
-
-    options = std::make_shared<Options>();
-    CLI::App* down = group.add_subcommand("download", "Fetch a preset into a grade file, its tables beside it");
-    add_path(*down, "file", options->path, "The grade file to write");
-    options->preset.add_to(*down);
-    add_yes(*down, options->yes, "Replace files");
-    down->callback([options, &context] {
-        options->preset.require();
-        download(context, *options);
-    });
-}
-
-void add_edits(CLI::App& group, Context& context) {
-    auto options = std::make_shared<Options>();
-    CLI::App* remove = group.add_subcommand("delete", "Delete a preset");
-    add_yes(*remove, options->yes, "Delete");
-    on_preset(remove, options, context, "presets delete", [](const Options& chosen) {
-        confirm(chosen.yes, "Delete " + chosen.preset.shown() + "?");
-        return lutc_delete_preset(chosen.preset.name_or_null(), chosen.preset.index);
-    });
-
-    options = std::make_shared<Options>();
-    CLI::App* rename = group.add_subcommand("rename", "Rename a preset");
-    rename->add_option("--new-name", options->new_name, "Its new name (at most 32 bytes)")->required();
-    on_preset(rename, options, context, "presets rename", [](const Options& chosen) {
-        check_preset_name(chosen.new_name);
-        return lutc_rename_preset(chosen.preset.name_or_null(), chosen.preset.index, chosen.new_name.c_str());
-    });
-
-    options = std::make_shared<Options>();
-    CLI::App* move = group.add_subcommand("move", "Move a preset within the list");
-    add_integer(*move, "--to", options->to, 1, "Its new place in the list, from 1")->required();
-    on_preset(move, options, context, "presets move", [](const Options& chosen) {
-        return lutc_move_preset(chosen.preset.name_or_null(), chosen.preset.index, chosen.to);
-    });
-}
-
-void add_selection(CLI::App& group, Context& context) {
-    auto options = std::make_shared<Options>();
-    CLI::App* select = group.add_subcommand("select", "Select the preset that a channel shows");
-    add_channel(*select, options->channel);
-    on_preset(select, options, context, "presets select", [](const Options& chosen) {
-        return lutc_set_preset(chosen.channel, chosen.preset.name_or_null(), chosen.preset.index);
-    });
-
-    options = std::make_shared<Options>();
-    CLI::App* selected = group.add_subcommand("selected", "Show the preset that a channel shows");
-    add_channel(*selected, options->channel);
-    selected->callback([options, &context] { show_selected(context, "presets selected", options.get()); });
-
-    CLI::App* override_group = group.add_subcommand("override", "The override preset");
-    override_group->require_subcommand(1);
-    override_group->add_subcommand("get", "Show it")->callback([&context] {
-        show_selected(context, "presets override get", nullptr);
-    });
-    options = std::make_shared<Options>();
-    on_preset(override_group->add_subcommand("set", "Set it"), options, context, "presets override set",
-              [](const Options& chosen) {
-                  return lutc_set_override_preset(chosen.preset.name_or_null(), chosen.preset.index);
-              });
-    override_group->add_subcommand("clear", "Set it to index 0, which is none")->callback([&context] {
-        require_success("presets override clear", lutc_set_override_preset(nullptr, 0));
-        print_done(context);
-    });
-}
-
-void add_library(CLI::App& group, Context& context) {
-    struct Command {
-        const char* name;
-        const char* description;
-        int (*call)();
-        const char* question;  // or null
-    };
-    static const Command commands[] = {
-        {"load", "Replace the library by the one on the device's media", lutc_load_presets_from_media,
-         "Replace the library by the one on the media?"},
-        {"save", "Store the library on the device's media", lutc_save_presets_to_media, nullptr},
-        {"clear", "Delete every preset of the library", lutc_delete_all_presets, "Delete every preset of the library?"},
-    };
-    for (const Command& command : commands) {
-        auto options = std::make_shared<Options>();
-        CLI::App* added = group.add_subcommand(command.name, command.description);
-        if (command.question != nullptr) add_yes(*added, options->yes, "Go on");
-        added->callback([options, &context, &command] {
-            if (command.question != nullptr) confirm(options->yes, command.question);
-            require_success(std::string("presets ") + command.name, command.call());
-            print_done(context);
-        });
+    void run(const output_style& style) const {
+        preset.require();
+        require_success("presets override set: " + preset.describe(),
+                        lutc_set_override_preset(preset.name_or_null(), preset.index));
+        print_done(style);
     }
+};
+
+void clear_override(const output_style& style) {
+    require_success("presets override clear", lutc_set_override_preset(nullptr, 0));
+    print_done(style);
 }
 
-void add_backup(CLI::App& group, Context& context) {
-    auto options = std::make_shared<Options>();
-    CLI::App* backup = group.add_subcommand("backup", "Write the whole library as files into a folder");
-    add_path(*backup, "folder", options->path, "A new or empty folder, or one with an earlier backup");
-    add_yes(*backup, options->yes, "Replace an earlier backup");
-    backup->callback([options, &context] { backup_presets(context, options->path, options->yes); });
+struct load_options {
+    bool yes = false;
 
-    options = std::make_shared<Options>();
-    CLI::App* restore = group.add_subcommand("restore", "Replace the library by a backup");
-    add_path(*restore, "folder", options->path, "The folder of the backup");
-    add_yes(*restore, options->yes, "Replace presets");
-    restore->callback([options, &context] { restore_presets(context, options->path, options->yes); });
+    void declare(const command& load) { load.add_yes(yes, "Go on"); }
+
+    void run(const output_style& style) const {
+        confirm(yes, "Replace the library by the one on the media?");
+        require_success("presets load", lutc_load_presets_from_media());
+        print_done(style);
+    }
+};
+
+void save(const output_style& style) {
+    require_success("presets save", lutc_save_presets_to_media());
+    print_done(style);
 }
+
+struct clear_options {
+    bool yes = false;
+
+    void declare(const command& clear) { clear.add_yes(yes, "Go on"); }
+
+    void run(const output_style& style) const {
+        confirm(yes, "Delete every preset of the library?");
+        require_success("presets clear", lutc_delete_all_presets());
+        print_done(style);
+    }
+};
+
+struct backup_options {
+    std::string folder;
+    bool yes = false;
+
+    void declare(const command& backup) {
+        backup.add_path("folder", folder, "A new or empty folder, or one with an earlier backup");
+        backup.add_yes(yes, "Replace an earlier backup");
+    }
+
+    void run(const output_style& style) const { backup_presets(style, folder, yes); }
+};
+
+struct restore_options {
+    std::string folder;
+    bool yes = false;
+
+    void declare(const command& restore) {
+        restore.add_path("folder", folder, "The folder of the backup");
+        restore.add_yes(yes, "Replace presets");
+    }
+
+    void run(const output_style& style) const { restore_presets(style, folder, yes); }
+};
 
 }  // namespace
 
-void add_preset_commands(CLI::App& app, Context& context) {
-    CLI::App* group = app.add_subcommand("presets", "The preset library");
-    group->require_subcommand(1);
-    group->add_subcommand("list", "Show the presets")->callback([&context] { show_list(context); });
-    add_transfer(*group, context);
-    add_edits(*group, context);
-    add_selection(*group, context);
-    add_library(*group, context);
-    add_backup(*group, context);
+void add_presets(const command& tool, const output_style& style) {
+    const command group = tool.add_group("presets", "The preset library");
+    group.add_command("list", "Show the presets").call([&style] { show_list(style); });
+    group.add<upload_options>("upload", "Store a preset from a grade file; it replaces one of its name", style);
+    group.add<download_options>("download", "Fetch a preset into a grade file, its tables beside it", style);
+    group.add<delete_options>("delete", "Delete a preset", style);
+    group.add<rename_options>("rename", "Rename a preset", style);
+    group.add<move_options>("move", "Move a preset within the list", style);
+    group.add<select_options>("select", "Select the preset that a channel shows", style);
+    group.add<selected_options>("selected", "Show the preset that a channel shows", style);
+    const command overriding = group.add_group("override", "The override preset");
+    overriding.add_command("get", "Show it").call([&style] { show_override(style); });
+    overriding.add<set_override_options>("set", "Set it", style);
+    overriding.add_command("clear", "Set it to index 0, which is none").call([&style] { clear_override(style); });
+    group.add<load_options>("load", "Replace the library by the one on the device's media", style);
+    group.add_command("save", "Store the library on the device's media").call([&style] { save(style); });
+    group.add<clear_options>("clear", "Delete every preset of the library", style);
+    group.add<backup_options>("backup", "Write the whole library as files into a folder", style);
+    group.add<restore_options>("restore", "Replace the library by a backup", style);
 }
 
 }  // namespace lutc_cli

@@ -1,40 +1,47 @@
 // lutc state get|set
-#include <CLI/CLI.hpp>
 #include <limits>
-#include <memory>
 #include <nlohmann/json.hpp>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/output.h"
+#include <lutc/lutc.h>
+#include "cli/commands/commands.h"
 #include "cli/service.h"
 
 namespace lutc_cli {
+namespace {
 
-void add_state_commands(CLI::App& app, Context& context) {
-    struct Options {
-        int channel = 0;
+struct get_options {
+    int channel = 0;
+
+    void declare(const command& get) { get.add_channel(channel); }
+
+    void run(const output_style& style) const {
         int state = 0;
-    };
-    auto options = std::make_shared<Options>();
-    CLI::App* group = app.add_subcommand("state", "The colour-transform state of a channel");
-    group->require_subcommand(1);
+        require_success("state get", lutc_get_state(&state, channel));
+        print_result(style, {{"colorTransformState", state}});
+    }
+};
 
-    CLI::App* get = group->add_subcommand("get", "Show the state, a number of the service's");
-    add_channel(*get, options->channel);
-    get->callback([options, &context] {
-        int state = 0;
-        require_success("state get", lutc_get_state(&state, options->channel));
-        print_result(context, {{"colorTransformState", state}});
-    });
+struct set_options {
+    int state = 0;
+    int channel = 0;
 
-    CLI::App* set = group->add_subcommand("set", "Set the state");
-    add_integer(*set, "state", options->state, std::numeric_limits<int>::min(), "The new state")->required();
-    add_channel(*set, options->channel);
-    set->callback([options, &context] {
-        require_success("state set", lutc_set_state(options->state, options->channel));
-        print_done(context);
-    });
+    void declare(const command& set) {
+        set.add_integer("state", state, std::numeric_limits<int>::min(), "The new state").require();
+        set.add_channel(channel);
+    }
+
+    void run(const output_style& style) const {
+        require_success("state set", lutc_set_state(state, channel));
+        print_done(style);
+    }
+};
+
+}  // namespace
+
+void add_state(const command& tool, const output_style& style) {
+    const command group = tool.add_group("state", "The colour-transform state of a channel");
+    group.add<get_options>("get", "Show the state, a number of the service's", style);
+    group.add<set_options>("set", "Set the state", style);
 }
 
 }  // namespace lutc_cli

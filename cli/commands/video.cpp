@@ -1,13 +1,10 @@
 // lutc video list|connect
-#include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include <lutc/lutc.h>
-#include "cli/commands.h"
-#include "cli/output.h"
+#include "cli/commands/commands.h"
 #include "cli/service.h"
 
 namespace lutc_cli {
@@ -18,15 +15,15 @@ using nlohmann::ordered_json;
 // By their type code.
 constexpr std::array<const char*, 3> end_names = {"input", "channel", "output"};
 
-struct End {
+struct connection_end {
     int type = -1;
     int index = 0;
 };
 
 // "input:1" and the like.
-End read_end(const std::string& text) {
+connection_end read_end(const std::string& text) {
     const std::size_t colon = text.find(':');
-    End end;
+    connection_end end;
     for (std::size_t i = 0; i < end_names.size(); ++i) {
         if (text.substr(0, colon) == end_names[i]) end.type = static_cast<int>(i);
     }
@@ -34,17 +31,17 @@ End read_end(const std::string& text) {
     const char* first = colon == std::string::npos ? last : text.data() + colon + 1;
     const auto [stop, error] = std::from_chars(first, last, end.index);
     if (end.type < 0 || error != std::errc() || stop != last) {
-        throw Failure(exit_usage, "'" + text + "' is no end of a connection such as input:1, channel:2 or output:1");
+        throw failure(exit_usage, "'" + text + "' is no end of a connection such as input:1, channel:2 or output:1");
     }
     return end;
 }
 
-std::string shown_end(int type, int index) {
-    const bool known = type >= 0 && type < static_cast<int>(end_names.size());
-    return (known ? end_names[static_cast<std::size_t>(type)] : "unknown") + (":" + std::to_string(index));
+std::string show_end(int type, int index) {
+    const bool is_known = type >= 0 && type < static_cast<int>(end_names.size());
+    return (is_known ? end_names[static_cast<std::size_t>(type)] : "unknown") + (":" + std::to_string(index));
 }
 
-void list_connections(const Context& context) {
+void list_connections(const output_style& style) {
     // A type that the library doesn't know leaves its field alone.
     std::array<videoConnection, LUTC_MAX_VIDEO_CONNECTIONS> connections;
     connections.fill(videoConnection{-1, 0, -1, 0});
@@ -53,44 +50,42 @@ void list_connections(const Context& context) {
     ordered_json list = ordered_json::array();
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         const videoConnection& record = connections[i];
-        list.push_back({{"source", shown_end(record.sourceType, record.sourceIndex)},
-                        {"destination", shown_end(record.destinationType, record.destinationIndex)}});
+        list.push_back({{"source", show_end(record.sourceType, record.sourceIndex)},
+                        {"destination", show_end(record.destinationType, record.destinationIndex)}});
     }
-    print_result(context, {{"videoConnections", list}});
+    print_result(style, {{"videoConnections", list}});
 }
 
-void connect_ends(const std::string& from, const std::string& to) {
-    const End source = read_end(from);
-    const End destination = read_end(to);
-    if (source.type == LUTC_VIDEO_OUTPUT) {
-        throw Failure(exit_usage, "'" + from + "' can't be a source: give an input or a channel");
+struct connect_options {
+    std::string source;
+    std::string destination;
+
+    void declare(const command& connect) {
+        connect.add_text("source", source, "input:N or channel:N").require();
+        connect.add_text("destination", destination, "channel:N or output:N").require();
     }
-    if (destination.type == LUTC_VIDEO_INPUT) {
-        throw Failure(exit_usage, "'" + to + "' can't be a destination: give a channel or an output");
+
+    void run(const output_style& style) const {
+        const connection_end from = read_end(source);
+        const connection_end to = read_end(destination);
+        if (from.type == LUTC_VIDEO_OUTPUT) {
+            throw failure(exit_usage, "'" + source + "' can't be a source: give an input or a channel");
+        }
+        if (to.type == LUTC_VIDEO_INPUT) {
+            throw failure(exit_usage, "'" + destination + "' can't be a destination: give a channel or an output");
+        }
+        const videoConnection connection{from.type, from.index, to.type, to.index};
+        require_success("video connect " + source + " " + destination, lutc_set_video_connection(&connection));
+        print_done(style);
     }
-    const videoConnection connection{source.type, source.index, destination.type, destination.index};
-    require_success("video connect " + from + " " + to, lutc_set_video_connection(&connection));
-}
+};
 
 }  // namespace
 
-void add_video_commands(CLI::App& app, Context& context) {
-    CLI::App* group = app.add_subcommand("video", "Routing between inputs, channels and outputs");
-    group->require_subcommand(1);
-    group->add_subcommand("list", "Show the connections")->callback([&context] { list_connections(context); });
-
-    struct Options {
-        std::string source;
-        std::string destination;
-    };
-    auto options = std::make_shared<Options>();
-    CLI::App* connect = group->add_subcommand("connect", "Make a connection, such as: connect input:1 channel:2");
-    connect->add_option("source", options->source, "input:N or channel:N")->required();
-    connect->add_option("destination", options->destination, "channel:N or output:N")->required();
-    connect->callback([options, &context] {
-        connect_ends(options->source, options->destination);
-        print_done(context);
-    });
+void add_video(const command& tool, const output_style& style) {
+    const command group = tool.add_group("video", "Routing between inputs, channels and outputs");
+    group.add_command("list", "Show the connections").call([&style] { list_connections(style); });
+    group.add<connect_options>("connect", "Make a connection, such as: connect input:1 channel:2", style);
 }
 
 }  // namespace lutc_cli

@@ -1,118 +1,84 @@
-#include "cli/files.h"
+#include "cli/console/files.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
-#include "cli/output.h"
+#include "cli/console/output.h"
 
 namespace lutc_cli {
 namespace {
 
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { shut(); }
-    int number() const { return number_; }
-    bool shut() {
-        const int number = number_;
-        number_ = -1;
-        return number < 0 || close(number) == 0;
-    }
-
-  private:
-    int number_;
-};
-
-Failure failed(const std::string& path, const char* what) {
-    return Failure(exit_refused, path + ": " + what + ": " + std::strerror(errno));
+failure make_failure(const std::string& path, const char* message, int cause = errno) {
+    return failure(exit_refused, path + ": " + message + ": " + std::strerror(cause));
 }
 
-std::vector<unsigned char> read_all(int descriptor, const std::string& path, std::size_t limit) {
+std::vector<unsigned char> read_all(std::FILE* file, const std::string& path, std::size_t limit) {
     constexpr std::size_t step = 1 << 16;
     std::vector<unsigned char> bytes;
     struct stat status {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) &&
         static_cast<std::size_t>(status.st_size) < limit) {
         bytes.reserve(static_cast<std::size_t>(status.st_size) + step);
     }
-    for (;;) {
+    for (std::size_t count = step; count == step;) {
         const std::size_t size = bytes.size();
         bytes.resize(size + step);
-        const ssize_t count = read(descriptor, bytes.data() + size, step);
-        if (count < 0 && errno == EINTR) {
-            bytes.resize(size);
-            continue;
-        }
-        if (count < 0) throw failed(path, "can't be read");
-        bytes.resize(size + static_cast<std::size_t>(count));
+        count = std::fread(bytes.data() + size, 1, step, file);
+        bytes.resize(size + count);
         if (bytes.size() > limit) {
-            throw Failure(exit_usage, path + ": has more than " + std::to_string(limit) + " bytes");
+            throw failure(exit_usage, path + ": has more than " + std::to_string(limit) + " bytes");
         }
-        if (count == 0) return bytes;
     }
-}
-
-bool write_all(int descriptor, const void* bytes, std::size_t size) {
-    const char* next = static_cast<const char*>(bytes);
-    while (size > 0) {
-        const ssize_t count = write(descriptor, next, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        next += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
+    if (std::ferror(file) != 0) throw make_failure(path, "can't be read");
+    return bytes;
 }
 
 std::string part_of(const std::string& path) { return path + ".part" + std::to_string(getpid()); }
 
-void write_part(const NewFile& content) {
+void write_part(const new_file& content) {
     struct stat status {};
     if (stat(content.path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        errno = EISDIR;
-        throw failed(content.path, "can't be written");
+        throw make_failure(content.path, "can't be written", EISDIR);
     }
     const std::string part = part_of(content.path);
-    Descriptor file(open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (file.number() < 0) throw failed(content.path, "can't be created");
-    if (write_all(file.number(), content.bytes, content.size) && fsync(file.number()) == 0 && file.shut()) return;
-    const Failure failure = failed(content.path, "can't be written");
+    std::FILE* const file = std::fopen(part.c_str(), "wbxe");
+    if (file == nullptr) throw make_failure(content.path, "can't be created");
+    const bool is_written = std::fwrite(content.bytes, 1, content.size, file) == content.size &&
+                            std::fflush(file) == 0 && fsync(fileno(file)) == 0;
+    const int cause = errno;
+    if (std::fclose(file) == 0 && is_written) return;
+    const failure reported = make_failure(content.path, "can't be written", is_written ? errno : cause);
     unlink(part.c_str());
-    throw failure;
+    throw reported;
 }
 
 }  // namespace
 
 std::vector<unsigned char> read_file(const std::string& path, std::size_t limit) {
-    if (path == "-") return read_all(STDIN_FILENO, "standard input", limit);
-    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.number() < 0) throw failed(path, "can't be opened");
-    return read_all(file.number(), path, limit);
+    if (path == "-") return read_all(stdin, "standard input", limit);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
+    if (!file) throw make_failure(path, "can't be opened");
+    return read_all(file.get(), path, limit);
 }
 
-void write_files(const std::vector<NewFile>& files) {
+void write_files(const std::vector<new_file>& files) {
     std::size_t written = 0;
     std::size_t placed = 0;
     try {
         for (; written < files.size(); ++written) write_part(files[written]);
         for (; placed < files.size(); ++placed) {
             const std::string& path = files[placed].path;
-            if (rename(part_of(path).c_str(), path.c_str()) != 0) throw failed(path, "can't be written");
+            if (rename(part_of(path).c_str(), path.c_str()) != 0) throw make_failure(path, "can't be written");
         }
-    } catch (const Failure&) {
+    } catch (const failure&) {
         for (std::size_t i = placed; i < written; ++i) unlink(part_of(files[i].path).c_str());
         throw;
     }
-}
-
-void write_file(const std::string& path, const void* bytes, std::size_t size) {
-    write_files({NewFile{path, bytes, size}});
 }
 
 }  // namespace lutc_cli

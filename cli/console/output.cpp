@@ -1,4 +1,4 @@
-#include "cli/output.h"
+#include "cli/console/output.h"
 
 #include <unistd.h>
 
@@ -13,20 +13,20 @@ using nlohmann::ordered_json;
 
 namespace {
 
-std::string as_json(const ordered_json& value, int indent) {
+std::string write_json(const ordered_json& value, int indent) {
     return value.dump(indent, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::string as_text(const ordered_json& value) {
+std::string write_text(const ordered_json& value) {
     if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_null()) return "-";
-    if (!value.is_array()) return as_json(value, -1);
+    if (!value.is_array()) return write_json(value, -1);
     std::string text;
-    for (const ordered_json& item : value) text += (text.empty() ? "" : " ") + as_text(item);
+    for (const ordered_json& item : value) text += (text.empty() ? "" : " ") + write_text(item);
     return text.empty() ? "-" : text;
 }
 
-std::size_t columns(const std::string& text) {
+std::size_t count_columns(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
@@ -36,19 +36,19 @@ void print_table(const ordered_json& rows) {
     for (const auto& member : rows.front().items()) lines[0].push_back(member.key());
     for (const ordered_json& row : rows) {
         lines.emplace_back();
-        for (const ordered_json& cell : row) lines.back().push_back(as_text(cell));
+        for (const ordered_json& cell : row) lines.back().push_back(write_text(cell));
     }
     std::vector<std::size_t> widths(lines[0].size(), 0);
     for (const auto& line : lines) {
         for (std::size_t i = 0; i < line.size() && i < widths.size(); ++i) {
-            widths[i] = std::max(widths[i], columns(line[i]));
+            widths[i] = std::max(widths[i], count_columns(line[i]));
         }
     }
     for (const auto& line : lines) {
         std::string text = " ";
         for (std::size_t i = 0; i < line.size(); ++i) {
             text += " " + line[i];
-            if (i + 1 < line.size()) text += std::string(widths[i] - columns(line[i]) + 1, ' ');
+            if (i + 1 < line.size()) text += std::string(widths[i] - count_columns(line[i]) + 1, ' ');
         }
         std::printf("%s\n", text.c_str());
     }
@@ -56,9 +56,9 @@ void print_table(const ordered_json& rows) {
 
 }  // namespace
 
-void print_result(const Context& context, const ordered_json& result) {
-    if (context.json) {
-        std::printf("%s\n", as_json(result, 2).c_str());
+void print_result(const output_style& style, const ordered_json& result) {
+    if (style.json) {
+        std::printf("%s\n", write_json(result, 2).c_str());
         return;
     }
     for (const auto& member : result.items()) {
@@ -67,18 +67,13 @@ void print_result(const Context& context, const ordered_json& result) {
             std::printf("%s:\n", member.key().c_str());
             print_table(value);
         } else {
-            std::printf("%s: %s\n", member.key().c_str(), as_text(value).c_str());
+            std::printf("%s: %s\n", member.key().c_str(), write_text(value).c_str());
         }
     }
 }
 
-void print_done(const Context& context) { print_done(context, ordered_json::object()); }
-
-void print_done(const Context& context, const ordered_json& members) {
-    if (!context.json) return;
-    ordered_json result = {{"done", true}};
-    result.update(members);
-    print_result(context, result);
+void print_done(const output_style& style) {
+    if (style.json) print_result(style, {{"done", true}});
 }
 
 bool is_utf8(const std::string& text) {
@@ -118,13 +113,13 @@ void print_notice(const std::string& message) { print_error("note: " + message);
 void confirm(bool yes, const std::string& question) {
     if (yes) return;
     if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
-        throw Failure(exit_usage, question + " Give --yes to do it without being asked");
+        throw failure(exit_usage, question + " Give --yes to do it without being asked");
     }
     std::fprintf(stderr, "%s [y/N] ", printable(question).c_str());
     char answer[16] = {};
     const bool answered = std::fgets(answer, sizeof answer, stdin) != nullptr;
     if (!answered || (answer[0] != 'y' && answer[0] != 'Y')) {
-        throw Failure(exit_refused, "not confirmed: nothing was changed");
+        throw failure(exit_refused, "not confirmed: nothing was changed");
     }
 }
 

@@ -1,6 +1,6 @@
 // What every command of the tool shares: results on standard output, failures and questions on standard error.
-#ifndef LUTC_CLI_OUTPUT_H
-#define LUTC_CLI_OUTPUT_H
+#ifndef LUTC_CLI_CONSOLE_OUTPUT_H
+#define LUTC_CLI_CONSOLE_OUTPUT_H
 
 #include <nlohmann/json_fwd.hpp>
 #include <stdexcept>
@@ -8,7 +8,7 @@
 
 namespace lutc_cli {
 
-enum ExitCode {
+enum exit_code {
     exit_done = 0,
     exit_refused = 1,       // the service refused or gave no usable answer; a file can't be read or written
     exit_usage = 2,         // wrong arguments, or an input file whose content is wrong
@@ -17,25 +17,24 @@ enum ExitCode {
 };
 
 // Ends a command: one line on standard error, and this exit code.
-class Failure : public std::runtime_error {
+class failure : public std::runtime_error {
   public:
-    Failure(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
+    failure(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
     int code() const noexcept { return code_; }
 
   private:
     int code_;
 };
 
-struct Context {
+struct output_style {
     bool json = false;  // --json
 };
 
 // Prints the result of a command, an object: as JSON, or as "key: value" lines and a table for each list of objects.
-void print_result(const Context& context, const nlohmann::ordered_json& result);
+void print_result(const output_style& style, const nlohmann::ordered_json& result);
 
-// The result of a command that only does something: nothing as text, {"done": true} and the given members as JSON.
-void print_done(const Context& context);
-void print_done(const Context& context, const nlohmann::ordered_json& members);
+// The result of a command that only does something: nothing as text, {"done": true} as JSON.
+void print_done(const output_style& style);
 
 // Text as it can be shown on a terminal: control characters, and bytes that are not UTF-8, as \xNN.
 std::string printable(const std::string& text);
@@ -44,7 +43,7 @@ bool is_utf8(const std::string& text);
 void print_error(const std::string& message);   // "lutc: " and the message, as one line
 void print_notice(const std::string& message);  // the same for what is no failure
 
-// Before something is lost: asks on a terminal, needs yes elsewhere. Throws Failure unless the answer is yes.
+// Before something is lost: asks on a terminal, needs yes elsewhere. Throws failure unless the answer is yes.
 void confirm(bool yes, const std::string& question);
 
 // Whether all of standard output could be written.

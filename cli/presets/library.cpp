@@ -1,11 +1,11 @@
-#include "cli/preset_library.h"
+#include "cli/presets/library.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <iterator>
 
-#include "cli/output.h"
+#include "cli/console/output.h"
 #include "cli/service.h"
 
 namespace lutc_cli {
@@ -36,8 +36,8 @@ void release(std::vector<gradeComponent>& records) {
     }
 }
 
-Component component_of(const gradeComponent& record) {
-    Component component;
+file_component copy_component(const gradeComponent& record) {
+    file_component component;
     component.kind = record.kind;
     component.type_index = std::max(record.typeIndex, 0);
     if (record.dataFormat != nullptr) component.data_format = record.dataFormat;
@@ -67,13 +67,13 @@ std::vector<int> kinds_of(const std::vector<std::string>& combo) {
 // A combination with places for only one of the two decides alone. Else values that do more than saturate are a CDL,
 // and the others take the places that are left, in order. Where the numbers don't match, values become a saturation and
 // bytes a CDL; the positions of those components are returned.
-std::vector<std::size_t> tell_cdl_from_saturation(std::vector<Component>& components,
+std::vector<std::size_t> tell_cdl_from_saturation(std::vector<file_component>& components,
                                                   const std::vector<std::string>& combo) {
     std::vector<int> places = kinds_of(combo);
     const bool one_kind = std::adjacent_find(places.begin(), places.end(), std::not_equal_to<>()) == places.end();
     std::vector<std::size_t> open;
     for (std::size_t i = 0; i < components.size(); ++i) {
-        Component& component = components[i];
+        file_component& component = components[i];
         if (!is_cdl_or_saturation(component.kind)) continue;
         const bool sure = component.values && !has_only_saturation(*component.values);
         if (!places.empty() && one_kind) {
@@ -88,7 +88,7 @@ std::vector<std::size_t> tell_cdl_from_saturation(std::vector<Component>& compon
     }
     const bool one_each = open.size() == places.size();
     for (std::size_t i = 0; i < open.size(); ++i) {
-        Component& component = components[open[i]];
+        file_component& component = components[open[i]];
         const int guess = component.values ? LUTC_KIND_SATURATION : LUTC_KIND_CDL;
         component.kind = one_each ? places[i] : guess;
         ++open[i];
@@ -98,11 +98,11 @@ std::vector<std::size_t> tell_cdl_from_saturation(std::vector<Component>& compon
 
 }  // namespace
 
-PresetList list_presets(const std::string& what) {
+preset_list list_presets(const std::string& task) {
     presetEntry* entries = nullptr;
     int count = 0;
-    PresetList list{{}, 0};
-    require_success(what, lutc_preset_list(&entries, &count, &list.maximum));
+    preset_list list{{}, 0};
+    require_success(task, lutc_preset_list(&entries, &count, &list.maximum));
     for (int i = 0; i < count; ++i) {
         list.presets.push_back(
             {entries[i].presetName, entries[i].gradeComboIndex, take_strings(entries[i].gradeCombo)});
@@ -111,39 +111,39 @@ PresetList list_presets(const std::string& what) {
     return list;
 }
 
-std::vector<std::vector<std::string>> list_combinations(const std::string& what) {
+std::vector<std::vector<std::string>> list_combinations(const std::string& task) {
     gradeCombo* combos = nullptr;
     int count = 0;
-    require_success(what, lutc_model_info(nullptr, nullptr, nullptr, &combos, &count, nullptr, nullptr));
+    require_success(task, lutc_model_info(nullptr, nullptr, nullptr, &combos, &count, nullptr, nullptr));
     std::vector<std::vector<std::string>> list;
     for (int i = 0; i < count; ++i) list.push_back(take_strings(combos[i]));
     std::free(combos);
     return list;
 }
 
-Grade download_preset(const std::string& what, const ListedPreset& preset, std::vector<std::string>& notices) {
+grade_file download_preset(const std::string& task, const listed_preset& preset, std::vector<std::string>& notices) {
     gradeComponent untouched = {};
     untouched.kind = kind_not_written;
     std::vector<gradeComponent> records(most_components, untouched);
     int count = 0;
-    Grade grade;
+    grade_file grade;
     grade.name = preset.name;
     int result = -1;
     for (int attempt = 0; result != 0 && attempt < download_attempts; ++attempt) {
         count = static_cast<int>(records.size());
-        result = lutc_recv_preset(preset.name.c_str(), 0, &grade.grade_combo_index, records.data(), &count);
+        result = lutc_recv_preset(preset.name.c_str(), 0, &grade.combination, records.data(), &count);
     }
-    require_success(what, result);
+    require_success(task, result);
     records.resize(static_cast<std::size_t>(count));
-    for (const gradeComponent& record : records) grade.components.push_back(component_of(record));
+    for (const gradeComponent& record : records) grade.components.push_back(copy_component(record));
     release(records);
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
         if (grade.components[i].kind == kind_not_written) {
-            throw Failure(exit_refused,
-                          what + ": component " + std::to_string(i + 1) + " is of a kind that lutc can't keep");
+            throw failure(exit_refused,
+                          task + ": component " + std::to_string(i + 1) + " is of a kind that lutc can't keep");
         }
     }
-    for (const std::size_t component : tell_cdl_from_saturation(grade.components, preset.grade_combo)) {
+    for (const std::size_t component : tell_cdl_from_saturation(grade.components, preset.combination)) {
         notices.push_back("preset '" + preset.name + "': component " + std::to_string(component) +
                           " is either a cdl or a saturation; the file has the more likely");
     }

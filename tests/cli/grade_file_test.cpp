@@ -1,4 +1,4 @@
-#include "cli/grade_file.h"
+#include "cli/presets/grade_file.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <fstream>
 #include <limits>
 
-#include "cli/output.h"
+#include "cli/console/output.h"
 
 namespace {
 
@@ -33,19 +33,20 @@ class GradeFile : public testing::Test {
     fs::path folder_;
 };
 
-Component component(int kind, int type_index) {
-    Component made;
-    made.kind = kind;
-    made.type_index = type_index;
-    return made;
+file_component make_component(int kind, int type_index) {
+    file_component component;
+    component.kind = kind;
+    component.type_index = type_index;
+    return component;
 }
 
 TEST_F(GradeFile, KeepsEveryComponentExactly) {
-    Grade grade;
+    grade_file grade;
     grade.name = "Näme \"quoted\"/..";
-    grade.grade_combo_index = 2;
-    grade.components = {component(LUTC_KIND_CDL, 3), component(LUTC_KIND_SATURATION, 0), component(LUTC_KIND_CDL, 0),
-                        component(LUTC_KIND_LUT_1D, 1), component(LUTC_KIND_LUT_3D, 2)};
+    grade.combination = 2;
+    grade.components = {make_component(LUTC_KIND_CDL, 3), make_component(LUTC_KIND_SATURATION, 0),
+                        make_component(LUTC_KIND_CDL, 0), make_component(LUTC_KIND_LUT_1D, 1),
+                        make_component(LUTC_KIND_LUT_3D, 2)};
     const double least = std::numeric_limits<double>::denorm_min();
     const double most = std::numeric_limits<double>::max();
     grade.components[0].values = cdl{{0.1, -0.0, 1.0 / 3}, {least, most, 1e-300}, {-most, 0.1 + 0.2, 2}, 0.7};
@@ -56,10 +57,10 @@ TEST_F(GradeFile, KeepsEveryComponentExactly) {
     grade.components[4].data = {1};
 
     write_grade_file(path("look.json"), grade, "look");
-    const Grade read = read_grade_file(path("look.json"), GradeUse::backup);
+    const grade_file read = read_grade_file(path("look.json"), grade_use::backup);
 
     EXPECT_EQ(read.name, grade.name);
-    EXPECT_EQ(read.grade_combo_index, 2);
+    EXPECT_EQ(read.combination, 2);
     ASSERT_EQ(read.components.size(), grade.components.size());
     for (std::size_t i = 0; i < read.components.size(); ++i) {
         SCOPED_TRACE(i);
@@ -75,13 +76,13 @@ TEST_F(GradeFile, KeepsEveryComponentExactly) {
 }
 
 TEST_F(GradeFile, WritesNothingThatItCouldNotReadBack) {
-    Grade grade;
-    grade.components = {component(LUTC_KIND_CDL, 1), component(LUTC_KIND_CDL, 2)};
+    grade_file grade;
+    grade.components = {make_component(LUTC_KIND_CDL, 1), make_component(LUTC_KIND_CDL, 2)};
     grade.components[1].values = cdl{{0, 0, 0}, {1, std::numeric_limits<double>::quiet_NaN(), 1}, {1, 1, 1}, 1};
-    EXPECT_THROW(write_grade_file(path("look.json"), grade, "look"), Failure);
+    EXPECT_THROW(write_grade_file(path("look.json"), grade, "look"), failure);
     grade.components.pop_back();
     grade.name = "\xC3";
-    EXPECT_THROW(write_grade_file(path("look.json"), grade, "look"), Failure);
+    EXPECT_THROW(write_grade_file(path("look.json"), grade, "look"), failure);
     EXPECT_TRUE(fs::is_empty(folder_));
 }
 
@@ -112,9 +113,9 @@ TEST_F(GradeFile, NamesTheComponentAndTheFieldThatIsWrong) {
     for (const auto& one : cases) {
         const std::string file = with("{\"components\": [" + one.components + "]}");
         try {
-            read_grade_file(file, GradeUse::live);
+            read_grade_file(file, grade_use::live);
             ADD_FAILURE() << "accepted: " << one.components;
-        } catch (const Failure& failure) {
+        } catch (const failure& failure) {
             EXPECT_NE(std::string(failure.what()).find(one.complaint), std::string::npos) << failure.what();
             EXPECT_EQ(std::string(failure.what()).find(file), 0u) << failure.what();
         }
@@ -128,10 +129,10 @@ TEST_F(GradeFile, BackupsStayInTheirFolder) {
     for (const std::string& name :
          {std::string("../x"), std::string(".."), std::string("sub/../table.bin"), absolute}) {
         const std::string file = with(R"({"components": [{"type":"cdl","file":")" + name + "\"}]}");
-        EXPECT_THROW(read_grade_file(file, GradeUse::backup), Failure) << name;
+        EXPECT_THROW(read_grade_file(file, grade_use::backup), failure) << name;
     }
     const std::string file = with(R"({"components": [{"type":"cdl","file":"sub/../table.bin"}]})");
-    EXPECT_EQ(read_grade_file(file, GradeUse::preset).components.at(0).data.size(), 1u);
+    EXPECT_EQ(read_grade_file(file, grade_use::preset).components.at(0).data.size(), 1u);
 }
 
 }  // namespace

@@ -1,0 +1,33 @@
+// lutc client
+#include <lutc/lutc.h>
+#include "cli/commands/commands.h"
+#include "cli/service.h"
+
+namespace lutc_cli {
+namespace {
+
+struct client_options {
+    std::string model;
+    std::optional<std::string> version;
+    std::optional<std::string> serial;
+
+    void declare(const command& client) {
+        client.add_text("--model", model, "Model of the client").require();
+        client.add_text("--client-version", version, "Its version, as text");
+        client.add_text("--serial", serial, "Its serial");
+    }
+
+    void run(const output_style& style) const {
+        require_success("client", lutc_client_info(model.c_str(), version ? version->c_str() : nullptr,
+                                                   serial ? serial->c_str() : nullptr));
+        print_done(style);
+    }
+};
+
+}  // namespace
+
+void add_client(const command& tool, const output_style& style) {
+    tool.add<client_options>("client", "Tell the service who the client is", style);
+}
+
+}  // namespace lutc_cli

@@ -1,0 +1,152 @@
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "cli/presets/backup.h"
+#include "cli/presets/json_fields.h"
+#include "cli/presets/library.h"
+#include "cli/presets/progress.h"
+#include "cli/service.h"
+
+namespace lutc_cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct stored_preset {
+    fs::path file;
+    std::string name;
+    int combination;
+};
+
+struct stored_library {
+    std::vector<stored_preset> presets;
+    std::vector<std::pair<int, std::vector<std::string>>> combinations;
+};
+
+// Reads every file of the backup once; the payloads are read again when their preset's turn comes.
+stored_library read_backup(const fs::path& folder) {
+    const nlohmann::ordered_json document = read_json(folder / backup_index_name);
+    const json_fields index(folder / backup_index_name, document);
+    index.allow_only({"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"});
+    if (index.integer("formatVersion", INT32_MIN) != backup_format_version) {
+        throw index.make_failure("formatVersion", "must be " + std::to_string(backup_format_version));
+    }
+    stored_library library;
+    if (index.has("gradeCombos")) {
+        for (const json_fields& fields : index.objects("gradeCombos", "gradeCombos")) {
+            library.combinations.emplace_back(fields.integer("gradeComboIndex", 1), fields.texts("gradeCombo"));
+        }
+    }
+    std::set<std::string> names;
+    for (const std::string& name : index.texts("presets")) {
+        index.require_plain_name("presets", name);
+        const std::string place = (folder / name).string() + ": name: ";
+        const grade_file grade = read_grade_file(folder / name, grade_use::backup);
+        if (!grade.name) throw failure(exit_usage, place + "is missing");
+        if (!names.insert(*grade.name).second) {
+            throw failure(exit_usage, place + "'" + *grade.name + "' is another preset's name too");
+        }
+        library.presets.push_back({folder / name, *grade.name, grade.combination});
+    }
+    return library;
+}
+
+// A combination's number says nothing when the device's combination of that number is another one.
+void check_fits(const stored_library& library, const preset_list& list) {
+    if (library.presets.size() > static_cast<std::size_t>(std::max(list.maximum, 0))) {
+        throw failure(exit_usage, "presets restore: the backup holds " + std::to_string(library.presets.size()) +
+                                      " presets; the device has room for " + std::to_string(list.maximum));
+    }
+    const std::vector<std::vector<std::string>> here = list_combinations("presets restore");
+    for (const stored_preset& preset : library.presets) {
+        if (preset.combination > static_cast<int>(here.size())) {
+            throw failure(exit_usage, preset.file.string() +
+                                          ": gradeComboIndex: this device has no grade combination " +
+                                          std::to_string(preset.combination));
+        }
+    }
+    for (const auto& [index, strings] : library.combinations) {
+        const auto uses = [number = index](const stored_preset& preset) { return preset.combination == number; };
+        if (std::none_of(library.presets.begin(), library.presets.end(), uses)) continue;
+        if (here[static_cast<std::size_t>(index - 1)] != strings) {
+            throw failure(exit_usage, "presets restore: grade combination " + std::to_string(index) +
+                                          " is not the same on this device as in the backup");
+        }
+    }
+}
+
+class restore_run {
+  public:
+    restore_run(const stored_library& library, const preset_list& list)
+        : library_(library), maximum_(list.maximum), steps_("restoring", library.presets.size()) {
+        for (const stored_preset& preset : library.presets) wanted_.insert(preset.name);
+        for (const listed_preset& preset : list.presets) present_.push_back(preset.name);
+    }
+
+    // Presets that are not in the backup go last, or when their room is needed.
+    void run() try {
+        for (const stored_preset& preset : library_.presets) {
+            steps_.step([&] { upload(preset); });
+        }
+        while (delete_extra()) steps_.check();
+        check_result();
+    } catch (const failure& error) {
+        throw failure(error.code(), "presets restore: " + std::string(error.what()) + "; " + steps_.describe() +
+                                        " are restored, run it again to go on");
+    }
+
+  private:
+    void upload(const stored_preset& preset) {
+        grade_file grade = read_grade_file(preset.file, grade_use::backup);
+        const bool replaces = std::find(present_.begin(), present_.end(), preset.name) != present_.end();
+        if (!replaces && present_.size() >= static_cast<std::size_t>(maximum_)) delete_extra();
+        const std::vector<gradeComponent> records = list_records(grade);
+        require_success("preset '" + preset.name + "'",
+                        lutc_send_preset(preset.name.c_str(), 0, static_cast<int>(steps_.done()) + 1, grade.combination,
+                                         false, 0, records.data(), static_cast<int>(records.size())));
+        if (!replaces) present_.push_back(preset.name);
+    }
+
+    // Deletes the last preset that is not in the backup; false when there is none.
+    bool delete_extra() {
+        const auto is_extra = [this](const std::string& name) { return wanted_.count(name) == 0; };
+        const auto extra = std::find_if(present_.rbegin(), present_.rend(), is_extra);
+        if (extra == present_.rend()) return false;
+        require_success("preset '" + *extra + "', which is not in the backup", lutc_delete_preset(extra->c_str(), 0));
+        present_.erase(std::next(extra).base());
+        return true;
+    }
+
+    void check_result() const {
+        const preset_list list = list_presets("presets restore");
+        const auto is_same = [](const stored_preset& a, const listed_preset& b) { return a.name == b.name; };
+        if (!std::equal(library_.presets.begin(), library_.presets.end(), list.presets.begin(), list.presets.end(),
+                        is_same)) {
+            throw failure(exit_refused, "the library that results is not the backup's");
+        }
+    }
+
+    const stored_library& library_;
+    std::set<std::string> wanted_;
+    std::vector<std::string> present_;
+    int maximum_;
+    progress steps_;
+};
+
+}  // namespace
+
+void restore_presets(const output_style& style, const std::string& name, bool yes) {
+    const stored_library library = read_backup(name);
+    const preset_list list = list_presets("presets restore");
+    check_fits(library, list);
+    if (!list.presets.empty()) {
+        confirm(yes, "Replace the library's " + std::to_string(list.presets.size()) + " presets by the backup's " +
+                         std::to_string(library.presets.size()) + "?");
+    }
+    restore_run(library, list).run();
+    print_result(style, {{"folder", name}, {"presets", library.presets.size()}});
+}
+
+}  // namespace lutc_cli
