@@ -44,14 +44,14 @@ const argument& argument::exclude(const argument& other) const {
 }
 
 command command::add_group(const char* name, const char* description) const {
-    return command(app_->add_subcommand(name, description)->require_subcommand(1));
+    return command(app_->add_subcommand(name, description)->require_subcommand(1), style_);
 }
 
 command command::add_command(const char* name, const char* description) const {
-    return command(app_->add_subcommand(name, description));
+    return command(app_->add_subcommand(name, description), style_);
 }
 
-void command::call(std::function<void()> action) const { app_->callback(std::move(action)); }
+void command::set_callback(std::function<void()> callback) const { app_->callback(std::move(callback)); }
 
 argument command::add_flag(const char* name, bool& value, const char* description) const {
     return argument(app_->add_flag(name, value, description));

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "cli/console/output.h"
@@ -46,20 +47,27 @@ class argument {
 
 class command {
   public:
-    explicit command(CLI::App* app) : app_(app) {}
-
+    command(CLI::App* app, const output_style& style) : app_(app), style_(style) {}  // parsing sets the style
     command add_group(const char* name, const char* description) const;  // one of its commands has to follow
-    command add_command(const char* name, const char* description) const;
-    void call(std::function<void()> action) const;  // when the command is given
 
-    // A command whose arguments are the members of Options: declare(const command&) adds them, and then
-    // run(const output_style&) does what is asked for.
+    // A command that calls action and prints the JSON that it returns; null and nothing at all are "done".
+    template <class Action>
+    void add(const char* name, const char* description, const Action& action) const {
+        add_command(name, description).set_action(action);
+    }
+
+    // A command whose arguments are members of Options: declare(const command&) adds them, run() is its action;
+    // run(const output_style&) prints its result itself.
     template <class Options>
-    void add(const char* name, const char* description, const output_style& style) const {
+    void add(const char* name, const char* description) const {
         const auto options = std::make_shared<Options>();
         const command added = add_command(name, description);
         options->declare(added);
-        added.call([options, &style] { options->run(style); });
+        if constexpr (std::is_invocable_v<decltype(&Options::run), Options&, const output_style&>) {
+            added.set_callback([options, &style = style_] { options->run(style); });
+        } else {
+            added.set_action([options] { return options->run(); });
+        }
     }
 
     // A name with dashes is an option, without them an argument that stands alone.
@@ -78,7 +86,23 @@ class command {
     void add_preset(preset_selector& preset) const;              // --name or --index, not both
 
   private:
+    command add_command(const char* name, const char* description) const;
+    void set_callback(std::function<void()> callback) const;
+
+    template <class Action>
+    void set_action(const Action& action) const {
+        set_callback([action, &style = style_] {
+            if constexpr (std::is_void_v<std::invoke_result_t<Action>>) {
+                action();
+                print_done(style);
+            } else {
+                print_result(style, action());
+            }
+        });
+    }
+
     CLI::App* app_;
+    const output_style& style_;
 };
 
 }  // namespace lutc_cli

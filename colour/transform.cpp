@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 #include "colour/error.h"
 
@@ -18,23 +19,17 @@ constexpr std::size_t cube_probes = 97;
 constexpr std::size_t curve_probes = 65521;
 
 const char* kind_of(OCIO::TransformType type) {
-    switch (type) {
-        case OCIO::TRANSFORM_TYPE_CDL:
-            return "CDL";
-        case OCIO::TRANSFORM_TYPE_EXPONENT:
-        case OCIO::TRANSFORM_TYPE_EXPONENT_WITH_LINEAR:
-            return "exponent";
-        case OCIO::TRANSFORM_TYPE_LOG:
-        case OCIO::TRANSFORM_TYPE_LOG_AFFINE:
-        case OCIO::TRANSFORM_TYPE_LOG_CAMERA:
-            return "log";
-        case OCIO::TRANSFORM_TYPE_MATRIX:
-            return "matrix";
-        case OCIO::TRANSFORM_TYPE_RANGE:
-            return "range";
-        default:
-            return "other";
-    }
+    static const std::map<OCIO::TransformType, const char*> kinds = {
+        {OCIO::TRANSFORM_TYPE_CDL, "CDL"},
+        {OCIO::TRANSFORM_TYPE_EXPONENT, "exponent"},
+        {OCIO::TRANSFORM_TYPE_EXPONENT_WITH_LINEAR, "exponent"},
+        {OCIO::TRANSFORM_TYPE_LOG, "log"},
+        {OCIO::TRANSFORM_TYPE_LOG_AFFINE, "log"},
+        {OCIO::TRANSFORM_TYPE_LOG_CAMERA, "log"},
+        {OCIO::TRANSFORM_TYPE_MATRIX, "matrix"},
+        {OCIO::TRANSFORM_TYPE_RANGE, "range"}};
+    const auto kind = kinds.find(type);
+    return kind == kinds.end() ? "other" : kind->second;
 }
 
 const OCIO::Lut1DTransform* as_curve(const OCIO::Transform& stage) {

@@ -17,17 +17,14 @@ struct client_options {
         client.add_text("--serial", serial, "Its serial");
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         require_success("client", lutc_client_info(model.c_str(), version ? version->c_str() : nullptr,
                                                    serial ? serial->c_str() : nullptr));
-        print_done(style);
     }
 };
 
 }  // namespace
 
-void add_client(const command& tool, const output_style& style) {
-    tool.add<client_options>("client", "Tell the service who the client is", style);
-}
+void add_client(const command& tool) { tool.add<client_options>("client", "Tell the service who the client is"); }
 
 }  // namespace lutc_cli

@@ -99,8 +99,6 @@ struct dump_options {
 
 }  // namespace
 
-void add_dump(const command& tool, const output_style& style) {
-    tool.add<dump_options>("dump", "Print a BSON document, or say why it is none", style);
-}
+void add_dump(const command& tool) { tool.add<dump_options>("dump", "Print a BSON document, or say why it is none"); }
 
 }  // namespace lutc_cli

@@ -12,6 +12,8 @@
 namespace lutc_cli {
 namespace {
 
+using nlohmann::ordered_json;
+
 // The channel that a grade goes to, and how.
 struct grade_target {
     int channel = 0;
@@ -37,9 +39,8 @@ struct combination_options {
         target.declare(to);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         require_success("grade combination", lutc_send_combination(target.channel, target.reset, combination));
-        print_done(style);
     }
 };
 
@@ -57,12 +58,11 @@ struct lut_options {
         target.declare(lut);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         std::vector<unsigned char> data = read_file(file, payload_limit);
         if (data.empty()) throw failure(exit_usage, file + ": holds no table");
         require_success("grade lut", lutc_send_lut(target.channel, target.slot, target.reset, type.c_str(),
                                                    format.c_str(), data.data(), static_cast<int>(data.size())));
-        print_done(style);
     }
 };
 
@@ -94,7 +94,7 @@ struct cdl_options {
         target.declare(to);
     }
 
-    void run(const output_style& style) const {
+    ordered_json run() const {
         const colour::cdl_values values = source.read();
         cdl record = {};
         std::copy_n(values.slope.data(), 3, record.slope);
@@ -102,11 +102,11 @@ struct cdl_options {
         std::copy_n(values.power.data(), 3, record.power);
         record.saturation = values.saturation;
         require_success("grade cdl", lutc_send_cdl(target.channel, target.slot, target.reset, &record));
-        if (!source.file) return print_done(style);
-        print_result(style, {{"slope", values.slope},
-                             {"offset", values.offset},
-                             {"power", values.power},
-                             {"saturation", values.saturation}});
+        if (!source.file) return nullptr;
+        return {{"slope", values.slope},
+                {"offset", values.offset},
+                {"power", values.power},
+                {"saturation", values.saturation}};
     }
 };
 
@@ -120,10 +120,9 @@ struct saturation_options {
         target.declare(to);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         require_success("grade saturation",
                         lutc_send_saturation(target.channel, target.slot, target.reset, saturation));
-        print_done(style);
     }
 };
 
@@ -138,12 +137,11 @@ struct live_options {
         target.declare(live);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         grade_file grade = read_grade_file(file, grade_use::live);
         const std::vector<gradeComponent> records = list_records(grade);
         require_success("grade live", lutc_send_live(target.channel, combination > 0 ? combination : grade.combination,
                                                      target.reset, records.data(), static_cast<int>(records.size())));
-        print_done(style);
     }
 };
 
@@ -156,22 +154,19 @@ struct plot_options {
         plot.add_text("-o,--output", output, "The picture").require();
     }
 
-    void run(const output_style& style) const {
-        write_file(output, colour::plot(colour::make_cdl_transform(source.read()), false));
-        print_done(style);
-    }
+    void run() const { write_file(output, colour::plot(colour::make_cdl_transform(source.read()), false)); }
 };
 
 }  // namespace
 
-void add_grade(const command& tool, const output_style& style) {
+void add_grade(const command& tool) {
     const command group = tool.add_group("grade", "Send grades to a channel");
-    group.add<combination_options>("combination", "Choose the grade combination of a channel", style);
-    group.add<lut_options>("lut", "Send a LUT to a channel", style);
-    group.add<cdl_options>("cdl", "Send CDL values to a channel", style);
-    group.add<saturation_options>("saturation", "Send a saturation to a channel", style);
-    group.add<live_options>("live", "Send a whole grade to a channel, without storing it", style);
-    group.add<plot_options>("plot", "Draw what a CDL does to greys, as PNG; nothing is sent", style);
+    group.add<combination_options>("combination", "Choose the grade combination of a channel");
+    group.add<lut_options>("lut", "Send a LUT to a channel");
+    group.add<cdl_options>("cdl", "Send CDL values to a channel");
+    group.add<saturation_options>("saturation", "Send a saturation to a channel");
+    group.add<live_options>("live", "Send a whole grade to a channel, without storing it");
+    group.add<plot_options>("plot", "Draw what a CDL does to greys, as PNG; nothing is sent");
 }
 
 }  // namespace lutc_cli

@@ -61,15 +61,6 @@ std::string describe_stages(const colour::colour_transform& transform) {
     return words.empty() ? "nothing" : words;
 }
 
-void print_report(const output_style& style, const ordered_json& report, bool to_stderr) {
-    if (!to_stderr) return print_result(style, report);
-    if (style.json) {
-        std::fprintf(stderr, "%s\n", report.dump(2).c_str());
-        return;
-    }
-    for (const auto& member : report.items()) print_notice(member.key() + ": " + member.value().dump());
-}
-
 struct pack_options {
     std::string file;
     std::string samples;
@@ -167,7 +158,7 @@ void pack_options::run(const output_style& style) const {
     report["bytes"] = bytes.size();
     report["output"] = output;
     write(bytes);
-    print_report(style, report, output == "-");
+    print_result({style.json, output == "-"}, report);
 }
 
 struct plot_options {
@@ -179,19 +170,18 @@ struct plot_options {
         plot.add_text("-o,--output", output, "The picture").require();
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         const colour::colour_transform transform = colour::read_lut_file(file);
         write_file(output, colour::plot(transform, transform.mixes_channels));
-        print_done(style);
     }
 };
 
 }  // namespace
 
-void add_lut(const command& tool, const output_style& style) {
+void add_lut(const command& tool) {
     const command group = tool.add_group("lut", "LUT files: tables for a device, and pictures");
-    group.add<pack_options>("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for", style);
-    group.add<plot_options>("plot", "Draw a LUT file's curves, or its cube's slices, as PNG", style);
+    group.add<pack_options>("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for");
+    group.add<plot_options>("plot", "Draw a LUT file's curves, or its cube's slices, as PNG");
 }
 
 }  // namespace lutc_cli

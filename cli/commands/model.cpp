@@ -4,20 +4,13 @@
 
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
+#include "cli/presets/library.h"
 #include "cli/service.h"
 
 namespace lutc_cli {
 namespace {
 
 using nlohmann::ordered_json;
-
-ordered_json show_combination(int index, const gradeCombo& combination) {
-    ordered_json slots = ordered_json::array();
-    for (const char* slot : combination.slots) {
-        if (slot != nullptr) slots.push_back(slot);
-    }
-    return {{"gradeComboIndex", index}, {"gradeCombo", slots}};
-}
 
 ordered_json show_channel(int index, const gradeChannel& channel) {
     ordered_json supported = ordered_json::array();
@@ -27,7 +20,7 @@ ordered_json show_channel(int index, const gradeChannel& channel) {
     return {{"channelIndex", index}, {"channelName", channel.channelName}, {"supportedGradeComboIndices", supported}};
 }
 
-void show_model(const output_style& style) {
+ordered_json show_model() {
     char name[LUTC_MODEL_STRING_BUFFER_SIZE];
     char friendly[LUTC_MODEL_STRING_BUFFER_SIZE];
     char serial[LUTC_MODEL_STRING_BUFFER_SIZE];
@@ -41,21 +34,18 @@ void show_model(const output_style& style) {
     result["gradeCombos"] = ordered_json::array();
     result["gradeChannels"] = ordered_json::array();
     for (int i = 0; i < combination_count; ++i) {
-        result["gradeCombos"].push_back(show_combination(i + 1, combinations[i]));
-        for (char* slot : combinations[i].slots) std::free(slot);
+        result["gradeCombos"].push_back({{"gradeComboIndex", i + 1}, {"gradeCombo", take_strings(combinations[i])}});
     }
     for (int i = 0; i < channel_count; ++i) result["gradeChannels"].push_back(show_channel(i + 1, channels[i]));
     std::free(combinations);
     std::free(channels);
-    print_result(style, result);
+    return result;
 }
 
 }  // namespace
 
-void add_model(const command& tool, const output_style& style) {
-    tool.add_command("model", "Show what the device is: names, grade combinations, channels").call([&style] {
-        show_model(style);
-    });
+void add_model(const command& tool) {
+    tool.add("model", "Show what the device is: names, grade combinations, channels", show_model);
 }
 
 }  // namespace lutc_cli

@@ -16,10 +16,10 @@ struct get_options {
 
     void declare(const command& get) { get.add_text("option", name, "Its name").require(); }
 
-    void run(const output_style& style) const {
+    nlohmann::ordered_json run() const {
         char value[value_buffer_size] = {};
         require_success("option get " + name, lutc_get_option(name.c_str(), value, value_buffer_size));
-        print_result(style, {{"name", name}, {"value", value}});
+        return {{"name", name}, {"value", value}};
     }
 };
 
@@ -32,18 +32,15 @@ struct set_options {
         set.add_text("value", value, "Its new value; after -- it may begin with a dash").require();
     }
 
-    void run(const output_style& style) const {
-        require_success("option set " + name, lutc_set_option(name.c_str(), value.c_str()));
-        print_done(style);
-    }
+    void run() const { require_success("option set " + name, lutc_set_option(name.c_str(), value.c_str())); }
 };
 
 }  // namespace
 
-void add_option(const command& tool, const output_style& style) {
+void add_option(const command& tool) {
     const command group = tool.add_group("option", "The named options of the device");
-    group.add<get_options>("get", "Show an option", style);
-    group.add<set_options>("set", "Set an option", style);
+    group.add<get_options>("get", "Show an option");
+    group.add<set_options>("set", "Set an option");
 }
 
 }  // namespace lutc_cli

@@ -13,7 +13,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-void show_list(const output_style& style) {
+ordered_json show_list() {
     const preset_list list = list_presets("presets list");
     ordered_json presets = ordered_json::array();
     for (const listed_preset& preset : list.presets) {
@@ -22,7 +22,7 @@ void show_list(const output_style& style) {
                            {"gradeComboIndex", preset.combination_index},
                            {"gradeCombo", preset.combination}});
     }
-    print_result(style, {{"maxPresetsListSize", list.maximum}, {"presets", presets}});
+    return {{"maxPresetsListSize", list.maximum}, {"presets", presets}};
 }
 
 struct upload_options {
@@ -42,7 +42,7 @@ struct upload_options {
         upload.add_channel(channel).need(applied);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         grade_file grade = read_grade_file(file, grade_use::preset);
         preset_selector target = preset;
         if (!target.is_given()) {
@@ -54,7 +54,6 @@ struct upload_options {
             "presets upload: " + target.describe(),
             lutc_send_preset(target.name_or_null(), target.index, to, combination > 0 ? combination : grade.combination,
                              apply, channel, records.data(), static_cast<int>(records.size())));
-        print_done(style);
     }
 };
 
@@ -81,7 +80,7 @@ struct download_options {
         download.add_yes(yes, "Replace files");
     }
 
-    void run(const output_style& style) const {
+    ordered_json run() const {
         preset.require();
         if (file == "-") throw failure(exit_usage, "presets download: give a file: tables are written beside it");
         const std::string task = "presets download: " + preset.describe();
@@ -94,7 +93,7 @@ struct download_options {
         }
         write_grade_file(file, grade, stem);
         for (const std::string& notice : notices) print_notice(notice);
-        print_result(style, {{"presetName", *grade.name}, {"files", names}});
+        return {{"presetName", *grade.name}, {"files", names}};
     }
 };
 
@@ -107,12 +106,11 @@ struct delete_options {
         to.add_preset(preset);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         preset.require();
         confirm(yes, "Delete " + preset.describe() + "?");
         require_success("presets delete: " + preset.describe(),
                         lutc_delete_preset(preset.name_or_null(), preset.index));
-        print_done(style);
     }
 };
 
@@ -125,12 +123,11 @@ struct rename_options {
         rename.add_preset(preset);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         preset.require();
         check_preset_name(new_name);
         require_success("presets rename: " + preset.describe(),
                         lutc_rename_preset(preset.name_or_null(), preset.index, new_name.c_str()));
-        print_done(style);
     }
 };
 
@@ -143,11 +140,10 @@ struct move_options {
         move.add_preset(preset);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         preset.require();
         require_success("presets move: " + preset.describe(),
                         lutc_move_preset(preset.name_or_null(), preset.index, to));
-        print_done(style);
     }
 };
 
@@ -160,11 +156,10 @@ struct select_options {
         select.add_preset(preset);
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         preset.require();
         require_success("presets select: " + preset.describe(),
                         lutc_set_preset(channel, preset.name_or_null(), preset.index));
-        print_done(style);
     }
 };
 
@@ -173,19 +168,19 @@ struct selected_options {
 
     void declare(const command& selected) { selected.add_channel(channel); }
 
-    void run(const output_style& style) const {
+    ordered_json run() const {
         char name[LUTC_PRESET_NAME_SIZE + 1] = {};
         int index = 0;
         require_success("presets selected", lutc_get_preset(channel, name, &index));
-        print_result(style, {{"presetName", name}, {"presetIndex", index}});
+        return {{"presetName", name}, {"presetIndex", index}};
     }
 };
 
-void show_override(const output_style& style) {
+ordered_json show_override() {
     char name[LUTC_PRESET_NAME_SIZE + 1] = {};
     int index = 0;
     require_success("presets override get", lutc_get_override_preset(name, &index));
-    print_result(style, {{"presetName", name}, {"presetIndex", index}});
+    return {{"presetName", name}, {"presetIndex", index}};
 }
 
 struct set_override_options {
@@ -193,45 +188,36 @@ struct set_override_options {
 
     void declare(const command& set) { set.add_preset(preset); }
 
-    void run(const output_style& style) const {
+    void run() const {
         preset.require();
         require_success("presets override set: " + preset.describe(),
                         lutc_set_override_preset(preset.name_or_null(), preset.index));
-        print_done(style);
     }
 };
 
-void clear_override(const output_style& style) {
-    require_success("presets override clear", lutc_set_override_preset(nullptr, 0));
-    print_done(style);
-}
+void clear_override() { require_success("presets override clear", lutc_set_override_preset(nullptr, 0)); }
 
 struct load_options {
     bool yes = false;
 
     void declare(const command& load) { load.add_yes(yes, "Go on"); }
 
-    void run(const output_style& style) const {
+    void run() const {
         confirm(yes, "Replace the library by the one on the media?");
         require_success("presets load", lutc_load_presets_from_media());
-        print_done(style);
     }
 };
 
-void save(const output_style& style) {
-    require_success("presets save", lutc_save_presets_to_media());
-    print_done(style);
-}
+void save() { require_success("presets save", lutc_save_presets_to_media()); }
 
 struct clear_options {
     bool yes = false;
 
     void declare(const command& clear) { clear.add_yes(yes, "Go on"); }
 
-    void run(const output_style& style) const {
+    void run() const {
         confirm(yes, "Delete every preset of the library?");
         require_success("presets clear", lutc_delete_all_presets());
-        print_done(style);
     }
 };
 
@@ -244,7 +230,7 @@ struct backup_options {
         backup.add_yes(yes, "Replace an earlier backup");
     }
 
-    void run(const output_style& style) const { backup_presets(style, folder, yes); }
+    ordered_json run() const { return {{"folder", folder}, {"presets", backup_presets(folder, yes)}}; }
 };
 
 struct restore_options {
@@ -256,30 +242,30 @@ struct restore_options {
         restore.add_yes(yes, "Replace presets");
     }
 
-    void run(const output_style& style) const { restore_presets(style, folder, yes); }
+    ordered_json run() const { return {{"folder", folder}, {"presets", restore_presets(folder, yes)}}; }
 };
 
 }  // namespace
 
-void add_presets(const command& tool, const output_style& style) {
+void add_presets(const command& tool) {
     const command group = tool.add_group("presets", "The preset library");
-    group.add_command("list", "Show the presets").call([&style] { show_list(style); });
-    group.add<upload_options>("upload", "Store a preset from a grade file; it replaces one of its name", style);
-    group.add<download_options>("download", "Fetch a preset into a grade file, its tables beside it", style);
-    group.add<delete_options>("delete", "Delete a preset", style);
-    group.add<rename_options>("rename", "Rename a preset", style);
-    group.add<move_options>("move", "Move a preset within the list", style);
-    group.add<select_options>("select", "Select the preset that a channel shows", style);
-    group.add<selected_options>("selected", "Show the preset that a channel shows", style);
+    group.add("list", "Show the presets", show_list);
+    group.add<upload_options>("upload", "Store a preset from a grade file; it replaces one of its name");
+    group.add<download_options>("download", "Fetch a preset into a grade file, its tables beside it");
+    group.add<delete_options>("delete", "Delete a preset");
+    group.add<rename_options>("rename", "Rename a preset");
+    group.add<move_options>("move", "Move a preset within the list");
+    group.add<select_options>("select", "Select the preset that a channel shows");
+    group.add<selected_options>("selected", "Show the preset that a channel shows");
     const command overriding = group.add_group("override", "The override preset");
-    overriding.add_command("get", "Show it").call([&style] { show_override(style); });
-    overriding.add<set_override_options>("set", "Set it", style);
-    overriding.add_command("clear", "Set it to index 0, which is none").call([&style] { clear_override(style); });
-    group.add<load_options>("load", "Replace the library by the one on the device's media", style);
-    group.add_command("save", "Store the library on the device's media").call([&style] { save(style); });
-    group.add<clear_options>("clear", "Delete every preset of the library", style);
-    group.add<backup_options>("backup", "Write the whole library as files into a folder", style);
-    group.add<restore_options>("restore", "Replace the library by a backup", style);
+    overriding.add("get", "Show it", show_override);
+    overriding.add<set_override_options>("set", "Set it");
+    overriding.add("clear", "Set it to index 0, which is none", clear_override);
+    group.add<load_options>("load", "Replace the library by the one on the device's media");
+    group.add("save", "Store the library on the device's media", save);
+    group.add<clear_options>("clear", "Delete every preset of the library");
+    group.add<backup_options>("backup", "Write the whole library as files into a folder");
+    group.add<restore_options>("restore", "Replace the library by a backup");
 }
 
 }  // namespace lutc_cli

@@ -14,10 +14,10 @@ struct get_options {
 
     void declare(const command& get) { get.add_channel(channel); }
 
-    void run(const output_style& style) const {
+    nlohmann::ordered_json run() const {
         int state = 0;
         require_success("state get", lutc_get_state(&state, channel));
-        print_result(style, {{"colorTransformState", state}});
+        return {{"colorTransformState", state}};
     }
 };
 
@@ -30,18 +30,15 @@ struct set_options {
         set.add_channel(channel);
     }
 
-    void run(const output_style& style) const {
-        require_success("state set", lutc_set_state(state, channel));
-        print_done(style);
-    }
+    void run() const { require_success("state set", lutc_set_state(state, channel)); }
 };
 
 }  // namespace
 
-void add_state(const command& tool, const output_style& style) {
+void add_state(const command& tool) {
     const command group = tool.add_group("state", "The colour-transform state of a channel");
-    group.add<get_options>("get", "Show the state, a number of the service's", style);
-    group.add<set_options>("set", "Set the state", style);
+    group.add<get_options>("get", "Show the state, a number of the service's");
+    group.add<set_options>("set", "Set the state");
 }
 
 }  // namespace lutc_cli

@@ -41,7 +41,7 @@ std::string show_end(int type, int index) {
     return (is_known ? end_names[static_cast<std::size_t>(type)] : "unknown") + (":" + std::to_string(index));
 }
 
-void list_connections(const output_style& style) {
+ordered_json list_connections() {
     // A type that the library doesn't know leaves its field alone.
     std::array<videoConnection, LUTC_MAX_VIDEO_CONNECTIONS> connections;
     connections.fill(videoConnection{-1, 0, -1, 0});
@@ -53,7 +53,7 @@ void list_connections(const output_style& style) {
         list.push_back({{"source", show_end(record.sourceType, record.sourceIndex)},
                         {"destination", show_end(record.destinationType, record.destinationIndex)}});
     }
-    print_result(style, {{"videoConnections", list}});
+    return {{"videoConnections", list}};
 }
 
 struct connect_options {
@@ -65,7 +65,7 @@ struct connect_options {
         connect.add_text("destination", destination, "channel:N or output:N").require();
     }
 
-    void run(const output_style& style) const {
+    void run() const {
         const connection_end from = read_end(source);
         const connection_end to = read_end(destination);
         if (from.type == LUTC_VIDEO_OUTPUT) {
@@ -76,16 +76,15 @@ struct connect_options {
         }
         const videoConnection connection{from.type, from.index, to.type, to.index};
         require_success("video connect " + source + " " + destination, lutc_set_video_connection(&connection));
-        print_done(style);
     }
 };
 
 }  // namespace
 
-void add_video(const command& tool, const output_style& style) {
+void add_video(const command& tool) {
     const command group = tool.add_group("video", "Routing between inputs, channels and outputs");
-    group.add_command("list", "Show the connections").call([&style] { list_connections(style); });
-    group.add<connect_options>("connect", "Make a connection, such as: connect input:1 channel:2", style);
+    group.add("list", "Show the connections", list_connections);
+    group.add<connect_options>("connect", "Make a connection, such as: connect input:1 channel:2");
 }
 
 }  // namespace lutc_cli

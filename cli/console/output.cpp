@@ -58,23 +58,23 @@ void print_table(const ordered_json& rows) {
 
 void print_result(const output_style& style, const ordered_json& result) {
     if (style.json) {
-        std::printf("%s\n", write_json(result, 2).c_str());
+        const ordered_json shown = result.is_null() ? ordered_json({{"done", true}}) : result;
+        std::fprintf(style.to_stderr ? stderr : stdout, "%s\n", write_json(shown, 2).c_str());
         return;
     }
-    for (const auto& member : result.items()) {
-        const ordered_json& value = member.value();
-        if (value.is_array() && !value.empty() && value.front().is_object()) {
-            std::printf("%s:\n", member.key().c_str());
+    for (const auto& [key, value] : result.items()) {
+        if (style.to_stderr) {
+            print_notice(key + ": " + value.dump());
+        } else if (value.is_array() && !value.empty() && value.front().is_object()) {
+            std::printf("%s:\n", key.c_str());
             print_table(value);
         } else {
-            std::printf("%s: %s\n", member.key().c_str(), write_text(value).c_str());
+            std::printf("%s: %s\n", key.c_str(), write_text(value).c_str());
         }
     }
 }
 
-void print_done(const output_style& style) {
-    if (style.json) print_result(style, {{"done", true}});
-}
+void print_done(const output_style& style) { print_result(style, nullptr); }
 
 bool is_utf8(const std::string& text) {
     try {

@@ -27,13 +27,13 @@ class failure : public std::runtime_error {
 };
 
 struct output_style {
-    bool json = false;  // --json
+    bool json = false;       // --json
+    bool to_stderr = false;  // standard output carries something else
 };
 
 // Prints the result of a command, an object: as JSON, or as "key: value" lines and a table for each list of objects.
+// null is the result of a command that only does something: {"done": true} as JSON, nothing as text.
 void print_result(const output_style& style, const nlohmann::ordered_json& result);
-
-// The result of a command that only does something: nothing as text, {"done": true} as JSON.
 void print_done(const output_style& style);
 
 // Text as it can be shown on a terminal: control characters, and bytes that are not UTF-8, as \xNN.

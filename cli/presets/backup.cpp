@@ -14,6 +14,7 @@
 #include <set>
 
 #include "cli/console/files.h"
+#include "cli/console/output.h"
 #include "cli/presets/library.h"
 #include "cli/presets/progress.h"
 
@@ -134,7 +135,7 @@ std::vector<std::string> replace_backup(const fs::path& folder, const std::strin
 
 }  // namespace
 
-void backup_presets(const output_style& style, const std::string& name, bool yes) {
+std::size_t backup_presets(const std::string& name, bool yes) {
     fs::path folder = fs::absolute(name).lexically_normal();
     if (folder.filename().empty()) folder = folder.parent_path();
     if (folder == fs::current_path()) {
@@ -146,7 +147,7 @@ void backup_presets(const output_style& style, const std::string& name, bool yes
     const preset_list list = list_presets("presets backup");
     check_names(list);
     for (const std::string& notice : replace_backup(folder, name, list)) print_notice(notice);
-    print_result(style, {{"folder", name}, {"presets", list.presets.size()}});
+    return list.presets.size();
 }
 
 }  // namespace lutc_cli

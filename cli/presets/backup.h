@@ -2,9 +2,8 @@
 #ifndef LUTC_CLI_PRESETS_BACKUP_H
 #define LUTC_CLI_PRESETS_BACKUP_H
 
+#include <cstddef>
 #include <string>
-
-#include "cli/console/output.h"
 
 namespace lutc_cli {
 
@@ -12,10 +11,12 @@ constexpr const char* backup_index_name = "library.json";
 constexpr int backup_format_version = 1;
 
 // Writes the library into folder: whole, or not at all. A folder that holds a backup is replaced; yes as for confirm.
-void backup_presets(const output_style& style, const std::string& folder, bool yes);
+// Returns the number of presets.
+std::size_t backup_presets(const std::string& folder, bool yes);
 
-// Makes the device's library the one of the backup. Checks the whole backup before it changes anything.
-void restore_presets(const output_style& style, const std::string& folder, bool yes);
+// Makes the device's library the one of the backup. Checks the whole backup before it changes anything. Returns
+// the number of presets.
+std::size_t restore_presets(const std::string& folder, bool yes);
 
 }  // namespace lutc_cli
 

@@ -17,15 +17,6 @@ constexpr int kind_not_written = -1;
 // On a busy machine a pause within a long answer looks like its end; asking again changes nothing.
 constexpr int download_attempts = 3;
 
-std::vector<std::string> take_strings(gradeCombo& combo) {
-    std::vector<std::string> strings;
-    for (char* slot : combo.slots) {
-        if (slot != nullptr) strings.emplace_back(slot);
-        std::free(slot);
-    }
-    return strings;
-}
-
 bool is_cdl_or_saturation(int kind) { return kind == LUTC_KIND_CDL || kind == LUTC_KIND_SATURATION; }
 
 void release(std::vector<gradeComponent>& records) {
@@ -97,6 +88,15 @@ std::vector<std::size_t> tell_cdl_from_saturation(std::vector<file_component>& c
 }
 
 }  // namespace
+
+std::vector<std::string> take_strings(gradeCombo& combo) {
+    std::vector<std::string> strings;
+    for (char* slot : combo.slots) {
+        if (slot != nullptr) strings.emplace_back(slot);
+        std::free(slot);
+    }
+    return strings;
+}
 
 preset_list list_presets(const std::string& task) {
     presetEntry* entries = nullptr;

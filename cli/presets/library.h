@@ -24,6 +24,9 @@ struct preset_list {
     int maximum = 0;
 };
 
+// The strings of a combination, which it no longer owns then.
+std::vector<std::string> take_strings(gradeCombo& combination);
+
 // Each throws failure, with the task that the call is for, when the service can't be reached or refuses.
 preset_list list_presets(const std::string& task);
 

@@ -1,10 +1,11 @@
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "cli/presets/backup.h"
-#include "cli/presets/json_fields.h"
+#include "cli/presets/json_value.h"
 #include "cli/presets/library.h"
 #include "cli/presets/progress.h"
 #include "cli/service.h"
@@ -22,26 +23,28 @@ struct stored_preset {
 
 struct stored_library {
     std::vector<stored_preset> presets;
-    std::vector<std::pair<int, std::vector<std::string>>> combinations;
+    std::map<int, std::vector<std::string>> combinations;  // by their number
 };
 
 // Reads every file of the backup once; the payloads are read again when their preset's turn comes.
 stored_library read_backup(const fs::path& folder) {
     const nlohmann::ordered_json document = read_json(folder / backup_index_name);
-    const json_fields index(folder / backup_index_name, document);
+    const json_value index(folder / backup_index_name, document);
     index.allow_only({"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"});
-    if (index.integer("formatVersion", INT32_MIN) != backup_format_version) {
-        throw index.make_failure("formatVersion", "must be " + std::to_string(backup_format_version));
+    const json_value version = index["formatVersion"];
+    if (version.integer(INT32_MIN) != backup_format_version) {
+        throw version.make_failure("must be " + std::to_string(backup_format_version));
     }
     stored_library library;
     if (index.has("gradeCombos")) {
-        for (const json_fields& fields : index.objects("gradeCombos", "gradeCombos")) {
-            library.combinations.emplace_back(fields.integer("gradeComboIndex", 1), fields.texts("gradeCombo"));
+        for (const json_value& fields : index.items("gradeCombos", "gradeCombos")) {
+            std::vector<std::string>& strings = library.combinations[fields["gradeComboIndex"].integer(1)];
+            for (const json_value& text : fields["gradeCombo"].items()) strings.push_back(text.text());
         }
     }
     std::set<std::string> names;
-    for (const std::string& name : index.texts("presets")) {
-        index.require_plain_name("presets", name);
+    for (const json_value& entry : index["presets"].items()) {
+        const std::string name = entry.plain_name();
         const std::string place = (folder / name).string() + ": name: ";
         const grade_file grade = read_grade_file(folder / name, grade_use::backup);
         if (!grade.name) throw failure(exit_usage, place + "is missing");
@@ -137,7 +140,7 @@ class restore_run {
 
 }  // namespace
 
-void restore_presets(const output_style& style, const std::string& name, bool yes) {
+std::size_t restore_presets(const std::string& name, bool yes) {
     const stored_library library = read_backup(name);
     const preset_list list = list_presets("presets restore");
     check_fits(library, list);
@@ -146,7 +149,7 @@ void restore_presets(const output_style& style, const std::string& name, bool ye
                          std::to_string(library.presets.size()) + "?");
     }
     restore_run(library, list).run();
-    print_result(style, {{"folder", name}, {"presets", library.presets.size()}});
+    return library.presets.size();
 }
 
 }  // namespace lutc_cli

@@ -1,0 +1,104 @@
+#include "cli/presets/json_value.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "cli/console/files.h"
+
+namespace lutc_cli {
+
+using nlohmann::ordered_json;
+
+constexpr std::size_t json_limit = 16u << 20;
+
+ordered_json read_json(const std::string& path) {
+    const std::vector<unsigned char> bytes = read_file(path, json_limit);
+    const std::string place = (path == "-" ? "standard input" : path) + ": ";
+    // Of two members with the same key the parser would silently drop one.
+    std::vector<std::set<std::string>> keys;
+    const auto refuse_twins = [&keys, &place](int, ordered_json::parse_event_t event, ordered_json& value) {
+        if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
+        if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
+        if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
+            throw failure(exit_usage, place + value.get<std::string>() + ": stands twice in one object");
+        }
+        return true;
+    };
+    try {
+        return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
+    } catch (const ordered_json::exception& error) {
+        const std::string text = error.what();
+        throw failure(exit_usage, place + "is no JSON: " + text.substr(text.find("] ") + 2));
+    }
+}
+
+json_value::json_value(const std::string& place, const ordered_json& value)
+    : place_(place == "-" ? "standard input" : place), value_(&value) {}
+
+failure json_value::make_failure(const std::string& fault) const { return failure(exit_usage, place_ + ": " + fault); }
+
+void json_value::allow_only(std::initializer_list<std::string_view> keys) const {
+    if (!value_->is_object()) throw make_failure("must be an object");
+    for (const auto& member : value_->items()) {
+        if (std::find(keys.begin(), keys.end(), member.key()) == keys.end()) {
+            throw make_failure(member.key() + ": is not a known field here");
+        }
+    }
+}
+
+bool json_value::has(const char* key) const { return value_->contains(key); }
+
+json_value json_value::operator[](const char* key) const {
+    if (!value_->is_object()) throw make_failure("must be an object");
+    if (!has(key)) throw make_failure(std::string(key) + ": is missing");
+    return {place_ + ": " + key, value_->at(key)};
+}
+
+std::vector<json_value> json_value::items() const {
+    if (!value_->is_array()) throw make_failure("must be a list");
+    std::vector<json_value> items;
+    for (const ordered_json& item : *value_) items.emplace_back(place_, item);
+    return items;
+}
+
+std::vector<json_value> json_value::items(const char* key, const std::string& item) const {
+    std::vector<json_value> items = (*this)[key].items();
+    for (std::size_t i = 0; i < items.size(); ++i) items[i].place_ = place_ + ": " + item + " " + std::to_string(i + 1);
+    return items;
+}
+
+std::string json_value::text() const {
+    if (!value_->is_string()) throw make_failure("must be a string");
+    auto text = value_->get<std::string>();
+    if (text.find('\0') != std::string::npos) throw make_failure("must not hold a zero character");
+    return text;
+}
+
+std::int32_t json_value::integer(std::int32_t least, std::int32_t most) const {
+    const bool fits = value_->is_number_integer() &&
+                      !(value_->is_number_unsigned() && value_->get<std::uint64_t>() > std::uint64_t{INT32_MAX});
+    if (!fits || value_->get<std::int64_t>() < least || value_->get<std::int64_t>() > most) {
+        throw make_failure("must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return value_->get<std::int32_t>();
+}
+
+double json_value::number() const {
+    if (!value_->is_number()) throw make_failure("must be numbers only");
+    return value_->get<double>();
+}
+
+void json_value::read_triple(double (&values)[3]) const {
+    if (!value_->is_array() || value_->size() != 3) throw make_failure("must be a list of three numbers");
+    for (std::size_t i = 0; i < 3; ++i) values[i] = items()[i].number();
+}
+
+std::string json_value::plain_name() const {
+    const std::string name = text();
+    if (!name.empty() && std::filesystem::path(name).filename() == name && name != "." && name != "..") return name;
+    throw make_failure("'" + name + "' must be a file of the same folder");
+}
+
+}  // namespace lutc_cli
