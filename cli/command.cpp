@@ -117,11 +117,8 @@ void command::add_preset(preset_selector& preset) const {
     add_integer("--index", preset.index, 1, "The preset, by its place in the list, from 1").exclude(name);
 }
 
-void preset_selector::require() const {
-    if (!is_given()) throw failure(exit_usage, "which preset? Give --name or --index");
-}
-
 std::string preset_selector::describe() const {
+    if (!is_given()) throw failure(exit_usage, "which preset? Give --name or --index");
     return name ? "preset '" + *name + "'" : "preset " + std::to_string(index);
 }
 

@@ -26,9 +26,8 @@ struct preset_selector {
     int index = 0;
 
     bool is_given() const { return name || index > 0; }
-    void require() const;  // throws failure when neither was given
     const char* name_or_null() const { return name ? name->c_str() : nullptr; }
-    std::string describe() const;  // for messages
+    std::string describe() const;  // for messages; throws failure when neither was given
 };
 
 // Throws failure for a name of more than 32 bytes, or with a zero byte.

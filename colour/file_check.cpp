@@ -11,7 +11,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -120,34 +122,37 @@ std::size_t check_plain_text(const std::string& path, std::string_view text) {
     return line;
 }
 
+// The parts of a CDL's elements: each stands there at most once, and no other, for the reader would ignore it.
+const std::map<std::string, std::set<std::string>> cdl_parts = {{"ColorCorrection", {"SOPNode", "SatNode"}},
+                                                                {"ASC_CDL", {"SOPNode", "SatNode"}},
+                                                                {"SOPNode", {"Slope", "Offset", "Power"}},
+                                                                {"SatNode", {"Saturation"}}};
+const std::set<std::string> descriptions = {"Description", "InputDescription", "ViewingDescription"};
+const std::set<std::string> lists_of_numbers = {"Array", "IndexMap", "Slope", "Offset", "Power", "Saturation"};
+
 // Walks an XML colour file. Faults are kept and thrown after the parser has returned: it is written in C.
 class xml_check {
   public:
-    xml_check(const std::string& path, std::string_view text) : path_(path), parser_(XML_ParserCreate(nullptr)) {
+    xml_check(const std::string& path, std::string_view text) : parser_(XML_ParserCreate(nullptr), XML_ParserFree) {
         if (parser_ == nullptr) throw std::bad_alloc();
         XML_SetUserData(parser_.get(), this);
-        XML_SetElementHandler(parser_.get(), on_start, on_end);
-        XML_SetCharacterDataHandler(parser_.get(), on_text);
+        XML_SetElementHandler(
+            parser_.get(),
+            [](void* self, const XML_Char* name, const XML_Char**) { static_cast<xml_check*>(self)->begin(name); },
+            [](void* self, const XML_Char*) { static_cast<xml_check*>(self)->end(); });
+        XML_SetCharacterDataHandler(parser_.get(), [](void* self, const XML_Char* characters, int length) {
+            static_cast<xml_check*>(self)->read({characters, static_cast<std::size_t>(length)});
+        });
         const XML_Status status = XML_Parse(parser_.get(), text.data(), static_cast<int>(text.size()), XML_TRUE);
-        if (!fault_.empty()) refuse(path_, fault_line_, fault_);
-        if (status != XML_STATUS_OK) refuse(path_, line(), XML_ErrorString(XML_GetErrorCode(parser_.get())));
+        if (!fault_.empty()) refuse(path, fault_line_, fault_);
+        if (status != XML_STATUS_OK) refuse(path, line(), XML_ErrorString(XML_GetErrorCode(parser_.get())));
     }
 
   private:
     struct element {
         std::string name;
-        std::vector<std::string> parts;  // of a CDL
+        std::set<std::string> parts;  // of a CDL
     };
-    struct parser_deleter {
-        void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-    };
-
-    static bool is_one_of(const std::string& name, std::initializer_list<const char*> names) {
-        return std::find(names.begin(), names.end(), name) != names.end();
-    }
-    static bool holds_numbers(const std::string& name) {
-        return is_one_of(name, {"Array", "IndexMap", "Slope", "Offset", "Power", "Saturation"});
-    }
 
     std::size_t line() const { return XML_GetCurrentLineNumber(parser_.get()); }
 
@@ -158,48 +163,30 @@ class xml_check {
         XML_StopParser(parser_.get(), XML_FALSE);
     }
 
-    static void XMLCALL on_start(void* self, const XML_Char* name, const XML_Char** /*attributes*/) {
-        static_cast<xml_check*>(self)->start(name);
-    }
-    static void XMLCALL on_end(void* self, const XML_Char* /*name*/) { static_cast<xml_check*>(self)->end(); }
-    static void XMLCALL on_text(void* self, const XML_Char* text, int length) {
-        static_cast<xml_check*>(self)->characters({text, static_cast<std::size_t>(length)});
-    }
-
-    void start(std::string name) {
+    void begin(std::string name) {
         if (name == "SATNode") name = "SatNode";
-        if (!open_.empty()) check_part(open_.back(), name);
-        open_.push_back({std::move(name), {}});
-    }
-
-    // The parts of a CDL: each once, and no others, for the reader would ignore those.
-    void check_part(element& parent, const std::string& name) {
-        const bool correction = parent.name == "ColorCorrection" || parent.name == "ASC_CDL";
-        if (!correction && parent.name != "SOPNode" && parent.name != "SatNode") return;
-        if (is_one_of(name, {"Description", "InputDescription", "ViewingDescription"})) return;
-        const bool known = correction                 ? is_one_of(name, {"SOPNode", "SatNode"})
-                           : parent.name == "SOPNode" ? is_one_of(name, {"Slope", "Offset", "Power"})
-                                                      : name == "Saturation";
-        if (!known) fail(line(), "unknown element " + name + " in " + parent.name);
-        const std::vector<std::string>& parts = parent.parts;
-        if (std::find(parts.begin(), parts.end(), name) != parts.end()) {
-            fail(line(), "a second " + name + " in the same " + parent.name);
+        if (!open_.empty() && descriptions.count(name) == 0) {
+            auto& [parent, parts] = open_.back();
+            const auto known = cdl_parts.find(parent);
+            const bool is_part = known != cdl_parts.end();
+            if (is_part && known->second.count(name) == 0) fail(line(), "unknown element " + name + " in " + parent);
+            if (is_part && !parts.insert(name).second) fail(line(), "a second " + name + " in the same " + parent);
         }
-        parent.parts.push_back(name);
+        open_.push_back({std::move(name), {}});
     }
 
     void end() {
         finish_token();
         const auto& [name, parts] = open_.back();
-        if (is_one_of(name, {"ColorCorrection", "ASC_CDL"}) && parts.empty()) {
+        if ((name == "ColorCorrection" || name == "ASC_CDL") && parts.empty()) {
             fail(line(), name + " has neither a SOPNode nor a SatNode");
         }
         if (name == "SatNode" && parts.empty()) fail(line(), "SatNode has no Saturation");
         open_.pop_back();
     }
 
-    void characters(std::string_view text) {
-        if (open_.empty() || !holds_numbers(open_.back().name)) return;
+    void read(std::string_view text) {
+        if (open_.empty() || lists_of_numbers.count(open_.back().name) == 0) return;
         std::size_t at = line();
         for (const char c : text) {
             if (c != '\n' && blanks.find(c) == std::string_view::npos) {
@@ -213,14 +200,12 @@ class xml_check {
     }
 
     void finish_token() {
-        if (token_.empty()) return;
-        const std::string fault = fault_of_number(token_);
+        const std::string fault = token_.empty() ? "" : fault_of_number(token_);
         if (!fault.empty()) fail(token_line_, fault);
         token_.clear();
     }
 
-    const std::string& path_;
-    std::unique_ptr<std::remove_pointer_t<XML_Parser>, parser_deleter> parser_;
+    std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser_;
     std::vector<element> open_;
     std::string token_;
     std::size_t token_line_ = 0;

@@ -43,15 +43,15 @@ void picture::fill(int x, int y, int width, int height, pixel value) {
 
 void picture::draw_line(double x0, double y0, double x1, double y1, double thickness, pixel value) {
     const double reach = thickness / 2.0 + 1.0;
-    const auto first = [](double a, double b, double r) { return std::max(0, static_cast<int>(std::min(a, b) - r)); };
-    const auto last = [](double a, double b, double r, int size) {
-        return static_cast<int>(std::min(std::max(a, b) + r, size - 1.0));
+    const auto first = [reach](double a, double b) { return std::max(0, static_cast<int>(std::min(a, b) - reach)); };
+    const auto last = [reach](double a, double b, int size) {
+        return std::min(static_cast<int>(std::max(a, b) + reach), size - 1);
     };
     const double dx = x1 - x0;
     const double dy = y1 - y0;
     const double square = dx * dx + dy * dy;
-    for (int y = first(y0, y1, reach); y <= last(y0, y1, reach, height_); ++y) {
-        for (int x = first(x0, x1, reach); x <= last(x0, x1, reach, width_); ++x) {
+    for (int y = first(y0, y1); y <= last(y0, y1, height_); ++y) {
+        for (int x = first(x0, x1); x <= last(x0, x1, width_); ++x) {
             const double along = square == 0.0 ? 0.0 : std::clamp(((x - x0) * dx + (y - y0) * dy) / square, 0.0, 1.0);
             const double distance = std::hypot(x - x0 - along * dx, y - y0 - along * dy);
             const double cover = std::clamp(thickness / 2.0 + 0.5 - distance, 0.0, 1.0);

@@ -81,7 +81,6 @@ struct download_options {
     }
 
     ordered_json run() const {
-        preset.require();
         if (file == "-") throw failure(exit_usage, "presets download: give a file: tables are written beside it");
         const std::string task = "presets download: " + preset.describe();
         std::vector<std::string> notices;
@@ -97,69 +96,70 @@ struct download_options {
     }
 };
 
-struct delete_options {
-    bool yes = false;
+// What commands on one preset share. send gives its name, or null, and its index to the library's function.
+struct preset_options {
     preset_selector preset;
+
+    void declare(const command& to) { to.add_preset(preset); }
+
+    template <class Function>
+    void send(const char* task, const Function& function) const {
+        require_success(task + (": " + preset.describe()), function(preset.name_or_null(), preset.index));
+    }
+};
+
+struct delete_options : preset_options {
+    bool yes = false;
 
     void declare(const command& to) {
         to.add_yes(yes, "Delete");
-        to.add_preset(preset);
+        preset_options::declare(to);
     }
 
     void run() const {
-        preset.require();
         confirm(yes, "Delete " + preset.describe() + "?");
-        require_success("presets delete: " + preset.describe(),
-                        lutc_delete_preset(preset.name_or_null(), preset.index));
+        send("presets delete", lutc_delete_preset);
     }
 };
 
-struct rename_options {
+struct rename_options : preset_options {
     std::string new_name;
-    preset_selector preset;
 
     void declare(const command& rename) {
         rename.add_text("--new-name", new_name, "Its new name (at most 32 bytes)").require();
-        rename.add_preset(preset);
+        preset_options::declare(rename);
     }
 
     void run() const {
-        preset.require();
         check_preset_name(new_name);
-        require_success("presets rename: " + preset.describe(),
-                        lutc_rename_preset(preset.name_or_null(), preset.index, new_name.c_str()));
+        send("presets rename",
+             [this](auto name, int index) { return lutc_rename_preset(name, index, new_name.c_str()); });
     }
 };
 
-struct move_options {
+struct move_options : preset_options {
     int to = 0;
-    preset_selector preset;
 
     void declare(const command& move) {
         move.add_integer("--to", to, 1, "Its new place in the list, from 1").require();
-        move.add_preset(preset);
+        preset_options::declare(move);
     }
 
     void run() const {
-        preset.require();
-        require_success("presets move: " + preset.describe(),
-                        lutc_move_preset(preset.name_or_null(), preset.index, to));
+        send("presets move", [this](auto name, int index) { return lutc_move_preset(name, index, to); });
     }
 };
 
-struct select_options {
+struct select_options : preset_options {
     int channel = 0;
-    preset_selector preset;
 
     void declare(const command& select) {
         select.add_channel(channel);
-        select.add_preset(preset);
+        preset_options::declare(select);
     }
 
     void run() const {
-        preset.require();
-        require_success("presets select: " + preset.describe(),
-                        lutc_set_preset(channel, preset.name_or_null(), preset.index));
+        send("presets select", [this](auto name, int index) { return lutc_set_preset(channel, name, index); });
     }
 };
 
@@ -183,16 +183,8 @@ ordered_json show_override() {
     return {{"presetName", name}, {"presetIndex", index}};
 }
 
-struct set_override_options {
-    preset_selector preset;
-
-    void declare(const command& set) { set.add_preset(preset); }
-
-    void run() const {
-        preset.require();
-        require_success("presets override set: " + preset.describe(),
-                        lutc_set_override_preset(preset.name_or_null(), preset.index));
-    }
+struct set_override_options : preset_options {
+    void run() const { send("presets override set", lutc_set_override_preset); }
 };
 
 void clear_override() { require_success("presets override clear", lutc_set_override_preset(nullptr, 0)); }
