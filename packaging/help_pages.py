@@ -156,9 +156,13 @@ def header_markers(path):
     conventions = []
     for line in comment_text(opening):
         numbered = re.match(r" *(\d+)\. (.*)", line)
-        if numbered:
+        row = re.match(r" *(\S+) {2,}(.*)", line)
+        if row and not numbered:
+            conventions += [".RS", ".TP 14", f".B {roff(row.group(1))}", roff(row.group(2)), ".RE"]
+        elif numbered:
             conventions += [f".IP {numbered.group(1)}. 4", roff(numbered.group(2))]
         elif conventions and line.strip():
+            conventions += ['.IP "" 4'] if conventions[-1] == ".RE" else []
             conventions.append(roff(line.strip()))
     records, functions, last = [], [], ""
     for section, comment, declaration in parts:

@@ -22,9 +22,10 @@ const std::string ok = encoded("{'type':'response','code':0}");
 const std::string event = encoded("{'type':'event','code':7,'x':'yz'}");
 constexpr int apart = 60;  // milliseconds that part two messages
 
-// A reply of exactly that size.
-std::string padded(const std::string& fields, std::size_t size) {
-    const auto document = document_from("{'type':'response','code':0," + fields + "}");
+// A message of exactly that size.
+std::string padded(const std::string& fields, std::size_t size, const char* type = "response") {
+    const auto document = document_from("{'code':0," + fields + "}");
+    document->addStringElement("type", type);
     document->addBinaryElement("fill", nullptr, 0);
     const std::string fill(size - document->calculateMessageSizeFromKeyValueList(), 'f');
     document->getElementWithKey("fill", 0)->setBinaryValue(bytes_of(fill), size_of(fill), true, 0);
@@ -65,6 +66,8 @@ TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
         const std::size_t piece = row.capacity / 16;
         EXPECT_EQ(punctually({send(fits)}, row.call), 0);
         EXPECT_EQ(punctually({send(too_long)}, row.call), EPROTO);
+        EXPECT_EQ(punctually({send(fits + event)}, row.call), 0);  // what comes behind is not read
+        EXPECT_EQ(punctually({send(padded(row.fields, row.capacity, "event") + fits)}, row.call), 0);
         EXPECT_EQ(punctually(dribble(fits, piece, 2), row.call), 0);
         EXPECT_EQ(punctually(dribble(too_long, piece, 2), row.call), EPROTO);
     }

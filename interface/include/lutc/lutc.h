@@ -3,31 +3,48 @@
  *
  * Conventions
  *
- *  1. Results. Every function returns 0 on success and -1 on every failure: an argument that the function refuses, no
- *     service, no answer in time, an answer that doesn't decode, doesn't fit or lacks what the function reads, an
- *     answer whose "code" is not 0, or no memory. The service's own code is not passed on.
+ *  1. Results. Every function returns 0 on success, with errno as it was before, and -1 on every failure, with the
+ *     reason in errno, unless the function says otherwise. The service's own code is not passed on.
+ *
+ *       EINVAL        an argument is refused; the service was not contacted
+ *       ECONNREFUSED  nobody listens
+ *       ETIMEDOUT     no answer in time, or the command was not taken in time, or the connect took too long
+ *       ECONNRESET    the connection ended before an answer began; an event is no answer
+ *       EPROTO        an answer came that is no valid message, breaks off, doesn't fit, or lacks what is read from it
+ *       EREMOTEIO     the service refused: its "code" is not 0
+ *       EOVERFLOW     the command is too long to encode (4 GiB); the service was not contacted
+ *       ENOMEM        no memory
+ *       others        as the system says: EMFILE, ENFILE and so on
+ *
+ *     A call that changes something and fails with ETIMEDOUT, ECONNRESET, EPROTO or ENOMEM may have been performed: its
+ *     answer was lost.
  *  2. Outputs are written only on success. After -1 every buffer and variable has the contents that it had before.
- *  3. Arguments. A pointer that is not described as "or NULL" is required: when it is NULL the function returns -1
- *     before it contacts the service, as it does for a negative size and for a NULL buffer with a positive size.
+ *  3. Arguments. A pointer that is not described as "or NULL" is required: when it is NULL the function fails with
+ *     EINVAL, as it does for a negative size and for a NULL buffer with a positive size. An output that is described as
+ *     "or NULL: not wanted" is not read from the answer either.
  *  4. Indices of 0 or less (channels, presets, slots, combinations, positions) mean "not given" and are not sent,
  *     unless the function says otherwise. Indices count from 1 where the service doesn't say otherwise.
  *  5. Names of presets and channels have at most 32 bytes. A preset is addressed by name or by index: a name, when it
- *     is not NULL, wins, also when it is empty; a name of more than 32 bytes is refused before the service is
- *     contacted. Without a name the index is sent when it is 1 or more.
+ *     is not NULL, wins, also when it is empty; a name of more than 32 bytes is refused (EINVAL). Without a name the
+ *     index is sent when it is 1 or more.
  *  6. Strings are zero-terminated. The library neither checks nor converts their encoding; the service uses UTF-8.
+ *     Numbers of an answer are int32, an int64 that fits, or a boolean (0, 1); lists are arrays or embedded documents.
  *  7. Ownership. The library keeps no pointer to anything that it was given once the call has returned. Memory that a
  *     call hands out was allocated with malloc, calloc or strdup, is the caller's, and goes back with free.
  *  8. Threads. There is no state between calls and nothing to initialise: any number of threads may call at once.
  *  9. Time. A call blocks its thread until the service has answered: up to 15 seconds for the first byte of an answer,
- *     and again for each message of another kind that arrives before it. 10 milliseconds of silence end a message. In
- *     front of that stand the connect (5 seconds at most with the stand-in for the RPC client library) and, when the
- *     service doesn't take the command off its hands, up to 15 seconds in which it is written.
+ *     and again for each message of another kind (an event) that arrives before it. 10 milliseconds of silence end a
+ *     message. In front of that stand the connect (5 seconds at most with the stand-in for the RPC client library) and
+ *     the writing of the command, which fails when the service takes nothing of it for 15 seconds. A service that works
+ *     is far from these limits. One that means harm can hold a call for longer: as long as it sends events, 15 seconds
+ *     for each piece of the command, 10 milliseconds for each byte of the answer (10 seconds for 1 KiB, 6 hours for
+ *     2 MiB).
  *     Signals neither end nor lengthen a wait. A thread can't be cancelled inside a call; it is cancelled after it.
  * 10. The process. No output, no environment, no signal dispositions, no threads, no SIGPIPE, no descriptor that a
  *     child inherits, and no C++ exception leaves a call.
- * 11. Memory. An answer is read into a buffer of 1 KiB (512 KiB for lutc_preset_list, 2 MiB for lutc_recv_preset) and
- *     decoded beside it. Payloads that are sent (LUT tables) are not copied but into the one encoded command, so a
- *     call that sends a table of n bytes needs n bytes and a few KiB at its peak.
+ * 11. Memory. An answer is read into a buffer of 1 KiB (512 KiB for lutc_preset_list, 2 MiB for lutc_recv_preset), and
+ *     what is handed out is copied from there. Payloads that are sent (LUT tables) are not copied but into the one
+ *     encoded command, so a call that sends a table of n bytes needs n bytes and a few KiB at its peak.
  */
 #ifndef LUTC_INTERFACE_LUTC_H
 #define LUTC_INTERFACE_LUTC_H
@@ -82,8 +99,8 @@ typedef struct testPattern {
     const char* patternType; /* the pattern's name; "square" alone has the three last fields */
     int32_t videoFormat;     /* the service's number of the video format */
     double squareSize;       /* size of the square */
-    uint16_t fgColor[3];     /* colour of the square, 0 to 65535 for each component */
-    uint16_t bgColor[3];     /* colour around it */
+    uint16_t fgColor[3];     /* foreground colour, 0 to 65535 for each component; */
+    uint16_t bgColor[3];     /* background colour: the service decides what is which */
 } testPattern;
 
 /* One component of a grade. Only the fields that its kind uses are read. */
@@ -125,13 +142,16 @@ typedef struct videoConnection {
 
 /* ---- The preset library as a whole ------------------------------------------------------------------------------- */
 
-/* Replaces the preset library with the one stored on the device's media. Sends "loadPresetsFromMedia". */
+/*
+ * Loads the preset library that is stored on the device's media. What becomes of the presets that are there is the
+ * service's decision. Sends "loadPresetsFromMedia".
+ */
 LUTC_EXPORT int lutc_load_presets_from_media(void) LUTC_NOEXCEPT;
 
 /* Stores the preset library on the device's media. Sends "savePresetsToMedia". */
 LUTC_EXPORT int lutc_save_presets_to_media(void) LUTC_NOEXCEPT;
 
-/* Deletes every preset of the library (not of the media). Sends "deleteAllPresets". */
+/* Deletes every preset of the library; what is on the media is the service's affair. Sends "deleteAllPresets". */
 LUTC_EXPORT int lutc_delete_all_presets(void) LUTC_NOEXCEPT;
 
 /*
@@ -142,7 +162,7 @@ LUTC_EXPORT int lutc_delete_all_presets(void) LUTC_NOEXCEPT;
  * presetCount         receives the number of records.
  * maxPresetsListSize  receives the largest number of presets that the library may hold.
  *
- * Fails also when any field of the list is missing or of another type.
+ * EPROTO also when any field of the list is missing or of another type.
  */
 LUTC_EXPORT int lutc_preset_list(presetEntry** presets, int* presetCount, int* maxPresetsListSize) LUTC_NOEXCEPT;
 
@@ -180,7 +200,7 @@ LUTC_EXPORT int lutc_move_preset(const char* presetName, int presetIndex, int to
  *               33rd byte set to 0.
  * presetIndex   receives the preset's index.
  *
- * Fails also when the answer lacks one of the two, or has it with another type.
+ * EPROTO also when the answer lacks one of the two, or has it with another type.
  */
 LUTC_EXPORT int lutc_get_preset(int channelIndex, char* presetName, int* presetIndex) LUTC_NOEXCEPT;
 
@@ -210,7 +230,8 @@ LUTC_EXPORT int lutc_set_override_preset(const char* presetName, int presetIndex
  * "gradeComboIndex".
  *
  * channelIndex     the channel; 0 or less: none is named.
- * resetAndApply    start from a neutral grade and apply this at once.
+ * resetAndApply    asks the service to start from a neutral grade and to apply this at once. What that resets, and
+ *                  what is shown without it, is the service's decision.
  * gradeComboIndex  index into the model's list of grade combinations; sent whatever its value.
  */
 LUTC_EXPORT int lutc_send_combination(int channelIndex, bool resetAndApply, int gradeComboIndex) LUTC_NOEXCEPT;
@@ -248,8 +269,9 @@ LUTC_EXPORT int lutc_send_saturation(int channelIndex, int saturationIndex, bool
  * components       the components in order, test patterns included; only read. NULL only with a count of 0 or less.
  * componentCount   the number of records; 0 or less sends an empty grade.
  *
- * Refused before the service is contacted: a LUT (kinds 2, 3) without dataFormat; data that is sent with a negative
- * dataSize, or NULL with a positive one; a test pattern without pattern or patternType.
+ * EINVAL also for a LUT (kinds 2, 3) without dataFormat; data that is sent with a negative dataSize, or NULL with a
+ * positive one; a test pattern without pattern or patternType. A component of another kind is sent with its typeIndex
+ * alone.
  */
 LUTC_EXPORT int lutc_send_live(int channelIndex, int gradeComboIndex, bool resetAndApply,
                                const gradeComponent* components, int componentCount) LUTC_NOEXCEPT;
@@ -264,10 +286,11 @@ LUTC_EXPORT int lutc_send_live(int channelIndex, int gradeComboIndex, bool reset
  * applyPreset              also apply it at once.
  * applyChannel             the channel to apply it to; used only with applyPreset, and when 1 or more.
  * components               the components in order; only read. NULL only with a count of 0 or less. A test pattern
- *                          can't be stored: it is sent as an empty component.
+ *                          can't be stored: it is sent with its typeIndex alone.
  * componentCount           the number of records; 0 or less stores an empty preset.
  *
- * Refused before the service is contacted: as in lutc_send_live, test patterns excepted.
+ * EINVAL as in lutc_send_live, test patterns excepted. A record that lutc_recv_preset filled is sent by its kind, so
+ * values become a saturation and bytes a CDL, whatever they were: set kind to what the component is before you send it.
  */
 LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int toIndex, int gradeComboIndex,
                                  bool applyPreset, int applyChannel, const gradeComponent* components,
@@ -277,7 +300,7 @@ LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int to
  * Fetches a stored preset. Sends "getPreset" with "presetName" or "presetIndex".
  *
  * presetName, presetIndex  the preset, by name (or NULL) or by index.
- * gradeComboIndex          receives the preset's grade combination, or NULL.
+ * gradeComboIndex          receives the preset's grade combination, or NULL: not wanted.
  * components               receives the components in order. NULL only with a capacity of 0 or less.
  * componentCount           in: the capacity of components in records. out: the number of records filled, at most the
  *                          capacity; further components are dropped.
@@ -292,9 +315,9 @@ LUTC_EXPORT int lutc_send_preset(const char* presetName, int presetIndex, int to
  * The other fields keep their contents. data, dataFormat and cdlValues are new blocks, overwritten without a look at
  * what they held: free them before you use a record again. Empty data gives NULL and 0.
  *
- * A preset without a list of components has none. Fails also when a component lacks one of these fields or has it
- * with another type, when the list or an element of it is not a document or holds a value of a type unknown to BSON,
- * and when gradeComboIndex is asked for and missing.
+ * A preset without a list of components has none. EPROTO also when the preset has more than 2 MiB, when a component
+ * lacks one of these fields or has it with another type, when the list or an element of it is not a document or holds a
+ * value of a type unknown to BSON, and when gradeComboIndex is asked for and missing.
  */
 LUTC_EXPORT int lutc_recv_preset(const char* presetName, int presetIndex, int* gradeComboIndex,
                                  gradeComponent* components, int* componentCount) LUTC_NOEXCEPT;
@@ -314,16 +337,16 @@ LUTC_EXPORT int lutc_client_info(const char* clientModel, const char* versionNum
 /*
  * Reads what the device is. Sends "getModelInfo".
  *
- * modelName, friendlyName, modelSerial  each a buffer that holds the whole string and its terminator, or NULL;
- *                                       LUTC_MODEL_STRING_BUFFER_SIZE bytes always suffice.
- * gradeCombos        receives a new array of the grade combinations, or NULL. Free every string that is not NULL, then
- *                    the array (which may be NULL with a count of 0).
+ * modelName, friendlyName, modelSerial  each a buffer that holds the whole string and its terminator, or NULL: not
+ *                                       wanted. LUTC_MODEL_STRING_BUFFER_SIZE bytes always suffice.
+ * gradeCombos        receives a new array of the grade combinations, or NULL: not wanted. Free every string that is not
+ *                    NULL, then the array (which may be NULL with a count of 0).
  * gradeComboCount    receives their number; required with gradeCombos, else not used.
- * gradeChannels      receives a new array of the channels, or NULL. Free the array.
+ * gradeChannels      receives a new array of the channels, or NULL: not wanted. Free the array.
  * gradeChannelCount  receives their number; required with gradeChannels, else not used.
  *
- * What is not asked for is not read. Fails also when a wanted string is missing or not a string, or an element of a
- * wanted list, or a field of it, is missing or of the wrong type. A list that is missing altogether is empty.
+ * EPROTO also when a wanted string is missing or not a string, or an element of a wanted list, or a field of it, is
+ * missing or of the wrong type. A list that is missing altogether is empty.
  */
 LUTC_EXPORT int lutc_model_info(char* modelName, char* friendlyName, char* modelSerial, gradeCombo** gradeCombos,
                                 int* gradeComboCount, gradeChannel** gradeChannels,
@@ -332,10 +355,10 @@ LUTC_EXPORT int lutc_model_info(char* modelName, char* friendlyName, char* model
 /*
  * Reads the colour-transform state of a channel. Sends "getColorTransformState" with "channelIndex".
  *
- * colorTransformState  receives the state, a number of the service's; a boolean reads as 0 or 1.
+ * colorTransformState  receives the state, a number of the service's.
  * channelIndex         the channel; 0 or less: none is named.
  *
- * Fails also when the answer has no state, or one of another type.
+ * EPROTO also when the answer has no state, or one of another type.
  */
 LUTC_EXPORT int lutc_get_state(int* colorTransformState, int channelIndex) LUTC_NOEXCEPT;
 
@@ -356,6 +379,7 @@ LUTC_EXPORT int lutc_set_state(int colorTransformState, int channelIndex) LUTC_N
  *
  * The first eight connections of the answer are looked at. One that is malformed is skipped; a type that is none of
  * "input", "channel" and "output" leaves that field of its record as it was. An answer without a list gives 0 records.
+ * Here a number must be an int32 and a list an array; what isn't is malformed, and no failure.
  */
 LUTC_EXPORT int lutc_get_video_connections(videoConnection* connections, int* connectionCount) LUTC_NOEXCEPT;
 
@@ -376,7 +400,7 @@ LUTC_EXPORT int lutc_set_video_connection(const videoConnection* connection) LUT
  *            more fills the buffer without a terminator. NULL only with a size of 0.
  * valueSize  size of the buffer in bytes; 0 writes nothing.
  *
- * Fails also when the answer has no "value", or one that is not a string.
+ * EPROTO also when the answer has no "value", or one that is not a string.
  */
 LUTC_EXPORT int lutc_get_option(const char* name, char* value, uint32_t valueSize) LUTC_NOEXCEPT;
 
@@ -402,6 +426,8 @@ LUTC_EXPORT int lutc_set_option(const char* name, const char* value) LUTC_NOEXCE
  * dataFormat     the name of the table's format, one of the service's.
  * data           the table; only read. NULL only with a size of 0.
  * dataSize       bytes at data, 0 or more.
+ *
+ * EINVAL also for a negative dataSize, and for NULL data with a positive one.
  */
 LUTC_EXPORT int lutc_send_lut(int channelIndex, int lutIndex, bool resetAndApply, const char* type,
                               const char* dataFormat, unsigned char* data, int dataSize) LUTC_NOEXCEPT
