@@ -28,12 +28,8 @@ struct element_view {
     std::uint32_t size = 0;
 
     explicit operator bool() const { return type != bson_type{}; }
-    bool holds_document() const { return type == bson_type::document || type == bson_type::array; }
+    bool holds_document() const { return lutc_bson::is_document_type(lutc_bson::byte_of(type)); }
 };
-
-inline bool is_known_type(bson_type t) {
-    return (t >= bson_type::real && t <= bson_type::int64) || t == bson_type::max_key || t == bson_type::min_key;
-}
 
 // The elements of a document that is valid, or those that are left of them.
 class document_view {
@@ -70,13 +66,15 @@ class document_view {
 };
 
 inline bool document_view::take(element_view& first) {
-    const bson_type type{bytes_[next_]};
-    if (next_ == last_ || !is_known_type(type)) return false;
-    first.type = type;
-    first.key = std::string_view(reinterpret_cast<const char*>(bytes_ + next_ + 1));
-    const auto body = static_cast<std::uint32_t>(next_ + 1 + first.key.size() + 1);
+    const lutc_bson::layout& layout = lutc_bson::layout_of(bytes_[next_]);
+    if (next_ == last_ || layout.body == lutc_bson::shape::unknown) return false;
+    const unsigned char* const key = bytes_ + next_ + 1;
+    const unsigned char* const key_end = lutc_bson::find_key_end(key, bytes_ + last_, bytes_ + last_ + 1);
+    const auto body = static_cast<std::uint32_t>(key_end + 1 - bytes_);
     lutc_bson::extent value;
-    if (!lutc_bson::find_extent(bytes_, type, body, last_, value)) return false;
+    if (!lutc_bson::find_extent(bytes_, layout, body, last_, value)) return false;
+    first.type = bson_type{bytes_[next_]};
+    first.key = {reinterpret_cast<const char*>(key), static_cast<std::size_t>(key_end - key)};
     first.value = bytes_ + value.begin;
     first.size = value.end - value.begin;
     next_ = value.end;
