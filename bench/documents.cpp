@@ -85,6 +85,24 @@ bool encode(bsonDocument& tree, std::size_t expected_size) {
     return tree.messageSize == expected_size;
 }
 
+bool copy_and_destroy(const subject& sample) {
+    const std::unique_ptr<bsonDocument> copy(sample.decoded.getCopy());
+    return copy->elementList.size() == sample.decoded.elementList.size();
+}
+
+// The fields that libbson_tree::build has.
+std::size_t build() {
+    bsonDocument document;
+    document.addStringElement("protocolVersion", "2.0");
+    document.addStringElement("type", "command");
+    document.addInt32Element("msgID", 1);
+    document.addStringElement("command", "setSelectedPreset");
+    document.addInt32Element("presetIndex", 7);
+    document.addInt32Element("channelIndex", 2);
+    document.convertElementListToMessage();
+    return document.messageSize;
+}
+
 void add_own(const subject& sample) {
     add(sample, "validate/lutc", [&sample] { return validate(sample); });
     add(sample, "decode/lutc", [&sample] { return decode_and_destroy(sample); });
@@ -119,6 +137,8 @@ void add_peers(const subject& sample) {
     });
     auto tree = std::make_shared<libbson_tree>();
     tree->fill(sample.encoded);
+    add(sample, "duplicate/lutc", [&sample] { return copy_and_destroy(sample); });
+    add(sample, "duplicate/tree", [tree] { return tree->copy(); });
     add(sample, "encode/libbson", [tree, size = sample.encoded.size()] { return tree->encode() == size; });
 
     add(sample, "decode/nlohmann", [&sample] { return nlohmann_tree::decode_and_destroy(sample.encoded); });
@@ -151,6 +171,9 @@ int main(int argc, char** argv) {
         add_floor(*each);
         add_peers(*each);
     }
+    const std::size_t built = build();
+    add(samples.front(), "build/lutc", [built] { return build() == built; });
+    add(samples.front(), "build/libbson", [built] { return libbson_tree::build() == built; });
     constexpr std::size_t nested = 100000;
     for (std::size_t depth = 1; depth <= nested; depth *= 10) {
         const subject& chains = sample("nesting-" + std::to_string(depth), nested_documents(depth, nested));

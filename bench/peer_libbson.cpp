@@ -99,6 +99,19 @@ bool walk_list(bson_iter_t* iterator) {
     return iterator->err_off == 0;
 }
 
+void copy_list(node_list& copies, const node_list& list) {
+    copies.reserve(list.size());
+    for (const auto& source : list) {
+        copies.push_back(std::make_unique<node>());
+        node& copy = *copies.back();
+        copy.key = source->key;
+        copy.type = source->type;
+        copy.subtype = source->subtype;
+        if (source->size != 0) copy.set_value(source->value, source->size);
+        copy_list(copy.children, source->children);
+    }
+}
+
 bool append_list(bson_t* out, const node_list& list);
 
 bool append_node(bson_t* out, const node& source) {
@@ -162,6 +175,26 @@ std::size_t libbson_tree::encode() const {
     bson_t out;
     bson_init(&out);
     const std::size_t size = append_list(&out, children_) ? out.len : 0;
+    bson_destroy(&out);
+    return size;
+}
+
+bool libbson_tree::copy() const {
+    node_list copies;
+    copy_list(copies, children_);
+    return copies.size() == children_.size();
+}
+
+std::size_t libbson_tree::build() {
+    bson_t out;
+    bson_init(&out);
+    BSON_APPEND_UTF8(&out, "protocolVersion", "2.0");
+    BSON_APPEND_UTF8(&out, "type", "command");
+    BSON_APPEND_INT32(&out, "msgID", 1);
+    BSON_APPEND_UTF8(&out, "command", "setSelectedPreset");
+    BSON_APPEND_INT32(&out, "presetIndex", 7);
+    BSON_APPEND_INT32(&out, "channelIndex", 2);
+    const std::size_t size = out.len;
     bson_destroy(&out);
     return size;
 }

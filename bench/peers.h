@@ -34,6 +34,8 @@ class libbson_tree {
     static bool walk(const bytes& source);      // the walk of fill, without a tree
     bool fill(const bytes& source);             // bson_iter_next and bson_iter_recurse
     std::size_t encode() const;                 // the bson_append_ functions into a new bson_t; its length
+    bool copy() const;                          // each node with what it owns; then all of it is destroyed
+    static std::size_t build();                 // six fields from constants into a new bson_t; its length
 
     struct node;
 

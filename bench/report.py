@@ -70,8 +70,10 @@ OPERATIONS = {
     "encode": (("libbson", "encode/libbson"), ("nlohmann", "encode/nlohmann"), ("memcpy", "copy/memcpy"),
                ("block", "copy/block"), ("messages in turn", "copy/messages-in-turn"),
                ("messages together", "copy/messages-together")),
+    "duplicate": (("plain tree", "duplicate/tree"), ("memory", "copy/memory")),
 }
-DOCUMENT_COLUMNS = ("libbson", "libbson's walk", "nlohmann", "memcpy", "block", "leaves", "memory", "messages in turn", "messages together")
+DOCUMENT_COLUMNS = ("libbson", "libbson's walk", "nlohmann", "plain tree", "memcpy", "block", "leaves", "memory",
+                    "messages in turn", "messages together")
 
 
 def documents(m):
@@ -150,15 +152,18 @@ def within(m, what, own, against, other, goal, clock="cpu", per_byte=False):
 def document_goals(m):
     tree = "libbson into an owning tree"
     return [
-        faster(m, "decode and destroy, list", "list/decode/lutc", tree, "list/decode/libbson", 2),
-        faster(m, "decode and destroy, list", "list/decode/lutc", "nlohmann::ordered_json", "list/decode/nlohmann", 4),
+        faster(m, "decode and destroy, list", "list/decode/lutc", tree, "list/decode/libbson", 3),
+        faster(m, "decode and destroy, list", "list/decode/lutc", "nlohmann::ordered_json", "list/decode/nlohmann", 3.2),
         within(m, "decode and destroy, preset", "preset/decode/lutc", "malloc, memcpy, free of the same bytes",
                "preset/copy/block", 1.2),
         faster(m, "decode and destroy, small", "small/decode/lutc", tree, "small/decode/libbson", 1.5),
         faster(m, "validate, list", "list/validate/lutc", "libbson's validate", "list/validate/libbson", 4),
         faster(m, "encode, list", "list/encode/lutc", "libbson's append from a tree", "list/encode/libbson", 1.5),
         within(m, "encode, preset", "preset/encode/lutc", "malloc, memcpy, free of each message, one at a time",
-               "preset/copy/messages-in-turn", 1.2)]
+               "preset/copy/messages-in-turn", 1.2),
+        faster(m, "copy and destroy, list", "list/duplicate/lutc", "a plain owning tree", "list/duplicate/tree", 0.8),
+        faster(m, "build, encode and destroy, six fields", "small/build/lutc", "libbson's append", "small/build/libbson",
+               0.7)]
 
 
 def call_goals(m, memory):
