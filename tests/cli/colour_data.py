@@ -28,7 +28,7 @@ def rows(triples):
 
 
 def cube(triples, size, head=""):
-    return "# made for a test\n%sLUT_3D_SIZE %d\n%s" % (head, size, rows(triples))
+    return "# a test\n%sLUT_3D_SIZE %d\n%s" % (head, size, rows(triples))
 
 
 def clf(nodes):
@@ -42,7 +42,7 @@ def clf_cube(triples, size):
 
 
 def packed(triples, samples, byte_order):
-    """What lutc lut pack has to make of the triples."""
+    """The bytes that lutc lut pack has to make of the triples."""
     code, largest = {"float32": ("f", None), "uint16": ("H", 65535), "uint12in16": ("H", 4095),
                      "uint10in16": ("H", 1023)}[samples]
     values = floats(itertools.chain.from_iterable(triples))
@@ -67,15 +67,13 @@ class Png:
                 compressed += body
             at += 12 + length
         raw, stride = zlib.decompress(compressed), 3 * self.width
-        before = bytes(stride)
-        self.lines = []
-        for y in range(self.height):
-            start = y * (stride + 1)
-            before = self._unfiltered(raw[start], bytearray(raw[start + 1:start + 1 + stride]), before)
+        before, self.lines = bytes(stride), []
+        for start in range(0, len(raw), stride + 1):
+            before = self.unfilter(raw[start], bytearray(raw[start + 1:start + 1 + stride]), before)
             self.lines.append(before)
 
     @staticmethod
-    def _unfiltered(kind, line, before):
+    def unfilter(kind, line, before):
         for i in range(len(line)):
             left, up = (line[i - 3] if i >= 3 else 0), before[i]
             corner = before[i - 3] if i >= 3 else 0

@@ -9,62 +9,58 @@ import unittest
 
 from tool import DONE, LUTC, NOBODY, REFUSED, USAGE, WithFolder, WithSimulator
 
+DOCUMENT = bytes.fromhex("0C000000 10 6100 01000000 00".replace(" ", ""))
+
 
 class Alone(WithFolder):
     """Without a service."""
 
     def test_nobody_listens(self):
         started = time.monotonic()
-        for command in (["presets", "save"], ["model"], ["state", "get"]):
-            self.assertIn("no service listens", self.expect(NOBODY, *command).stderr)
+        self.check(*((NOBODY, command, "no service listens") for command in ("presets save", "model", "state get")))
         self.assertLess(time.monotonic() - started, 10, "an absent service is waited for")
 
     def test_wrong_usage(self):
-        for arguments, complaint in [
-                ([], "subcommand"),
-                (["presets", "lsit"], "'lsit' is not known here"),
-                (["presets", "save", "load"], "load"),
-                (["grade", "cdl", "--slope", "1", "1"], "--slope"),
-                (["grade", "cdl", "--slope", "1", "nan", "1"], "'nan' is not a decimal number"),
-                (["grade", "cdl", "--saturation", "1,5"], "'1,5' is not a decimal number"),
-                (["state", "set", "010x"], "'010x' is not a whole number"),
-                (["state", "get", "--channel", "0"], "'0' is less than 1"),
-                (["presets", "delete", "--yes"], "--name or --index"),
-                (["presets", "select", "--name", "a", "--index", "1"], "--index"),
-                (["presets", "select", "--name", "n" * 33], "33 bytes"),
-                (["presets", "clear"], "--yes"),
-                (["presets", "restore", "", "--yes"], "folder: must not be empty"),
-                (["presets", "backup", "."], "current folder"),
-                (["presets", "download", "-", "--index", "1"], "give a file"),
-                (["video", "connect", "output:1", "channel:1"], "can't be a source"),
-                (["video", "connect", "input:1", "channel:x"], "channel:x")]:
-            with self.subTest(arguments=arguments):
-                self.assertIn(complaint, self.expect(USAGE, *arguments).stderr)
+        self.check((USAGE, "", "subcommand"),
+                   (USAGE, "presets lsit", "'lsit' is not known here"),
+                   (USAGE, "presets save load", "load"),
+                   (USAGE, "grade cdl --slope 1 1", "--slope"),
+                   (USAGE, "grade cdl --slope 1 nan 1", "'nan' is not a decimal number"),
+                   (USAGE, "grade cdl --saturation 1,5", "'1,5' is not a decimal number"),
+                   (USAGE, "state set 010x", "'010x' is not a whole number"),
+                   (USAGE, "state get --channel 0", "'0' is less than 1"),
+                   (USAGE, "presets delete --yes", "--name or --index"),
+                   (USAGE, "presets select --name a --index 1", "--index"),
+                   (USAGE, "presets select --name " + "n" * 33, "33 bytes"),
+                   (USAGE, "presets upload a.json --channel 1", "--apply"),
+                   (USAGE, "presets clear", "--yes"),
+                   (USAGE, ["presets", "restore", "", "--yes"], "folder: must not be empty"),
+                   (USAGE, "presets backup .", "current folder"),
+                   (USAGE, "presets download - --index 1", "give a file"),
+                   (USAGE, "video connect output:1 channel:1", "can't be a source"),
+                   (USAGE, "video connect input:1 input:2", "can't be a destination"),
+                   (USAGE, "video connect input:1 channel:x", "channel:x"))
 
     def test_help_and_version(self):
-        shown = self.expect(DONE, "--help").stdout
-        for code in ("0 ", "1 ", "2 ", "3 ", "130 "):
-            self.assertIn("  " + code, shown)
-        self.assertNotIn("\nSubcommands:", shown, "a command that stands in none of the groups")
+        self.check((DONE, "--help", *("\n  %-4d " % code for code in (0, 1, 2, 3, 130))))
+        self.assertNotIn("\nSubcommands:", self.expect(DONE, "--help").stdout, "a command that stands in none of the groups")
         self.assertRegex(self.expect(DONE, "--version").stdout, r"^lutc \d+\.\d+\.\d+\n$")
 
     def test_full_disk_is_a_failure(self):
-        document = self.write("d.bson", bytes.fromhex("0C00000010610001000000") + b"\0")
         with open("/dev/full", "wb") as full:
-            result = subprocess.run([LUTC, "dump", document], stdout=full, stderr=subprocess.PIPE, timeout=60)
+            result = subprocess.run([LUTC, "dump", self.write("d.bson", DOCUMENT)], stdout=full, stderr=subprocess.PIPE)
         self.assertEqual(result.returncode, REFUSED)
         self.assertIn(b"standard output", result.stderr)
 
     def test_dump(self):
-        whole = bytes.fromhex("0C00000010610001000000") + b"\0"
-        self.assertEqual(self.expect(DONE, "dump", self.write("d.bson", whole)).stdout, "a:(int32)1\n")
+        self.assertEqual(self.expect(DONE, "dump", self.write("d.bson", DOCUMENT)).stdout, "a:(int32)1\n")
         nested = bytes.fromhex("17000000 10 6100 01000000 03 6400 08000000 13 7800 00 00".replace(" ", ""))
         for option, shown in [([], "a:(int32)1\nd:(embedded document){\n}\n"), (["--json"], '{"a":1,"d":{}}\n')]:
             result = self.expect(USAGE, "dump", "-", *option, input=nested)
             self.assertIn("at byte 18: element 'd.x': type byte 0x13 is unknown", result.stderr)
             self.assertEqual(result.stdout, shown)
         for broken, complaint in [
-                (whole + b"\0", "at byte 0: the length says 12 bytes; there are 13"),
+                (DOCUMENT + b"\0", "at byte 0: the length says 12 bytes; there are 13"),
                 (b"\x10\0\0\0\x04a\0\x08\0\0\0\n1\0\0\0", "at byte 12: element 'a.1': the key is not the index"),
                 (b"\x08\0\0\0\x13x\0\0", "at byte 4: element 'x': type byte 0x13 is unknown")]:
             result = self.expect(USAGE, "dump", "-", input=broken)
@@ -109,55 +105,62 @@ class Alone(WithFolder):
 
 
 class Device(WithSimulator):
-    def json(self, *arguments):
-        return json.loads(self.expect(DONE, *arguments, "--json").stdout)
+    def json(self, command):
+        return json.loads(self.expect(DONE, *command.split(), "--json").stdout)
 
     def test_model_and_client(self):
         model = self.json("model")
-        self.assertEqual(model["gradeCombos"][0]["gradeComboIndex"], 1)
-        self.assertEqual(len(model["gradeChannels"]), 2)
-        self.assertIn(model["modelName"], self.expect(DONE, "model").stdout)
-        self.expect(DONE, "client", "--model", "tester", "--client-version", "1.2", "--serial", "7")
+        self.assertEqual(model["gradeCombos"][1], {"gradeComboIndex": 2, "gradeCombo": ["cdl", "saturation"]})
+        self.assertEqual([channel["channelIndex"] for channel in model["gradeChannels"]], [1, 2])
+        self.check((DONE, "model", model["modelName"], "  gradeComboIndex  gradeCombo\n"),
+                   (DONE, "client --model tester --client-version 1.2 --serial 7"))
         self.simulator.wait_for('clientModel="tester"')
 
     def test_state_options_and_routes(self):
-        self.expect(DONE, "state", "set", "-3", "--channel", "2")
-        self.assertEqual(self.json("state", "get", "--channel", "2"), {"colorTransformState": -3})
-        self.expect(DONE, "option", "set", "note", "--", "-- two words")
-        self.assertEqual(self.json("option", "get", "note"), {"name": "note", "value": "-- two words"})
-        self.expect(REFUSED, "option", "get", "no such option")
-        self.expect(DONE, "video", "connect", "input:1", "channel:2")
-        self.assertIn({"source": "input:1", "destination": "channel:2"}, self.json("video", "list")["videoConnections"])
+        self.check((DONE, "state set -3 --channel 2"), (DONE, "option set note -- --words"),
+                   (REFUSED, "option get absent", "option get absent: the service refused"),
+                   (DONE, "video connect input:1 channel:2"))
+        self.assertEqual(self.json("state get --channel 2"), {"colorTransformState": -3})
+        self.assertEqual(self.json("option get note"), {"name": "note", "value": "--words"})
+        self.assertIn({"source": "input:1", "destination": "channel:2"}, self.json("video list")["videoConnections"])
 
     def test_grades(self):
-        cube = os.urandom(33 ** 3 * 3 * 2)
-        table = self.write("cube.bin", cube)
-        self.expect(DONE, "grade", "combination", "1", "--channel", "1", "--reset")
-        self.expect(DONE, "grade", "cdl", "--slope", "1", "-2.5", "1e-1", "--offset", "-.5", "-1", "-1e-3",
-                    "--saturation", "-0.25", "--channel", "1", "--slot", "1")
+        self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
+        self.write("empty.bin", b"")
+        self.check((DONE, "grade combination 1 --channel 1 --reset"),
+                   (DONE, "grade cdl --slope 1 -2.5 1e-1 --offset -.5 -1 -1e-3 --saturation -0.25 --channel 1 --slot 1"),
+                   (DONE, "grade saturation 0.5 --slot 1"),
+                   (DONE, "grade lut cube.bin --type 3dlut --format uint16 --slot 1 --channel 1"),
+                   (USAGE, "grade lut empty.bin --type 1dlut --format uint16", "holds no table"),
+                   (REFUSED, "grade lut absent --type 1dlut --format uint16"))
         self.simulator.wait_for("slope=[1 -2.5 0.1] offset=[-0.5 -1 -0.001] saturation=-0.25")
-        self.expect(DONE, "grade", "saturation", "0.5", "--slot", "1")
-        self.expect(DONE, "grade", "lut", table, "--type", "3dlut", "--format", "uint16", "--slot", "1", "--channel", "1")
-        self.expect(DONE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16", input=cube[:3072])
-        self.expect(USAGE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16")
-        self.expect(REFUSED, "grade", "lut", self.path("absent"), "--type", "1dlut", "--format", "uint16")
+        self.expect(DONE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16", input=b"table")
 
     def test_live_grade(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
-        live = self.write("live.json", json.dumps({"gradeComboIndex": 1, "components": [
+        self.write("live.json", json.dumps({"gradeComboIndex": 1, "components": [
             {"type": "cdl", "typeIndex": 1, "slope": [1.1, 1, 0.9], "offset": [-0.01, 0, 0.02], "saturation": 0.9},
             {"type": "3dlut", "typeIndex": 1, "dataFormat": "uint16", "file": "cube.bin"},
             {"type": "tpg", "patternType": "square", "videoFormat": 3, "squareSize": 0.25,
              "fgColor": [65535, 0, 1], "bgColor": [0, 2, 0]}]}))
-        self.expect(DONE, "grade", "live", live, "--channel", "1", "--reset")
+        self.check((DONE, "grade live live.json --channel 1 --reset"), (REFUSED, "grade live live.json --channel 9", "refused"))
         self.simulator.wait_for("sendLive")
         with self.simulator.grown:
             line = next(line for line in self.simulator.lines if "sendLive" in line)
         for part in ("resetAndApply=true", 'type="cdl"', "slope=[1.1 1 0.9]", 'type="3dlut"', "215622",
-                     'patternType="square"', "squareSize=0.25", "fgColor=[65535 0 1]"):
+                     'patternType="square"', "squareSize=0.25", "fgColor=[65535 0 1]", "bgColor=[0 2 0]"):
             self.assertIn(part, line)
-        self.assertIn("refused", self.expect(REFUSED, "grade", "live", live, "--channel", "9").stderr)
         self.expect(USAGE, "grade", "live", "-", input=b'{"components": [{"type": "cdl", "slope": 1}]}')
+
+    def test_control_characters_are_escaped(self):
+        name = "a\x1b[m\x7f\u009b\u0085\u00a0\u00e9"
+        shown = "a\\x1B[m\\x7F\\xC2\\x9B\\xC2\\x85\u00a0\u00e9"
+        self.check((DONE, ["option", "set", "note", name]), (DONE, "option get note", "value: %s\n" % shown),
+                   (REFUSED, ["option", "get", name], shown))
+        self.assertEqual(self.json("option get note")["value"], name)
+        raw = os.fsencode("a") + b"\xc3\xe9"
+        result = subprocess.run([LUTC, "option", "get", raw], capture_output=True)
+        self.assertIn(b"option get a\\xC3\\xE9: ", result.stderr)
 
 
 class Asking(WithSimulator):

@@ -14,9 +14,9 @@ from service import Simulator  # noqa: E402
 DONE, REFUSED, USAGE, NOBODY, INTERRUPTED = 0, 1, 2, 3, 130
 
 
-def run(*arguments, input=b""):
+def run(*arguments, input=b"", **options):
     """Runs lutc; its output as text. Standard input is no terminal."""
-    result = subprocess.run([LUTC, *map(str, arguments)], input=input, capture_output=True, timeout=120)
+    result = subprocess.run([LUTC, *map(str, arguments)], input=input, capture_output=True, timeout=120, **options)
     result.stdout = result.stdout.decode()
     result.stderr = result.stderr.decode()
     return result
@@ -36,12 +36,24 @@ class WithFolder(unittest.TestCase):
             file.write(content if isinstance(content, bytes) else content.encode())
         return self.path(name)
 
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
     def expect(self, code, *arguments, **options):
-        """Runs lutc and checks its exit code: nothing on standard error, or exactly one line."""
-        result = run(*arguments, **options)
+        """Runs lutc in the folder and checks its exit code: nothing on standard error, or exactly one line."""
+        result = run(*arguments, cwd=self.folder, **options)
         self.assertEqual(result.returncode, code, f"{arguments}: {result.stdout}{result.stderr}")
         self.assertEqual(result.stderr.count("\n"), 0 if code == DONE else 1, result.stderr)
         return result
+
+    def check(self, *rows):
+        """Rows of an exit code, a command (words with blanks between them, or a list) and a part of what it prints."""
+        for code, command, *parts in rows:
+            with self.subTest(command=command):
+                result = self.expect(code, *(command.split() if isinstance(command, str) else command))
+                for part in parts:
+                    self.assertIn(part, result.stdout + result.stderr)
 
 
 class WithSimulator(WithFolder):
