@@ -36,6 +36,9 @@ class ScriptedService {
     explicit ScriptedService(std::vector<Step> script, Line line = Line::socket, int left = ENOEXEC);
     ~ScriptedService();
 
+    // It serves that many connections, one after another; without this, one.
+    void serve(int times) { times_ = times; }
+
     // After the call: the bytes that it wrote, and whether no more than 9 ms lay between any two of the service's sends,
     // which decides whether a call had to take them as one message.
     const std::string& command();
@@ -56,6 +59,7 @@ class ScriptedService {
     std::vector<Step> script_;
     Line line_;
     int left_;
+    int times_ = 1;
     std::atomic<int> peer_{-1};
     int descriptor_ = -1;
     std::uint32_t* values_[2] = {};

@@ -1,0 +1,132 @@
+// The C++ face: values go to the service and come back as they were, and failures say why.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <lutc/lutc.hpp>
+
+#include "tests/support/documents.h"
+#include "tests/support/scripted_service.h"
+
+namespace {
+
+std::string response(const std::string& fields) { return encoded("{'type':'response','code':0," + fields + "}"); }
+
+template <class Call>
+auto call_with(const std::string& reply, Call call, int times = 1) {
+    ScriptedService service({send(reply), hang_up()});
+    service.serve(times);
+    return call();
+}
+
+// What comes back of a grade when the service stores the components as they were sent.
+lutc::grade returned(const lutc::grade& sent) {
+    ScriptedService service({send(response("'none':0")), hang_up()});
+    lutc::send_preset("p", sent);
+    const auto command = document_from(decoded(service.command()));
+    std::unique_ptr<bsonElement> components(command->getElementWithKey("gradeCombo", 0)->getCopy());
+    const auto reply = document_from("{'type':'response','code':0,'gradeComboIndex':2}");
+    reply->elementList.push_back(components.release());
+    return call_with(
+        encoded(*reply), [] { return lutc::recv_preset("p").components; }, sent.size() < 64 ? 1 : 2);
+}
+
+TEST(Face, gradesSurviveTheRoundTrip) {
+    const lutc::cdl_values cdl{{1.1, 1, 1}, {0, -0.5, 0}, {1, 1, 2}, 0.9, 1};
+    const lutc::grade every = {cdl, lutc::saturation{0.5, 2}, lutc::lut_1d{"f", {1, 2}, 3}, lutc::lut_3d{"", {}, 4},
+                               lutc::raw_colour{{9}, false, 5}};
+    EXPECT_EQ(returned(every), every);
+    EXPECT_EQ(returned(lutc::grade(70, every[2])), lutc::grade(70, every[2]));  // more than are asked for at first
+    lutc::cdl_values neutral;
+    neutral.slot = 1;
+    EXPECT_EQ(returned({neutral}), (lutc::grade{lutc::saturation{1.0, 1}}));
+    EXPECT_NE(every, returned({neutral}));
+}
+
+TEST(Face, kindsAreSettledByTheCombination) {
+    const lutc::cdl_values warm{{1.1, 1, 1}, {0, 0, 0}, {1, 1, 1}, 0.9, 0};
+    lutc::cdl_values neutral;
+    neutral.saturation = 0.5;
+    const lutc::saturation half{0.5, 0};
+    const lutc::raw_colour cdl_bytes{{1}, false, 0}, saturation_bytes{{1}, true, 0};
+    const lutc::lut_1d lut{"f", {1}, 0};
+    const struct {
+        std::vector<std::string> combination;
+        lutc::grade read, settled;
+        std::vector<std::size_t> guesses;
+    } rows[] = {
+        {{"cdl", "1dlut"}, {half, lut, cdl_bytes}, {neutral, lut, cdl_bytes}, {}},
+        {{"saturation"}, {half, cdl_bytes, warm}, {half, saturation_bytes, warm}, {}},
+        {{"saturation", "cdl"}, {warm, half}, {warm, half}, {}},
+        {{"saturation", "cdl"}, {half, half}, {half, neutral}, {}},
+        {{"cdl", "saturation"}, {cdl_bytes, cdl_bytes}, {cdl_bytes, saturation_bytes}, {}},
+        {{"cdl", "saturation"}, {lut, half, cdl_bytes, half}, {lut, half, cdl_bytes, half}, {1, 2, 3}},
+        {{}, {half, cdl_bytes}, {half, cdl_bytes}, {0, 1}},
+    };
+    for (const auto& row : rows) {
+        lutc::grade grade = row.read;
+        EXPECT_EQ(lutc::settle_kinds(grade, row.combination), row.guesses);
+        EXPECT_EQ(grade, row.settled) << &row - rows;
+    }
+}
+
+TEST(Face, answersBecomeValues) {
+    const lutc::preset_library library = call_with(
+        response(
+            "'maxPresetsListSize':9,'presetsList':[{'presetName':'a','gradeComboIndex':2,'gradeCombo':['x','y']}]"),
+        [] { return lutc::preset_list(); });
+    EXPECT_EQ(library, (lutc::preset_library{{{"a", 2, {"x", "y"}}}, 9}));
+    const lutc::model model =
+        call_with(response("'modelName':'m','friendlyName':'f','modelSerial':'s','gradeCombos':[['x'],[]],"
+                           "'gradeChannels':[{'channelName':'c','supportedGradeComboIndices':[2,1]}]"),
+                  [] { return lutc::model_info(); });
+    EXPECT_EQ(model, (lutc::model{"m", "f", "s", {{"x"}, {}}, {{"c", {2, 1}}}}));
+    const auto connections =
+        call_with(response("'videoConnections':[{'sourceIndex':1,'sourceType':'input','destinationIndex':2,"
+                           "'destinationType':'elsewhere'}]"),
+                  [] { return lutc::get_video_connections(); });
+    EXPECT_EQ(connections, (std::vector<lutc::video_connection>{{lutc::video_end::input, 1, std::nullopt, 2}}));
+    EXPECT_EQ(call_with(response("'presetName':'a','presetIndex':3"), [] { return lutc::get_preset(1); }),
+              (lutc::preset_choice{"a", 3}));
+    EXPECT_EQ(call_with(response("'value':'abc'"), [] { return lutc::get_option("o"); }), "abc");
+}
+
+TEST(Face, failuresSayWhy) {
+    try {
+        call_with(encoded("{'type':'response','code':4}"), [] { return lutc::recv_preset(1); });
+        FAIL() << "no exception";
+    } catch (const lutc::error& failure) {
+        EXPECT_EQ(failure.code(), std::error_code(EREMOTEIO, std::generic_category()));
+        EXPECT_STREQ(failure.call(), "lutc_recv_preset");
+        EXPECT_STREQ(failure.what(), "lutc_recv_preset: the service refused it (its log says why)");
+    }
+    std::error_code code;
+    EXPECT_EQ(call_with(response("'other':0"), [&] { return lutc::get_option("o", code); }), "");
+    EXPECT_EQ(code.value(), EPROTO);
+    EXPECT_EQ(call_with(response("'value':'v'"), [&] { return lutc::get_option("o", code); }), "v");
+    EXPECT_FALSE(code);
+}
+
+// No service is there, so that a connect fails the test.
+TEST(Face, textsWithAZeroByteAreRefused) {
+    const std::string cut("a\0b", 3);
+    const std::function<void(std::error_code&)> calls[] = {
+        [&](std::error_code& e) { lutc::delete_preset(cut, e); },
+        [&](std::error_code& e) { lutc::rename_preset("a", cut, e); },
+        [&](std::error_code& e) {
+            lutc::send_lut(1, lutc::lut_1d{cut, {}, 0}, {}, e);
+        },
+        [&](std::error_code& e) {
+            lutc::send_live(1, {lutc::lut_3d{cut, {}, 0}}, {}, e);
+        },
+        [&](std::error_code& e) { lutc::send_live(1, {lutc::test_pattern{cut}}, {}, e); },
+        [&](std::error_code& e) { lutc::client_info("a", {}, cut, e); },
+        [&](std::error_code& e) { lutc::set_option("a", cut, e); },
+    };
+    for (const auto& call : calls) {
+        std::error_code code;
+        call(code);
+        EXPECT_EQ(code.value(), EINVAL);
+    }
+}
+
+}  // namespace
