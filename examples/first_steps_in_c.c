@@ -7,7 +7,7 @@
 
 static int fail(const char* call) {
     printf("%s: %s\n", call, errno == EREMOTEIO ? "the service refused it (its log says why)" : strerror(errno));
-    return errno == ECONNREFUSED;
+    return 1;
 }
 
 int main(void) {
@@ -39,6 +39,6 @@ int main(void) {
     free(back.dataFormat);
 
     if (lutc_delete_preset("first steps", 0) != 0) return fail("lutc_delete_preset");
-    if (lutc_recv_preset("first steps", 0, NULL, &back, &(int){1}) != 0) return fail("lutc_recv_preset"); /* gone */
+    if (lutc_recv_preset("first steps", 0, NULL, &back, &count) != 0) fail("reading it once more");
     return 0;
 }
