@@ -41,6 +41,30 @@ class Alone(WithFolder):
                    (USAGE, "video connect input:1 input:2", "can't be a destination"),
                    (USAGE, "video connect input:1 channel:x", "channel:x"))
 
+    def test_wrong_grade_files_name_the_place(self):
+        square = '{"type":"tpg","patternType":"square","videoFormat":1,"squareSize":1,'
+        for component, complaint in [
+                ('{"type":"cdl","slope":[1,1]}', "component 1: slope: must be a list of three numbers"),
+                ('{"type":"cdl"},{"type":"cdl","power":[1,"1",1]}', "component 2: power: must be numbers only"),
+                ('{"type":"cdl","gain":1}', "component 1: gain: is not a known field here"),
+                ('{"type":"cdl","offset":[0,0,0],"offset":[1,0,0]}', "offset: stands twice in one object"),
+                ('{"type":"cdl","file":"x","slope":[1,1,1]}', "component 1: slope: is not a known field here"),
+                ('{"type":"cdl","file":""}', "component 1: file: must not be empty"),
+                ('{"type":"4dlut"}', "component 1: type: '4dlut' is none of"),
+                ('{"type":"4d\\u0000"}', "component 1: type: must not hold a zero"),
+                ('{"slope":[1,1,1]}', "component 1: type: is missing"),
+                *(('{"type":"cdl","typeIndex":%s}' % value, "component 1: typeIndex: must be a whole number from 1")
+                  for value in ("0", "1.0", "2147483648", "4294967297", "18446744073709551615")),
+                ('{"type":"1dlut","file":"x"}', "component 1: dataFormat: is missing"),
+                (square + '"fgColor":[65536,0,0],"bgColor":[0,0,0]}', "component 1: fgColor: must be a whole number from 0"),
+                (square + '"fgColor":[0,0,0]}', "component 1: bgColor: is missing"),
+                ('{"type":"tpg","patternType":"bars","videoFormat":1,"squareSize":1}', "component 1: squareSize: is not a"),
+                ("7", "component 1: must be an object"), ("{", "is no JSON")]:
+            self.write("grade.json", '{"components": [%s]}' % component)
+            self.check((USAGE, "grade live grade.json", "lutc: grade.json: " + complaint))
+        self.write("grade.json", '{"components": [{"type":"1dlut","dataFormat":"f","file":"absent"}]}')
+        self.check((REFUSED, "grade live grade.json", "component 1: file: absent: can't be opened"))
+
     def test_help_and_version(self):
         self.check((DONE, "--help", *("\n  %-4d " % code for code in (0, 1, 2, 3, 130))))
         self.assertNotIn("\nSubcommands:", self.expect(DONE, "--help").stdout, "a command that stands in none of the groups")

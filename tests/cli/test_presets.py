@@ -5,12 +5,14 @@ import os
 import resource
 import shutil
 import signal
+import struct
 import subprocess
 import unittest
 
 from tool import DONE, INTERRUPTED, LUTC, REFUSED, USAGE, WithSimulator, run
 
 TABLE_SIZE = 33 ** 3 * 3 * 2
+NAME = 'N\u00e4me "quoted"/..'
 
 
 class Presets(WithSimulator):
@@ -59,7 +61,8 @@ class Presets(WithSimulator):
         saturation, plain_cdl = {"type": "saturation", **neutral}, {"type": "cdl", **neutral}
         self.write("table.bin", os.urandom(999))
         for combination, components in [
-                (1, [{"typeIndex": 2, **plain_cdl}, {"type": "1dlut", "dataFormat": "f", "file": "table.bin"}]),
+                (1, [{"typeIndex": 2, **plain_cdl}, {"type": "1dlut", "dataFormat": 'f "\\\n', "file": "table.bin"}]),
+                (1, [{**plain_cdl, "slope": [0.1, 5e-324, 1 / 3], "offset": [1.7976931348623157e308, -1e-300, 0.1 + 0.2]}]),
                 (2, [plain_cdl, saturation]),
                 *((4, [saturation, {**plain_cdl, **change}]) for change in (
                     {"slope": [1.0, 1.0, 1 / 3]}, {"offset": [0.0, 1e-300, 0.0]}, {"power": [1.0, 2.0, 1.0]})),
@@ -67,14 +70,14 @@ class Presets(WithSimulator):
                 (1, [{"type": "cdl", "file": "table.bin"}]),
                 (3, [])]:
             with self.subTest(combination=combination, components=components):
-                self.upload("p", ({"type": part["type"], **part} for part in components), combination)
-                self.expect(DONE, *"presets download down.json --name p --yes".split())
+                self.upload(NAME, components, combination)
+                self.expect(DONE, "presets", "download", "down.json", "--name", NAME, "--yes")
                 got = json.loads(self.read("down.json"))
                 for component in got["components"]:
                     if "file" in component:
                         self.assertEqual(self.read(component["file"]), self.read("table.bin"))
                         component["file"] = "table.bin"
-                self.assertEqual(got, {"name": "p", "gradeComboIndex": combination, "components": components})
+                self.assertEqual(got, {"name": NAME, "gradeComboIndex": combination, "components": components})
         self.upload("q", [{"typeIndex": 1, **saturation}], 4)
         noticed = run("presets", "download", self.path("q.json"), "--name", "q")
         self.assertEqual(noticed.returncode, DONE)
@@ -83,10 +86,21 @@ class Presets(WithSimulator):
                    (REFUSED, "presets download new.json --index 9", "no such preset"))
         self.assertFalse(os.path.exists(self.path("new.json")))
 
+    def test_what_a_file_can_not_hold_is_refused(self):
+        self.upload("\u00e9", [{"type": "cdl", "slope": [1, 1, 0.7531]}])
+        self.expect(DONE, "presets", "save")
+        name, = os.listdir(self.path("media"))
+        saved = self.read("media/" + name)
+        for good, bad, complaint in [(struct.pack("<d", 0.7531), struct.pack("<d", float("nan")), "a CDL value is not finite"),
+                                     ("\u00e9".encode(), b"\xC3\xC3", "is not UTF-8")]:
+            self.write("media/" + name, saved.replace(good, bad))
+            self.check((DONE, "presets load --yes"), (REFUSED, "presets download new.json --index 1", complaint))
+        self.assertEqual(os.listdir(self.folder).count("new.json"), 0)
+
     def test_a_download_that_does_not_fit_changes_nothing(self):
         self.write("small.bin", b"s")
         self.write("large.bin", os.urandom(1 << 18))
-        self.upload("p", [{"type": "cdl", "file": "small.bin"}, {"type": "3dlut", "dataFormat": "f", "file": "large.bin"}])
+        self.upload("p", [{"type": "cdl", "file": "./small.bin"}, {"type": "3dlut", "dataFormat": "f", "file": "large.bin"}])
         self.write("down-1-cdl.bin", b"old")
         before = os.listdir(self.folder)
         limited = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 17, resource.RLIM_INFINITY))
@@ -130,6 +144,9 @@ class Presets(WithSimulator):
                 ("002-p.json", {"components": []}, USAGE, "name: is missing"),
                 ("002-p.json", {**preset, "name": "preset/2"}, USAGE, "another preset's name"),
                 ("002-p.json", {**preset, "name": "n" * 33}, USAGE, "33 bytes"),
+                *(("002-p.json", {**preset, "components": [{"type": "cdl", "file": name}]}, USAGE, "of the same folder")
+                  for name in ("../x", "..", "sub/../t.bin", "/t.bin")),
+                ("002-p.json", {**preset, "components": [{"type": "tpg"}]}, USAGE, "can't hold a test pattern"),
                 ("002-p.json", {**preset, "gradeComboIndex": 5}, USAGE, "no grade combination 5"),
                 ("t.bin", "t" * ((2 << 20) + 1), USAGE, "more than 2097152"),
                 ("library.json", '{"formatVersion": 1 "presets": []}', USAGE, "line 1, column"),
