@@ -1,7 +1,7 @@
 // lutc client
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

@@ -2,7 +2,7 @@
 #ifndef LUTC_CLI_COMMANDS_COMMANDS_H
 #define LUTC_CLI_COMMANDS_COMMANDS_H
 
-#include "cli/command.h"
+#include "cli/commands/command.h"
 
 namespace lutc_cli {
 

@@ -6,7 +6,7 @@
 #include "bson/wire_format.h"
 #include "cli/commands/commands.h"
 #include "cli/console/files.h"
-#include "cli/document_json.h"
+#include "cli/commands/document_json.h"
 
 namespace lutc_cli {
 namespace {

@@ -6,7 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/console/files.h"
 #include "cli/presets/grade_file.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 #include "colour/plot.h"
 
 namespace lutc_cli {

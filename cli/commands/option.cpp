@@ -3,7 +3,7 @@
 
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

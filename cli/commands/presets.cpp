@@ -6,7 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/presets/backup.h"
 #include "cli/presets/library.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "cli/console/output.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

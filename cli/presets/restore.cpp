@@ -8,7 +8,7 @@
 #include "cli/presets/json_value.h"
 #include "cli/presets/library.h"
 #include "cli/presets/progress.h"
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

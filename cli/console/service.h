@@ -1,6 +1,6 @@
 // Telling why a call of the library failed.
-#ifndef LUTC_CLI_SERVICE_H
-#define LUTC_CLI_SERVICE_H
+#ifndef LUTC_CLI_CONSOLE_SERVICE_H
+#define LUTC_CLI_CONSOLE_SERVICE_H
 
 #include <string>
 

@@ -1,7 +1,7 @@
-// Commands and their arguments. This and main.cpp are the files that include CLI11, which takes seconds to compile.
+// Commands and their arguments. command.cpp and main.cpp are the files that include CLI11, which takes seconds to compile.
 // What arguments are read into outlives the parsing. Numbers are decimal and read as they are written.
-#ifndef LUTC_CLI_COMMAND_H
-#define LUTC_CLI_COMMAND_H
+#ifndef LUTC_CLI_COMMANDS_COMMAND_H
+#define LUTC_CLI_COMMANDS_COMMAND_H
 
 #include <array>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "cli/command.h"
+#include "cli/commands/command.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>

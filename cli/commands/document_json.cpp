@@ -1,4 +1,4 @@
-#include "cli/document_json.h"
+#include "cli/commands/document_json.h"
 
 #include <cmath>
 #include <cstdio>

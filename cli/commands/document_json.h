@@ -1,6 +1,6 @@
 // A BSON document as JSON.
-#ifndef LUTC_CLI_DOCUMENT_JSON_H
-#define LUTC_CLI_DOCUMENT_JSON_H
+#ifndef LUTC_CLI_COMMANDS_DOCUMENT_JSON_H
+#define LUTC_CLI_COMMANDS_DOCUMENT_JSON_H
 
 #include <cstdint>
 

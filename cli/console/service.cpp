@@ -1,4 +1,4 @@
-#include "cli/service.h"
+#include "cli/console/service.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
