@@ -1,0 +1,153 @@
+// lutc grade preview: what a grade does to a picture, before it is sent.
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+
+#include "cli/commands/commands.h"
+#include "cli/console/files.h"
+#include "cli/presets/grade_file.h"
+#include "colour/chart.h"
+#include "colour/error.h"
+#include "colour/grade.h"
+#include "colour/image_png.h"
+#include "colour/layout.h"
+#include "colour/pattern.h"
+#include "colour/transform.h"
+
+namespace lutc_cli {
+namespace {
+
+using colour::image_rows;
+
+colour::cdl_values convert(const cdl& record) {
+    colour::cdl_values values;
+    std::copy_n(record.slope, 3, values.slope.begin());
+    std::copy_n(record.offset, 3, values.offset.begin());
+    std::copy_n(record.power, 3, values.power.begin());
+    values.saturation = record.saturation;
+    return values;
+}
+
+colour::test_pattern convert(const file_component& component) {
+    colour::test_pattern pattern;
+    pattern.name = component.pattern_type;
+    pattern.square_size = component.pattern.squareSize;
+    std::copy_n(component.pattern.fgColor, 3, pattern.foreground.begin());
+    std::copy_n(component.pattern.bgColor, 3, pattern.background.begin());
+    return pattern;
+}
+
+// The pictures before and after.
+struct preview {
+    image_rows before;
+    image_rows after;
+};
+
+preview grade(const std::string& name, image_rows before, const std::vector<colour::grade_component>& components) {
+    const std::vector<colour::grade_step> steps = colour::list_steps(components);
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        if (steps[i].runs) continue;
+        const std::string place = steps.size() == 1 ? "" : "component " + std::to_string(i + 1) + ": ";
+        throw failure(exit_usage, name + ": " + place + steps[i].reason);
+    }
+    return {before, colour::grade_rows(before, steps, {})};
+}
+
+preview grade_by_file(const std::string& file, image_rows before) {
+    const grade_file content = read_grade_file(file, grade_use::live);
+    std::vector<colour::grade_component> components;
+    for (const file_component& component : content.components) {
+        if (component.kind == LUTC_KIND_TEST_PATTERN) {
+            if (!colour::is_pattern(component.pattern_type)) {
+                throw failure(exit_usage, file + ": no pattern is named '" + component.pattern_type + "'");
+            }
+            before = colour::draw_pattern(convert(component), before.width, before.height);
+            continue;
+        }
+        colour::grade_component& added = components.emplace_back();
+        added.type = component.type();
+        added.data_format = component.data_format;
+        added.data = &component.data;
+        if (component.values) added.values = convert(*component.values);
+    }
+    return grade(file, std::move(before), components);
+}
+
+preview grade_by_cdl(const std::string& file, const std::string& id, image_rows before) {
+    colour::grade_component component;
+    component.type = "cdl";
+    component.values = colour::read_cdl_file(file, id);
+    return grade(file, std::move(before), {component});
+}
+
+image_rows transform_rows(const image_rows& source, const colour::colour_transform& transform) {
+    return {source.width, source.height, [source, apply = transform.apply](std::size_t y, float* rgba) {
+                std::vector<float> triples(3 * source.width);
+                source.read(y, rgba);
+                for (std::size_t i = 0; i < triples.size(); ++i) triples[i] = rgba[i / 3 * 4 + i % 3];
+                apply(triples);
+                for (std::size_t i = 0; i < triples.size(); ++i) rgba[i / 3 * 4 + i % 3] = triples[i];
+            }};
+}
+
+// A file that is one table runs as the device would run that; of all others the file itself is shown.
+preview grade_by_lut(const std::string& file, image_rows before) {
+    const colour::colour_transform transform = colour::read_lut_file(file);
+    if (!transform.content) return {before, transform_rows(before, transform)};
+    colour::grade_component component;
+    component.type = transform.content->is_cube ? "3dlut" : "1dlut";
+    component.data_format = transform.content->is_cube ? "float32-le-red-fastest" : "float32-le";
+    const std::vector<unsigned char> bytes =
+        colour::pack(*transform.content, colour::find_layout(component.data_format).value());
+    component.data = &bytes;
+    return grade(file, std::move(before), {component});
+}
+
+image_rows split(const preview& halves) {
+    return {halves.before.width, halves.before.height, [halves](std::size_t y, float* rgba) {
+                std::vector<float> left(4 * halves.before.width);
+                halves.before.read(y, left.data());
+                halves.after.read(y, rgba);
+                std::copy_n(left.begin(), 4 * (halves.before.width / 2), rgba);
+            }};
+}
+
+struct preview_options {
+    std::string file;
+    std::string id;
+    std::optional<std::string> picture;
+    bool splits = false;
+    std::string output;
+
+    void declare(const command& to) {
+        to.add_text("file", file, "A grade file, a CDL file (.cc, .ccc, .cdl) or a LUT file").require();
+        to.add_text("--id", id, "Which of a CDL file's corrections; #N for the Nth");
+        to.add_text("--picture", picture, "The picture to grade, a PNG; without it a chart");
+        to.add_flag("--split", splits, "Leave the left half as it was");
+        to.add_text("-o,--output", output, "The graded picture, with as many bits as the one it was made from").require();
+    }
+
+    void run(const output_style& style) const {
+        const auto input = std::make_shared<const colour::image>(picture ? colour::read_png(*picture)
+                                                                         : colour::draw_chart(0));
+        const preview result = render(colour::read_rows(input));
+        write_file(output, colour::encode_png(splits ? split(result) : result.after, colour::depth_of(*input)));
+        print_done(style);
+    }
+
+    preview render(image_rows input) const {
+        const std::string kind = std::filesystem::path(file).extension();
+        if (kind == ".cc" || kind == ".ccc" || kind == ".cdl") return grade_by_cdl(file, id, std::move(input));
+        if (!id.empty()) throw failure(exit_usage, file + ": --id is for .cc, .ccc and .cdl files");
+        if (kind == ".json" || file == "-") return grade_by_file(file, std::move(input));
+        return grade_by_lut(file, std::move(input));
+    }
+};
+
+}  // namespace
+
+void add_grade_preview(const command& grades, const output_style& style) {
+    grades.add<preview_options>("preview", "Draw what a grade does to a picture, as PNG; nothing is sent", style);
+}
+
+}  // namespace lutc_cli
