@@ -1,5 +1,7 @@
 // In a build without OpenColorIO, libpng or expat.
 #include "colour/error.h"
+#include "colour/grade.h"
+#include "colour/image_png.h"
 #include "colour/plot.h"
 
 namespace colour {
@@ -19,5 +21,18 @@ double find_largest_error(const colour_transform& /*transform*/, const lut_table
     refuse();
 }
 std::vector<unsigned char> plot(const colour_transform& /*transform*/, bool /*with_slices*/) { refuse(); }
+
+std::string find_obstacle(const grade_component& /*component*/) { refuse(); }
+std::vector<grade_step> list_steps(const std::vector<std::string>& /*combination*/,
+                                   const std::vector<grade_component>& /*components*/) {
+    refuse();
+}
+std::vector<grade_step> list_steps(const std::vector<grade_component>& /*components*/) { refuse(); }
+image_rows grade_rows(image_rows /*source*/, const std::vector<grade_step>& /*steps*/, const grade_view& /*view*/) {
+    refuse();
+}
+image decode_png(std::istream& /*file*/, const std::string& /*name*/) { refuse(); }
+image read_png(const std::string& /*path*/) { refuse(); }
+std::vector<unsigned char> encode_png(const image_rows& /*rows*/, int /*depth*/) { refuse(); }
 
 }  // namespace colour

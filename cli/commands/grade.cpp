@@ -1,4 +1,4 @@
-// lutc grade combination|lut|cdl|saturation|live|plot
+// lutc grade combination|lut|cdl|saturation|live|plot (preview has a file of its own)
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
@@ -167,6 +167,7 @@ void add_grade(const command& tool) {
     group.add<saturation_options>("saturation", "Send a saturation to a channel");
     group.add<live_options>("live", "Send a whole grade to a channel, without storing it");
     group.add<plot_options>("plot", "Draw what a CDL does to greys, as PNG; nothing is sent");
+    add_grade_preview(group);
 }
 
 }  // namespace lutc_cli

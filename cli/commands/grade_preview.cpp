@@ -124,15 +124,15 @@ struct preview_options {
         to.add_text("--id", id, "Which of a CDL file's corrections; #N for the Nth");
         to.add_text("--picture", picture, "The picture to grade, a PNG; without it a chart");
         to.add_flag("--split", splits, "Leave the left half as it was");
-        to.add_text("-o,--output", output, "The graded picture, with as many bits as the one it was made from").require();
+        to.add_text("-o,--output", output, "The graded picture, with as many bits as the one it was made from")
+            .require();
     }
 
-    void run(const output_style& style) const {
-        const auto input = std::make_shared<const colour::image>(picture ? colour::read_png(*picture)
-                                                                         : colour::draw_chart(0));
+    void run() const {
+        const auto input =
+            std::make_shared<const colour::image>(picture ? colour::read_png(*picture) : colour::draw_chart(0));
         const preview result = render(colour::read_rows(input));
         write_file(output, colour::encode_png(splits ? split(result) : result.after, colour::depth_of(*input)));
-        print_done(style);
     }
 
     preview render(image_rows input) const {
@@ -146,8 +146,8 @@ struct preview_options {
 
 }  // namespace
 
-void add_grade_preview(const command& grades, const output_style& style) {
-    grades.add<preview_options>("preview", "Draw what a grade does to a picture, as PNG; nothing is sent", style);
+void add_grade_preview(const command& grades) {
+    grades.add<preview_options>("preview", "Draw what a grade does to a picture, as PNG; nothing is sent");
 }
 
 }  // namespace lutc_cli
