@@ -163,7 +163,7 @@ image draw_chart(int number) {
     fill_row(chart, {margin, top + 80, left_part, 80}, list_hues(1.0));
     fill_row(chart, {margin, top + 172, left_part, 92}, skins);
     fill_row(chart, {margin, top + 276, left_part, 94}, foliage);
-    draw_sweep(chart, {right, top, right_part, 160});
+    draw_sweep(chart, {right, top, right_part, number > 0 ? std::size_t{160} : std::size_t{370}});
     if (number > 0) draw_number(chart, {right, top + 172, right_part, 198}, number);
     return chart.finish();
 }

@@ -222,7 +222,8 @@ image decode_png(std::istream& file, const std::string& name) {
 
 image read_png(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) throw error(path + ": " + std::strerror(errno));
+    if (file) file.peek();  // of a folder only reading fails
+    if (file.bad() || !file.is_open()) throw error(path + ": can't be read: " + std::strerror(errno));
     return decode_png(file, path);
 }
 

@@ -153,7 +153,8 @@ class Pictures(WithPreview):
             with self.subTest(complaint=complaint, content=content[:80]):
                 self.write("bad.png", content)
                 self.refused(USAGE, complaint, file, "--picture", self.path("bad.png"))
-        self.refused(REFUSED, "missing.png", file, "--picture", self.path("missing.png"))
+        for path in (self.path("missing.png"), self.folder):
+            self.refused(REFUSED, "can't be read", file, "--picture", path)
 
 
 if __name__ == "__main__":
