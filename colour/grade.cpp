@@ -42,16 +42,19 @@ std::string find_cdl_obstacle(const cdl_values& values) {
     return find_number_obstacle("saturation", values.saturation);
 }
 
-// Throws content_error when the bytes are no table of the component's type.
-lut_table read_table(const grade_component& component) {
+// Of a table. Throws content_error when the format's name is none.
+table_layout layout_of(const grade_component& component) {
     const bool is_cube = component.type == "3dlut";
     std::string name = component.data_format;
     if (name == "uint16") name = is_cube ? "uint16-le-red-fastest" : "uint16-le";
     const std::optional<table_layout> layout = find_layout(name);
-    if (!layout || (layout->order != entry_order::curve) != is_cube) {
-        throw content_error("no " + component.type + " has a format of this name");
-    }
-    return unpack(component.data == nullptr ? std::vector<unsigned char>() : *component.data, *layout);
+    if (layout && (layout->order != entry_order::curve) == is_cube) return *layout;
+    throw content_error("no " + component.type + " has a format of this name");
+}
+
+const std::vector<unsigned char>& bytes_of(const grade_component& component) {
+    static const std::vector<unsigned char> none;
+    return component.data == nullptr ? none : *component.data;
 }
 
 OCIO::TransformRcPtr make_cdl(const cdl_values& values) {
@@ -144,12 +147,14 @@ OCIO::ConstCPUProcessorRcPtr make_processor(const std::vector<grade_step>& steps
     return OCIO::Config::CreateRaw()->getProcessor(group)->getOptimizedCPUProcessor(OCIO::OPTIMIZATION_NONE);
 }
 
-grade_step make_step(const grade_component& component) {
-    const std::string obstacle = find_obstacle(component);
+grade_step make_step(const grade_component& component, const obstacle_finder& find) {
+    const std::string obstacle = find(component);
     return {component.type, component.slot, &component, obstacle.empty(), obstacle};
 }
 
 }  // namespace
+
+lut_table read_table(const grade_component& component) { return unpack(bytes_of(component), layout_of(component)); }
 
 std::string find_obstacle(const grade_component& component) {
     if (component.type == "cdl" || component.type == "saturation") {
@@ -159,7 +164,7 @@ std::string find_obstacle(const grade_component& component) {
     }
     if (component.type != "1dlut" && component.type != "3dlut") return "components of this type don't run";
     try {
-        read_table(component);
+        check_table(bytes_of(component), layout_of(component));
     } catch (const content_error& failure) {
         return failure.what();
     }
@@ -167,7 +172,7 @@ std::string find_obstacle(const grade_component& component) {
 }
 
 std::vector<grade_step> list_steps(const std::vector<std::string>& combination,
-                                   const std::vector<grade_component>& components) {
+                                   const std::vector<grade_component>& components, const obstacle_finder& find) {
     std::vector<grade_step> steps;
     std::map<std::string, std::int32_t> slots;
     for (const std::string& type : combination) {
@@ -177,7 +182,7 @@ std::vector<grade_step> list_steps(const std::vector<std::string>& combination,
         };
         const auto found = std::find_if(components.begin(), components.end(), fits);
         steps.push_back(found == components.end() ? grade_step{type, slot, nullptr, false, "nobody has set it"}
-                                                  : make_step(*found));
+                                                  : make_step(*found, find));
     }
     for (const grade_component& component : components) {
         const auto has_component = [&](const grade_step& step) { return step.component == &component; };
@@ -189,7 +194,7 @@ std::vector<grade_step> list_steps(const std::vector<std::string>& combination,
 
 std::vector<grade_step> list_steps(const std::vector<grade_component>& components) {
     std::vector<grade_step> steps;
-    std::transform(components.begin(), components.end(), std::back_inserter(steps), make_step);
+    for (const grade_component& component : components) steps.push_back(make_step(component, find_obstacle));
     return steps;
 }
 

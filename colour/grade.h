@@ -9,12 +9,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "colour/image.h"
 #include "colour/reader.h"
+#include "colour/transform.h"
 
 namespace colour {
 
@@ -27,8 +29,12 @@ struct grade_component {
     const std::vector<unsigned char>* data = nullptr;  // tables; nullptr: no bytes
 };
 
+// The table of a "1dlut" or "3dlut". Throws content_error when format and bytes are none.
+lut_table read_table(const grade_component& component);
+
 // Why the component can't run, in words; empty when it can. Reads the whole table.
 std::string find_obstacle(const grade_component& component);
+using obstacle_finder = std::function<std::string(const grade_component&)>;
 
 // One place in the order in which components run.
 struct grade_step {
@@ -40,9 +46,11 @@ struct grade_step {
 };
 
 // The steps of a combination, whose n-th string of a type stands for slot n of it; then, for they don't run, the
-// components that it doesn't name. The steps refer to the components.
+// components that it doesn't name. The steps refer to the components. Whoever lists steps often can give a finder that
+// remembers what it has found.
 std::vector<grade_step> list_steps(const std::vector<std::string>& combination,
-                                   const std::vector<grade_component>& components);
+                                   const std::vector<grade_component>& components,
+                                   const obstacle_finder& find = find_obstacle);
 
 // Components without a combination: they run in this order.
 std::vector<grade_step> list_steps(const std::vector<grade_component>& components);

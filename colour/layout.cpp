@@ -37,6 +37,15 @@ std::size_t byte_place(std::size_t i, const table_layout& layout) {
     return layout.big_endian ? layout.samples.bytes - 1 - i : i;
 }
 
+// Number i of a table.
+std::uint32_t read_bits(const std::vector<unsigned char>& bytes, std::size_t i, const table_layout& layout) {
+    std::uint32_t bits = 0;
+    for (std::size_t byte = 0; byte < layout.samples.bytes; ++byte) {
+        bits |= std::uint32_t{bytes[i * layout.samples.bytes + byte_place(byte, layout)]} << 8 * byte;
+    }
+    return bits;
+}
+
 std::size_t size_of(std::size_t bytes, const table_layout& layout) {
     const bool is_cube = layout.order != entry_order::curve;
     const std::size_t entries = bytes / layout.samples.bytes / 3;
@@ -87,22 +96,28 @@ std::vector<unsigned char> pack(const lut_table& table, const table_layout& layo
     return bytes;
 }
 
+std::size_t check_table(const std::vector<unsigned char>& bytes, const table_layout& layout) {
+    const std::size_t size = size_of(bytes.size(), layout);
+    const double largest = layout.samples.largest;
+    if (largest == 65535.0) return size;  // every number is good
+    for (std::size_t i = 0; i < bytes.size() / layout.samples.bytes; ++i) {
+        const std::uint32_t bits = read_bits(bytes, i, layout);
+        const bool is_finite = std::isfinite(value_of(bits, largest));
+        if (is_finite && (largest == 0.0 || bits <= largest)) continue;
+        throw content_error("number " + std::to_string(i) + " of the table, counted from 0, is " +
+                            (is_finite ? "above " + std::to_string(std::lround(largest)) : "not finite"));
+    }
+    return size;
+}
+
 lut_table unpack(const std::vector<unsigned char>& bytes, const table_layout& layout) {
-    const std::size_t width = layout.samples.bytes;
-    lut_table table{layout.order != entry_order::curve, size_of(bytes.size(), layout), {}};
-    table.values.resize(bytes.size() / width);
-    for (std::size_t i = 0; i < table.values.size(); ++i) {
-        std::uint32_t bits = 0;
-        for (std::size_t byte = 0; byte < width; ++byte) {
-            bits |= std::uint32_t{bytes[i * width + byte_place(byte, layout)]} << 8 * byte;
+    lut_table table{layout.order != entry_order::curve, check_table(bytes, layout), {}};
+    table.values.resize(bytes.size() / layout.samples.bytes);
+    for (std::size_t i = 0; i < table.values.size() / 3; ++i) {
+        float* const entry = table.values.data() + 3 * place_of(i, table.size, layout.order);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            entry[channel] = value_of(read_bits(bytes, 3 * i + channel, layout), layout.samples.largest);
         }
-        const float value = value_of(bits, layout.samples.largest);
-        if (!std::isfinite(value) || (layout.samples.largest > 0.0 && bits > layout.samples.largest)) {
-            throw content_error(
-                "number " + std::to_string(i) + " of the table, counted from 0, is " +
-                (std::isfinite(value) ? "above " + std::to_string(std::lround(layout.samples.largest)) : "not finite"));
-        }
-        table.values[3 * place_of(i / 3, table.size, layout.order) + i % 3] = value;
     }
     return table;
 }

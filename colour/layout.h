@@ -40,8 +40,12 @@ std::optional<table_layout> find_layout(std::string_view name);
 // The bytes of a table whose kind is the layout's. Whole numbers are limited to 0..1 and rounded, halves up.
 std::vector<unsigned char> pack(const lut_table& table, const table_layout& layout);
 
-// The table that the bytes hold; the size follows from their number. Throws content_error when they are none: a number
-// of bytes that fits no table of 2 to the largest size, a value that is not finite or above the largest one.
+// The entries of a curve, or the points on an axis of a cube, that the bytes hold; they follow from their number. Throws
+// content_error when they are no table: a number of bytes that fits none of 2 to the largest size, a value that is not
+// finite or above the largest one.
+std::size_t check_table(const std::vector<unsigned char>& bytes, const table_layout& layout);
+
+// That table. Throws as check_table does.
 lut_table unpack(const std::vector<unsigned char>& bytes, const table_layout& layout);
 
 }  // namespace colour

@@ -22,9 +22,11 @@ double find_largest_error(const colour_transform& /*transform*/, const lut_table
 }
 std::vector<unsigned char> plot(const colour_transform& /*transform*/, bool /*with_slices*/) { refuse(); }
 
+lut_table read_table(const grade_component& /*component*/) { refuse(); }
 std::string find_obstacle(const grade_component& /*component*/) { refuse(); }
 std::vector<grade_step> list_steps(const std::vector<std::string>& /*combination*/,
-                                   const std::vector<grade_component>& /*components*/) {
+                                   const std::vector<grade_component>& /*components*/,
+                                   const obstacle_finder& /*find*/) {
     refuse();
 }
 std::vector<grade_step> list_steps(const std::vector<grade_component>& /*components*/) { refuse(); }
