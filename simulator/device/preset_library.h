@@ -22,6 +22,8 @@ struct preset {
 class preset_library {
   public:
     preset_library();
+    preset_library(preset_library&&) = default;  // a copy would share its presets
+    preset_library& operator=(preset_library&&) = default;
 
     std::int32_t size() const { return static_cast<std::int32_t>(presets_.size()); }
     const preset& at(std::int32_t index) const { return *presets_[position(index)]; }
