@@ -10,9 +10,9 @@
 
 #include "simulator/device/model.h"
 #include "simulator/device/problem.h"
+#include "simulator/device/text.h"
 #include "simulator/documents.h"
 #include "simulator/media.h"
-#include "simulator/text.h"
 
 namespace simulator {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "simulator/device/text.h"
 #include "simulator/refusal.h"
-#include "simulator/text.h"
 
 namespace simulator {
 

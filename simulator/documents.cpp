@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "simulator/device/text.h"
 #include "simulator/refusal.h"
-#include "simulator/text.h"
 
 namespace simulator {
 

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "simulator/commands.h"
+#include "simulator/device/text.h"
 #include "simulator/documents.h"
-#include "simulator/text.h"
 
 namespace simulator {
 

@@ -5,8 +5,8 @@
 
 #include "simulator/commands.h"
 #include "simulator/description.h"
+#include "simulator/device/text.h"
 #include "simulator/documents.h"
-#include "simulator/text.h"
 
 namespace simulator {
 

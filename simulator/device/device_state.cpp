@@ -5,7 +5,7 @@
 
 #include "simulator/device/model.h"
 #include "simulator/device/problem.h"
-#include "simulator/text.h"
+#include "simulator/device/text.h"
 
 namespace simulator {
 

@@ -1,7 +1,7 @@
 #include "simulator/device/grade.h"
 
 #include "simulator/device/problem.h"
-#include "simulator/text.h"
+#include "simulator/device/text.h"
 
 namespace simulator {
 

@@ -57,12 +57,12 @@ class Server(unittest.TestCase):
         self.start()
         self.assertEqual(bson.decode(self.send(command("getColorTransformState", channelIndex=1))),
                          {"type": "response", "msgID": 1, "code": 0, "message": "ok", "colorTransformState": 0})
-        self.send(command("x", data=b"\0\1", message="no\nline", none=None, list=[1.5, {"deep": True}]))
+        self.send(command("x", data=b"\0\1", message="no\n\x1fline", none=None, list=[1.5, {"deep": True}]))
         self.simulator.stop()
         self.assertEqual([line.rstrip("\n") for line in self.simulator.lines[1:]], [
             "1 < getColorTransformState channelIndex=1",
             '1 > code=0 message="ok" colorTransformState=0',
-            r'2 < x data=[2 bytes 00 01] message="no\x0aline" none=null list=[1.5 {deep=true}]',
+            r'2 < x data=[2 bytes 00 01] message="no\x0a\x1fline" none=null list=[1.5 {deep=true}]',
             r'2 > code=2 message="there is no command \"x\""'])
 
     def test_puts_commands_together(self):

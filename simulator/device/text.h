@@ -1,6 +1,6 @@
 // Text that came from outside, fit for one line.
-#ifndef LUTC_SIMULATOR_TEXT_H
-#define LUTC_SIMULATOR_TEXT_H
+#ifndef LUTC_SIMULATOR_DEVICE_TEXT_H
+#define LUTC_SIMULATOR_DEVICE_TEXT_H
 
 #include <cstddef>
 #include <string>

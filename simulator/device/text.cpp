@@ -1,4 +1,4 @@
-#include "simulator/text.h"
+#include "simulator/device/text.h"
 
 namespace simulator {
 
