@@ -1,5 +1,6 @@
 #include "bson/validator.h"
 
+#include <algorithm>
 #include <vector>
 
 #include <lutc/bsonDocument.h>
@@ -31,15 +32,19 @@ struct open_document {
 };
 
 [[gnu::cold]] verdict refuse(rule broken, std::uint32_t position, std::uint32_t room = 0) {
-    return {broken, position, room, 0};
+    return {broken, position, room, nowhere};
+}
+
+[[gnu::cold]] verdict refuse_frame(const unsigned char* bytes, std::uint32_t start, std::uint32_t size) {
+    if (size < empty_document_size) return refuse(rule::smallest_size, start, size);
+    if (load32(bytes + start) != size) return refuse(rule::length, start, size);
+    return refuse(rule::last_byte, start + size - 1);
 }
 
 // Whether size bytes from start begin and end as a document does.
-verdict check_frame(const unsigned char* bytes, std::uint32_t start, std::uint32_t size) {
-    if (size < empty_document_size) return refuse(rule::smallest_size, start, size);
-    if (load32(bytes + start) != size) return refuse(rule::length, start, size);
-    const std::uint32_t last = start + size - 1;
-    return bytes[last] == 0 ? verdict() : refuse(rule::last_byte, last);
+inline verdict check_frame(const unsigned char* bytes, std::uint32_t start, std::uint32_t size) {
+    const bool is_framed = size >= empty_document_size && load32(bytes + start) == size && bytes[start + size - 1] == 0;
+    return is_framed ? verdict() : refuse_frame(bytes, start, size);
 }
 
 // Whether the contents of a value are as its kind demands. Of what holds a document, value becomes the document's
@@ -72,7 +77,7 @@ verdict check_elements(const unsigned char* bytes, std::uint32_t size, bool isAr
     std::vector<open_document> above;
     open_document here{size - 1, 0, isArray};
     std::uint32_t position = 4;
-    std::uint32_t unknown = 0;
+    std::uint32_t unknown = nowhere;
     for (;;) {
         while (position == here.last) {
             if (above.empty()) return {rule::none, 0, 0, unknown};
@@ -90,9 +95,13 @@ verdict check_elements(const unsigned char* bytes, std::uint32_t size, bool isAr
         extent value;
         const auto body = static_cast<std::uint32_t>(key_end + 1 - bytes);
         if (!find_extent(bytes, l, body, here.last, value)) return refuse(rule::body_end, body, here.last - body);
+        if (l.body <= shape::fixed) {
+            if (l.body == shape::unknown) unknown = std::min(unknown, position);
+            position = value.end;
+            continue;
+        }
         const verdict content = check_content(bytes, l, value);
         if (content.broken != rule::none) return content;
-        if (l.body == shape::unknown && unknown == 0) unknown = position;
         position = value.end;
         if (l.body < shape::document) continue;
         above.push_back(here);

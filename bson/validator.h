@@ -21,11 +21,13 @@ enum class rule : std::uint8_t {
 };
 
 // Positions count from the message's start.
+constexpr std::uint32_t nowhere = UINT32_MAX;
+
 struct verdict {
-    rule broken = rule::none;        // the first that the bytes break, in the order in which they are read
-    std::uint32_t position = 0;      // of the byte that breaks it
-    std::uint32_t room = 0;          // the document's bytes, or those that are left for the body
-    std::uint32_t unknown_type = 0;  // of the first unknown type byte, where the decoding of its document ends; 0: none
+    rule broken = rule::none;              // the first that the bytes break, in the order in which they are read
+    std::uint32_t position = nowhere;      // of the byte that breaks it
+    std::uint32_t room = 0;                // the document's bytes, or those that are left for the body
+    std::uint32_t unknown_type = nowhere;  // of the first unknown type byte, where the decoding of its document ends
 };
 
 verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray);

@@ -97,16 +97,17 @@ inline bool is_document_type(std::uint8_t type) { return layout_of(type).body ==
 // The bytes of v that are zero have their highest bit set in the result, as far as the first of them.
 inline std::uint64_t find_zeros(std::uint64_t v) { return (v - 0x0101010101010101U) & ~v & 0x8080808080808080U; }
 
+inline std::uint32_t lowest_bit(std::uint64_t v) { return static_cast<std::uint32_t>(__builtin_ctzll(v)); }
+
 // The zero byte that ends a key, in front of last; null when there is none. Everything up to end can be read.
 inline const unsigned char* find_key_end(const unsigned char* key, const unsigned char* last,
                                          const unsigned char* end) {
     if (end - key >= 16) {
         const std::uint64_t low = find_zeros(load64(key));
         const std::uint64_t high = find_zeros(load64(key + 8));
-        const std::uint64_t zeros = low != 0 ? low : high;
-        const int offset = low != 0 ? 0 : 8;
-        if (zeros != 0) {
-            const unsigned char* const zero = key + offset + __builtin_ctzll(zeros) / 8;
+        if ((low | high) != 0) {
+            const std::uint32_t bits = low != 0 ? lowest_bit(low) : 64 + lowest_bit(high);
+            const unsigned char* const zero = key + bits / 8;
             return zero < last ? zero : nullptr;
         }
     }

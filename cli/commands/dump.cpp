@@ -68,7 +68,7 @@ void dump(const output_style& style, const std::string& file) {
     }
 
     std::string unknown;
-    if (found.unknown_type != 0) {
+    if (found.unknown_type != lutc_bson::nowhere) {
         char text[32];
         std::snprintf(text, sizeof text, "type byte 0x%02X is unknown", unsigned{bytes[found.unknown_type]});
         unknown = text;
