@@ -100,7 +100,7 @@ class batch {
 
   private:
     static constexpr std::size_t stride = sizeof(slot) + sizeof(Object);
-    static constexpr std::uint32_t most = 256;
+    static constexpr std::uint32_t most = 1024;
     static_assert(alignof(Object) <= alignof(slot) && stride % alignof(slot) == 0);
     static_assert(sizeof(block) <= sizeof(slot));
 

@@ -7,7 +7,7 @@
 //    owner keeps it alive and unchanged for as long as the object refers to it. A null pointer with a size reads as
 //    no bytes.
 // 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding and copying take their
-//    memory in blocks of up to 256 objects; a block goes with the last of its objects.) A document owns the elements of its
+//    memory in blocks of up to 1024 objects; a block goes with the last of its objects.) A document owns the elements of its
 //    list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
 //    A document must not contain itself, directly or through elements that refer to it.
 // 3. The message and the element list of a document are independent. Encoding rewrites the message from the list,
