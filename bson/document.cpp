@@ -1,58 +1,15 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <utility>
 
 #include <lutc/bsonDocument.h>
-#include "bson/batch.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
-#include "bson/tree_walk.h"
 #include "bson/validator.h"
 
 using namespace lutc_bson;
 
 namespace {
-
-// Takes over what a document holds beside its elements.
-void copy_message(bsonDocument& copy, const bsonDocument& source) {
-    const bool copy_bytes = source.ownsMessage && source.message != nullptr && source.messageSize != 0;
-    copy.elementList.reserve(source.elementList.size());
-    copy.message = copy_bytes ? new_copy_of_bytes(source.message, source.messageSize) : source.message;
-    copy.messageSize = source.messageSize;
-    copy.ownsMessage = source.ownsMessage;
-}
-
-// Every element and document hangs in the copy as soon as it exists, so that an exception leaves nothing behind.
-class copier {
-  public:
-    explicit copier(bsonDocument& copy) : here_(&copy) {}
-
-    const bsonDocument* visit(const bsonElement& source) {
-        append(here_->elementList, std::unique_ptr<bsonElement>(elements_.make()));
-        bsonElement& copy = *here_->elementList.back();
-        copy_without_document(copy, source);
-        if (source.documentValue == nullptr) return nullptr;
-        copy.ownsDocument = source.ownsDocument;
-        copy.documentValue = source.ownsDocument ? documents_.make() : source.documentValue;
-        if (!source.ownsDocument) return nullptr;
-        copy_message(*copy.documentValue, *source.documentValue);
-        above_.push_back(here_);
-        here_ = copy.documentValue;
-        return source.documentValue;
-    }
-
-    void leave(const bsonElement&) {
-        here_ = above_.back();
-        above_.pop_back();
-    }
-
-  private:
-    bsonDocument* here_;
-    std::vector<bsonDocument*> above_;
-    batch<bsonElement> elements_;
-    batch<bsonDocument> documents_;
-};
 
 template <class Matches>
 std::vector<bsonElement*>::const_iterator find_occurrence(const std::vector<bsonElement*>& list, Matches matches,
@@ -116,60 +73,12 @@ std::int32_t get_typed(const bsonDocument& document, const std::string& key, bso
 
 }  // namespace
 
-bsonDocument::bsonDocument() : message(nullptr), messageSize(0), ownsMessage(true) {}
-
 bsonDocument::bsonDocument(const unsigned char* bytes, std::uint32_t size, bool copy, bool parse) : bsonDocument() {
     const bool copy_bytes = copy && bytes != nullptr && size != 0;
     message = copy_bytes ? new_copy_of_bytes(bytes, size) : const_cast<unsigned char*>(bytes);
     messageSize = size;
     ownsMessage = copy;
     if (parse) convertMessageToElementList(true);
-}
-
-bsonDocument::~bsonDocument() {
-    clearMessage();
-    clearElementList();
-}
-
-void* bsonDocument::operator new(std::size_t size) { return new_alone(size); }
-
-void bsonDocument::operator delete(void* document) noexcept { delete_placed(document); }
-
-void bsonDocument::clearMessage() noexcept {
-    if (ownsMessage && messageSize != 0) std::free(message);
-    message = nullptr;
-    messageSize = 0;
-    ownsMessage = true;
-}
-
-// Depth first, without recursion or memory: while an embedded document is destroyed, the element that holds it refers to
-// the document above instead.
-void bsonDocument::clearElementList() noexcept {
-    bsonDocument* here = this;
-    bsonDocument* above = nullptr;
-    destroyer<bsonElement> elements;
-    destroyer<bsonDocument> documents;
-    for (;;) {
-        if (here->elementList.empty()) {
-            if (here == this) return;
-            documents.destroy(here);
-            here = above;
-            above = std::exchange(here->elementList.back()->documentValue, nullptr);
-        } else if (bsonElement& last = *here->elementList.back(); last.ownsDocument && last.documentValue != nullptr) {
-            above = std::exchange(here, std::exchange(last.documentValue, above));
-            continue;
-        }
-        elements.destroy(here->elementList.back());
-        here->elementList.pop_back();
-    }
-}
-
-bsonDocument* bsonDocument::getCopy() const {
-    auto copy = std::make_unique<bsonDocument>();
-    copy_message(*copy, *this);
-    copier target(*copy);
-    walk_tree(*this, target);
-    return copy.release();
 }
 
 bool bsonDocument::isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray) {

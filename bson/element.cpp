@@ -1,9 +1,7 @@
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 
 #include <lutc/bsonDocument.h>
-#include "bson/batch.h"
 #include "bson/buffer.h"
 #include "bson/element.h"
 #include "bson/wire_format.h"
@@ -11,12 +9,6 @@
 using namespace lutc_bson;
 
 namespace {
-
-// What a raw value is stored as: a copy of the bytes when there are any to copy, else the pointer itself.
-unsigned char* stored_bytes(const unsigned char* bytes, std::uint32_t size, bool copy) {
-    if (copy && bytes != nullptr && size != 0) return new_copy_of_bytes(bytes, size);
-    return const_cast<unsigned char*>(bytes);
-}
 
 // A value in a buffer of its own.
 struct stored_value {
@@ -74,15 +66,6 @@ void replace(bsonElement& element, const stored_value& value) noexcept {
 
 }  // namespace
 
-bsonElement::bsonElement()
-    : valueType(0),
-      valueSize(0),
-      value(nullptr),
-      ownsValue(true),
-      ownsDocument(true),
-      documentValue(nullptr),
-      binarySubtype(0) {}
-
 bsonElement::bsonElement(const std::string& name)
     : valueType(byte_of(bson_type::null)),
       valueSize(0),
@@ -139,22 +122,6 @@ bsonElement::bsonElement(std::uint8_t raw_type, const std::string& name, const u
     }
     value = stored_bytes(bytes, size, copy);
     valueSize = size;
-}
-
-bsonElement::~bsonElement() { clearValue(); }
-
-void* bsonElement::operator new(std::size_t size) { return new_alone(size); }
-
-void bsonElement::operator delete(void* element) noexcept { delete_placed(element); }
-
-void bsonElement::clearValue() noexcept {
-    if (ownsValue && valueSize != 0) std::free(value);
-    value = nullptr;
-    valueSize = 0;
-    ownsValue = true;
-    if (ownsDocument) delete documentValue;
-    documentValue = nullptr;
-    ownsDocument = true;
 }
 
 void bsonElement::setNullValue() noexcept { replace(*this, {bson_type::null, nullptr, 0}); }
@@ -223,23 +190,4 @@ double bsonElement::getDoubleValue() const noexcept {
 std::string bsonElement::getStringValue() const {
     const std::uint32_t size = readable_size(*this);
     return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(value), size - 1);
-}
-
-bsonElement* bsonElement::getCopy() const {
-    auto copy = std::make_unique<bsonElement>();
-    copy_without_document(*copy, *this);
-    if (documentValue != nullptr) {
-        copy->documentValue = ownsDocument ? documentValue->getCopy() : documentValue;
-        copy->ownsDocument = ownsDocument;
-    }
-    return copy.release();
-}
-
-void lutc_bson::copy_without_document(bsonElement& copy, const bsonElement& source) {
-    copy.key = source.key;
-    copy.valueType = source.valueType;
-    copy.binarySubtype = source.binarySubtype;
-    copy.value = stored_bytes(source.value, source.valueSize, source.ownsValue);
-    copy.valueSize = source.valueSize;
-    copy.ownsValue = source.ownsValue;
 }

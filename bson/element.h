@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include <lutc/bsonDocument.h>
+#include "bson/buffer.h"
 
 namespace lutc_bson {
 
@@ -13,8 +14,11 @@ inline std::uint32_t readable_size(const bsonElement& element) {
     return element.value != nullptr ? element.valueSize : 0;
 }
 
-// Makes a new element a copy of source that holds no embedded document yet.
-void copy_without_document(bsonElement& copy, const bsonElement& source);
+// What a raw value is stored as: a copy of the bytes when there are any to copy, else the pointer itself.
+inline unsigned char* stored_bytes(const unsigned char* bytes, std::uint32_t size, bool copy) {
+    if (copy && bytes != nullptr && size != 0) return new_copy_of_bytes(bytes, size);
+    return const_cast<unsigned char*>(bytes);
+}
 
 }  // namespace lutc_bson
 
