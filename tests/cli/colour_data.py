@@ -1,7 +1,6 @@
-"""Colour files for the tests, and PNG pictures read back."""
+"""Colour files for the tests."""
 import itertools
 import struct
-import zlib
 
 
 def floats(values):
@@ -49,37 +48,3 @@ def packed(triples, samples, byte_order):
     if largest:
         values = [int(min(max(value, 0.0), 1.0) * largest + 0.5) for value in values]
     return struct.pack((">" if byte_order == "big" else "<") + str(len(values)) + code, *values)
-
-
-class Png:
-    """An 8-bit RGB picture."""
-
-    def __init__(self, data):
-        assert data[:8] == b"\x89PNG\r\n\x1a\n"
-        at, compressed = 8, b""
-        while at < len(data):
-            length, kind = struct.unpack(">I4s", data[at:at + 8])
-            body = data[at + 8:at + 8 + length]
-            if kind == b"IHDR":
-                self.width, self.height, depth, colour = struct.unpack(">IIBB", body[:10])
-                assert (depth, colour) == (8, 2)
-            if kind == b"IDAT":
-                compressed += body
-            at += 12 + length
-        raw, stride = zlib.decompress(compressed), 3 * self.width
-        before, self.lines = bytes(stride), []
-        for start in range(0, len(raw), stride + 1):
-            before = self.unfilter(raw[start], bytearray(raw[start + 1:start + 1 + stride]), before)
-            self.lines.append(before)
-
-    @staticmethod
-    def unfilter(kind, line, before):
-        for i in range(len(line)):
-            left, up = (line[i - 3] if i >= 3 else 0), before[i]
-            corner = before[i - 3] if i >= 3 else 0
-            nearest = min((left, up, corner), key=lambda value: abs(left + up - corner - value))
-            line[i] = line[i] + (0, left, up, (left + up) // 2, nearest)[kind] & 255
-        return line
-
-    def at(self, x, y):
-        return tuple(self.lines[y][3 * x:3 * x + 3])

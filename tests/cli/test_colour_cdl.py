@@ -3,8 +3,8 @@ import json
 import os
 import unittest
 
-from colour_data import Png
 from tool import DONE, REFUSED, USAGE, WithSimulator
+import png  # of tests/support, which tool knows
 
 SOP = "<SOPNode><Description>a look</Description>\n<Slope>1.1 %s 1.3</Slope><Offset>0.1 -0.2 0.3</Offset>" \
       "<Power>1 2.5 3</Power></SOPNode>"
@@ -76,9 +76,9 @@ class CdlFileTest(WithSimulator):
                    (DONE, "grade plot --slope 0.5 1 1 --offset 0 0 0.25 --power 1 2 1 -o values.png"),
                    (USAGE, "grade plot --power 0 1 1 -o none.png"))
         self.assertEqual(self.read("file.png"), self.read("values.png"))
-        picture = Png(self.read("file.png"))
+        _, picture = png.read(self.read("file.png"))
         for channel, value in enumerate((0.4, 0.64, 1.0)):  # of 0.8; blue is limited to 1
-            self.assertGreater(picture.at(48 + round(0.8 * 512), round(48 + 512 * (1 - value)))[channel], 200)
+            self.assertGreater(picture[round(48 + 512 * (1 - value))][48 + round(0.8 * 512)][channel], 200)
         self.assertFalse(os.path.exists(self.path("none.png")))
 
 

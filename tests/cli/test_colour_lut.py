@@ -4,8 +4,9 @@ import json
 import os
 import unittest
 
-from colour_data import Png, asymmetric, clf, clf_cube, cube, entries, packed, rows
+from colour_data import asymmetric, clf, clf_cube, cube, entries, packed, rows
 from tool import DONE, REFUSED, USAGE, WithFolder, run
+import png  # of tests/support, which tool knows
 
 CURVE = [(0.0, 0.1, 1.0), (0.25, 0.3, 0.6), (0.5, 0.45, 0.35), (0.9, 0.8, 0.125), (1.0, 0.987654, 0.0)]
 HOT = [(-0.5, 0.0, 0.25), (0.5, 2.0, 1.0)]
@@ -168,20 +169,20 @@ class PlotTest(WithFolder):
 
     def plotted(self, name, content):
         self.expect(DONE, "lut", "plot", self.write(name, content), "-o", "out.png")
-        return Png(self.read("out.png"))
+        return png.read(self.read("out.png"))[1]
 
     def test_curves_stand_where_their_values_are(self):
         picture = self.plotted("curve.cube", "LUT_1D_SIZE 3\n" + rows([(0.1, 0.9, 0.5), (0.7, 0.3, 0.5), (1, 0, 0.5)]))
         for channel, value in enumerate((0.7, 0.3, 0.5)):
-            colour = picture.at(self.LEFT + self.SIDE // 2, round(self.TOP + self.SIDE * (1 - value)))
+            colour = picture[round(self.TOP + self.SIDE * (1 - value))][self.LEFT + self.SIDE // 2]
             self.assertGreater(colour[channel], 200)
-        self.assertEqual(max(picture.at(self.LEFT + self.SIDE // 2 + 20, self.TOP + 20)), 24)  # nothing there
+        self.assertEqual(max(picture[self.TOP + 20][self.LEFT + self.SIDE // 2 + 20]), 24)  # nothing there
 
     def test_slices_show_red_to_the_right_green_up_and_blue_from_slice_to_slice(self):
         picture = self.plotted("look.cube", cube(entries(3), 3))
         for blue, (left, top) in {0.0: (608, 48), 0.5: (720, 48), 1.0: (608, 160)}.items():
             for red, green in itertools.product((0, 1), repeat=2):
-                colour = picture.at(left + 95 * red, top + 95 * (1 - green))
+                colour = picture[top + 95 * (1 - green)][left + 95 * red]
                 for got, wanted in zip(colour, asymmetric(red, green, blue)):
                     self.assertAlmostEqual(got / 255, wanted, delta=1 / 255)
 

@@ -6,11 +6,11 @@ import random
 import sys
 import unittest
 
-import png
 import reference
 
 sys.path.insert(0, os.path.join(os.environ["LUTC_SOURCE_DIR"], "tests", "cli"))
 from tool import DONE, REFUSED, USAGE, WithFolder  # noqa: E402
+import png  # noqa: E402
 
 GENERATOR = random.Random(16)
 LEVELS = (0, 1, 13107, 32768, 65534, 65535)
@@ -25,17 +25,14 @@ CUBE = [(0.05 + 0.83 * r * r + 0.1 * g, 0.91 - 0.61 * g + 0.3 * r * b, 1.2 * b *
 
 
 class WithPreview(WithFolder):
-    def preview(self, file, rows=ROWS, depth=16, arguments=()):
-        """The rows of the graded picture, which is as deep as the one it was made from."""
-        self.write("in.png", png.written(rows, depth))
-        self.expect(DONE, "grade", "preview", file, "--picture", self.path("in.png"), "-o", self.path("out.png"), *arguments)
-        with open(self.path("out.png"), "rb") as picture:
-            got_depth, result = png.read(picture.read())
-        self.assertEqual(got_depth, depth)
-        return result
+    def preview(self, file, content, *arguments):
+        """The depth and the rows of the graded picture."""
+        self.write("in.png", content)
+        self.expect(DONE, "grade", "preview", file, "--picture", "in.png", "-o", "out.png", *arguments)
+        return png.read(self.read("out.png"))
 
     def refused(self, code, complaint, *arguments):
-        result = self.expect(code, "grade", "preview", *arguments, "-o", self.path("none.png"))
+        result = self.expect(code, "grade", "preview", *arguments, "-o", "none.png")
         self.assertIn(complaint, result.stderr)
         self.assertFalse(os.path.exists(self.path("none.png")))
 
@@ -62,7 +59,9 @@ class Grades(WithPreview):
         largest = 2 ** depth - 1
         most = 0.51 if depth == 8 else 2 if any(function is reference.cube for function, _ in formulas) else 1
         rows = [[tuple(sample >> 16 - depth for sample in pixel) for pixel in row] for row in ROWS]
-        for before, after in zip(itertools.chain(*rows), itertools.chain(*self.preview(file, rows, depth))):
+        got_depth, result = self.preview(file, png.written(rows, depth))
+        self.assertEqual(got_depth, depth)
+        for before, after in zip(itertools.chain(*rows), itertools.chain(*result)):
             wanted = reference.graded(formulas, [sample / largest for sample in before])
             for sample, value in zip(after, wanted):
                 self.assertLessEqual(abs(sample - value * largest), most, (before, after))
@@ -122,7 +121,7 @@ class Grades(WithPreview):
                 (square, (), [[(65535, 0, 1) if 5 <= x < 11 and 3 <= y < 9 else (0, 2, 3) for x in range(16)]
                               for y in range(12)])):
             with self.subTest(file=file, arguments=arguments):
-                self.assertEqual(self.preview(file, rows, arguments=arguments), wanted)
+                self.assertEqual(self.preview(file, png.written(rows, 16), *arguments), (16, wanted))
 
 
 class Pictures(WithPreview):
@@ -138,10 +137,8 @@ class Pictures(WithPreview):
                         "rgb": tuple, "rgba": lambda pixel: pixel[:3]}.get(kind, lambda pixel: tuple(
                             pixel[:1] if depth >= 8 else [pixel[0] * 255 // (2 ** depth - 1)]) * 3)
                 chunks = png.chunk(b"PLTE", colours) + png.chunk(b"tRNS", b"\0\x80") if kind == "palette" else b""
-                self.write("in.png", png.written(rows, depth, kind, interlaced, chunks))
-                self.expect(DONE, "grade", "preview", file, "--picture", self.path("in.png"), "-o", self.path("out.png"))
-                with open(self.path("out.png"), "rb") as picture:
-                    self.assertEqual(png.read(picture.read()), (max(depth, 8), [list(map(seen, row)) for row in rows]))
+                self.assertEqual(self.preview(file, png.written(rows, depth, kind, interlaced, chunks)),
+                                 (max(depth, 8), [list(map(seen, row)) for row in rows]))
 
     def test_bad_pictures(self):
         file = self.write("nothing.json", '{"components": []}')
@@ -152,8 +149,8 @@ class Pictures(WithPreview):
                                    (good[:60] + b"?" + good[61:], "IDAT"), (large, "8193x1"), (claims, "early")):
             with self.subTest(complaint=complaint, content=content[:80]):
                 self.write("bad.png", content)
-                self.refused(USAGE, complaint, file, "--picture", self.path("bad.png"))
-        for path in (self.path("missing.png"), self.folder):
+                self.refused(USAGE, complaint, file, "--picture", "bad.png")
+        for path in ("missing.png", "."):
             self.refused(REFUSED, "can't be read", file, "--picture", path)
 
 
