@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <stdexcept>
+#include <utility>
 
 #include "bson/encoder.h"
 #include "interface/command.h"
@@ -32,13 +33,6 @@ inline int refuse() {
     return -1;
 }
 
-template <class Append>
-lutc_bson::encoded_document encode_command(const char* name, Append append) {
-    const document_ptr command = new_command(name);
-    append(*command);
-    return lutc_bson::encode(*command);
-}
-
 // Receives messages until one is the reply. 0 when it is a success, else the errno value.
 inline int await_reply(exchange& service, message& received) {
     for (;;) {
@@ -61,10 +55,12 @@ template <class Append, class Read>
 int attempt(const char* name, std::uint32_t capacity, Append append, Read read) noexcept {
     const cancellation_shield shield;
     try {
-        lutc_bson::encoded_document command = encode_command(name, append);
+        const document_ptr command = new_command(name);
+        append(*command);
+        lutc_bson::encoded_document encoded = lutc_bson::encode(*command);
         exchange service(capacity);
-        if (const int error = service.send(command.bytes.get(), command.size)) return error;
-        command.bytes.reset();
+        if (const int error = service.send(std::move(encoded.pieces))) return error;
+        encoded.bytes.reset();
         message received;
         if (const int error = await_reply(service, received)) return error;
         return read(document_view(received.bytes, received.size)) ? 0 : EPROTO;

@@ -15,7 +15,7 @@ using document_ptr = std::unique_ptr<bsonDocument>;
 document_ptr new_command(const char* name);
 
 // Each appends one element, whatever keys are there already. Strings are copied. Binaries are borrowed: the caller's
-// bytes stay in place until the command has been encoded. Sub-documents are handed over. An int as key is an index.
+// bytes stay in place until the command has been sent. Sub-documents are handed over. An int as key is an index.
 void add_element(bsonDocument& document, const char* key, int value);
 void add_element(bsonDocument& document, const char* key, bool value);
 void add_element(bsonDocument& document, const char* key, double value);

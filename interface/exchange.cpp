@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <initializer_list>
@@ -22,6 +23,7 @@ using monotonic = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds send_limit(15000);        // for each piece of the command that the service takes
 constexpr std::chrono::milliseconds first_byte_limit(15000);  // for each message
 constexpr std::chrono::milliseconds silence_ends_message(10);
+constexpr std::size_t most_pieces = 64;  // in one write
 
 // Waits for the event; false with errno. Interruptions don't change when the wait ends.
 bool wait_for(int descriptor, short event, monotonic::time_point deadline) {
@@ -69,11 +71,21 @@ class sigpipe_shield {
 };
 
 // One write of what fits now; -1 with errno. A descriptor that is no socket may block.
-ssize_t write_some(int descriptor, const unsigned char* bytes, std::size_t size) {
-    const ssize_t sent = send(descriptor, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+ssize_t write_some(int descriptor, std::vector<iovec>& pieces) {
+    msghdr message{};
+    message.msg_iov = pieces.data();
+    message.msg_iovlen = std::min<std::size_t>(pieces.size(), most_pieces);
+    const ssize_t sent = sendmsg(descriptor, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0 || errno != ENOTSOCK) return sent;
     const sigpipe_shield shield;
-    return write(descriptor, bytes, size);
+    return writev(descriptor, pieces.data(), static_cast<int>(message.msg_iovlen));
+}
+
+void drop_front(std::vector<iovec>& pieces, std::size_t size) {
+    auto first = pieces.begin();
+    for (; first != pieces.end() && size >= first->iov_len; ++first) size -= first->iov_len;
+    if (size > 0) *first = {static_cast<unsigned char*>(first->iov_base) + size, first->iov_len - size};
+    pieces.erase(pieces.begin(), first);
 }
 
 // Reads what is there, once something is. 0: the end; -1 with errno.
@@ -103,14 +115,13 @@ exchange::exchange(std::uint32_t capacity) : capacity_(capacity) {
 
 exchange::~exchange() { qv_rpc_client_disconnect(descriptor_, &first_, &second_); }
 
-int exchange::send(const unsigned char* bytes, std::size_t size) {
+int exchange::send(std::vector<iovec> pieces) {
     if (descriptor_ < 0) return connect_failure(connect_error_);
     auto deadline = monotonic::now() + send_limit;
-    while (size > 0) {
-        const ssize_t written = write_some(descriptor_, bytes, size);
+    while (!pieces.empty()) {
+        const ssize_t written = write_some(descriptor_, pieces);
         if (written > 0) {
-            bytes += written;
-            size -= static_cast<std::size_t>(written);
+            drop_front(pieces, static_cast<std::size_t>(written));
             deadline = monotonic::now() + send_limit;
         } else if (written == 0 || (errno != EAGAIN && errno != EINTR)) {
             return 0;

@@ -2,8 +2,10 @@
 #ifndef LUTC_INTERFACE_EXCHANGE_H
 #define LUTC_INTERFACE_EXCHANGE_H
 
-#include <cstddef>
+#include <sys/uio.h>
+
 #include <cstdint>
+#include <vector>
 
 #include "bson/buffer.h"
 
@@ -28,7 +30,7 @@ class exchange {
     exchange& operator=(const exchange&) = delete;
 
     // Hands over the whole command. 0 also when the service has closed its side, since its reply may be there.
-    int send(const unsigned char* bytes, std::size_t size);
+    int send(std::vector<iovec> pieces);
 
     // Reads the next message, which stays until the one after it. It ends with silence, with the connection's end, or
     // when the buffer is full.

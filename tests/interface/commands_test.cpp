@@ -202,19 +202,27 @@ TEST(Commands, failWithACodeOtherThanZero) {
     EXPECT_EQ(seen.size(), 26u);
 }
 
+// Around the size from which payloads are sent from where they lie, more of them than fit one write, and a large one.
 TEST(Commands, mayBeLarge) {
-    std::vector<unsigned char> lut(65 * 65 * 65 * 3 * sizeof(float));
+    std::vector<std::size_t> sizes{4095, 4096, 65 * 65 * 65 * 3 * sizeof(float)};
+    sizes.resize(100, 5000);
+    std::vector<unsigned char> lut(sizes[2]);
     for (std::size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<unsigned char>(i * 7);
-    gradeComponent component = data_component(LUTC_KIND_LUT_3D, 1, 0);
-    component.data = lut.data();
-    component.dataSize = static_cast<int>(lut.size());
+    std::vector<gradeComponent> components;
+    std::string expected;
+    for (const std::size_t size : sizes) {
+        gradeComponent component = data_component(LUTC_KIND_LUT_3D, 1, static_cast<int>(size));
+        component.data = &lut[components.size()];
+        if (size == lut.size()) component.data = lut.data();
+        expected += (expected.empty() ? "" : ",") +
+                    ("{'typeIndex':1,'type':'3dlut','dataFormat':'f16','data':'hex:" + to_hex(component.data, size)) +
+                    "'}";
+        components.push_back(component);
+    }
     ScriptedService service({send(encoded(any_reply)), hang_up()});
-    EXPECT_EQ(live({component}), 0);
-    EXPECT_EQ(decoded(service.command()),
-              command_text("sendLive",
-                           "'resetAndApply':false,'gradeCombo':[{'typeIndex':1,'type':'3dlut',"
-                           "'dataFormat':'f16','data':'hex:" +
-                               to_hex(lut.data(), lut.size()) + "'}]"));
+    EXPECT_EQ(live(components), 0);
+    EXPECT_TRUE(decoded(service.command()) ==
+                command_text("sendLive", "'resetAndApply':false,'gradeCombo':[" + expected + "]"));
 }
 
 // No service is there, so that a connect fails the test.

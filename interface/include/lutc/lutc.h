@@ -43,8 +43,8 @@
  * 10. The process. No output, no environment, no signal dispositions, no threads, no SIGPIPE, no descriptor that a
  *     child inherits, and no C++ exception leaves a call.
  * 11. Memory. An answer is read into a buffer of 1 KiB (512 KiB for lutc_preset_list, 2 MiB for lutc_recv_preset), and
- *     what is handed out is copied from there. Payloads that are sent (LUT tables) are not copied but into the one
- *     encoded command, so a call that sends a table of n bytes needs n bytes and a few KiB at its peak.
+ *     what is handed out is copied from there. Payloads that are sent (LUT tables) are not copied: a call that sends
+ *     one needs a few KiB, whatever its size.
  */
 #ifndef LUTC_INTERFACE_LUTC_H
 #define LUTC_INTERFACE_LUTC_H
