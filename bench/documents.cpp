@@ -10,7 +10,7 @@
 
 #include <lutc/bsonDocument.h>
 #include "bench/peers.h"
-#include "bench/rounds.h"
+#include "bench/run.h"
 #include "bench/samples.h"
 
 namespace lutc_bench {
@@ -186,5 +186,5 @@ int main(int argc, char** argv) {
         add_growth(row);
         add_encode(row);
     }
-    return run_in_rounds(argc, argv);
+    return run_benchmarks(argc, argv);
 }

@@ -7,6 +7,7 @@ scripts/bench builds the programs and starts this.
 import argparse
 import collections
 import datetime
+import json
 import os
 import pathlib
 import platform
@@ -22,35 +23,26 @@ END = "<!-- measured: end -->"
 
 
 class Measurements:
-    """What the programs printed: for each benchmark and number of threads, its runs round by round."""
+    """What the programs measured: for each benchmark and number of threads, its repetitions."""
 
     def __init__(self):
-        self.runs = collections.defaultdict(dict)
+        self.runs = collections.defaultdict(list)
 
-    def add(self, lines):
-        for line in lines:
-            round_number, name, threads, wall, cpu, size = line.rstrip("\n").split("\t")
-            self.runs[name, int(threads)][int(round_number)] = (float(wall), float(cpu), float(size))
+    def add(self, report):
+        for run in json.loads(report)["benchmarks"]:
+            if run.get("error_occurred"):
+                sys.exit(f"bench: {run['name']}: {run['error_message']}")
+            if run["run_type"] == "iteration":
+                self.runs[run["run_name"].split("/real_time")[0], run["threads"]].append(run)
 
     def series(self, name, threads=1, clock="cpu", per_byte=False):
-        """The times of a benchmark, by round."""
         if (name, threads) not in self.runs:
             sys.exit(f"bench: nothing was measured for {name} with {threads} threads")
-        column = 0 if clock == "wall" else 1
-        return {r: run[column] / (run[2] if per_byte else 1) for r, run in self.runs[name, threads].items()}
-
-
-def ratios(numerator, denominator):
-    """The ratios of each round, in order of size."""
-    return sorted(numerator[r] / denominator[r] for r in numerator.keys() & denominator.keys())
+        return [run[f"{clock}_time"] / (run["bytes"] if per_byte else 1) for run in self.runs[name, threads]]
 
 
 def ratio(numerator, denominator):
-    return statistics.median(ratios(numerator, denominator))
-
-
-def sum_of(one, other):
-    return {r: one[r] + other[r] for r in one.keys() & other.keys()}
+    return statistics.median(numerator) / statistics.median(denominator)
 
 
 def number(value):
@@ -117,36 +109,51 @@ def calls(m, memory, system_calls):
     for name in CALLS:
         used = memory[name]
         transferred = max(used["command"], used["reply"])
-        wall, cpu = (ratio(m.series(f"{name}/lutc", clock=clock), m.series(f"{name}/bare", clock=clock))
-                     for clock in ("wall", "cpu"))
-        rows.append([f"`{name}`", f"{transferred:,}", number(wall), number(cpu), str(used["allocations"]),
+        real, cpu = (ratio(m.series(f"{name}/lutc", clock=clock), m.series(f"{name}/bare", clock=clock))
+                     for clock in ("real", "cpu"))
+        rows.append([f"`{name}`", f"{transferred:,}", number(real), number(cpu), str(used["allocations"]),
                      f"{used['peak']:,}", number(used["peak"] / transferred),
-                     system_calls.get(f"{name}/lutc", "not counted"), system_calls.get(f"{name}/bare", "not counted")])
+                     system_calls(f"{name}/lutc"), system_calls(f"{name}/bare")])
     return table(("call", "bytes of the larger message", "wall, x bare", "CPU, x bare", "allocations",
                   "peak heap, bytes", "peak heap, x message", "system calls", "system calls, bare"), rows)
+
+
+def default_malloc(used):
+    rows = []
+    for name in CALLS:
+        own, bare = used[f"{name}/lutc"], used[f"{name}/bare"]
+        rows.append([f"`{name}`", number(own[0]), number(bare[0]), number(own[1] / bare[1]) if bare[1] else ""])
+    return table(("call", "page faults", "page faults, bare", "CPU, x bare"), rows)
 
 
 def parallel(m):
     rows = []
     for name in CALLS:
-        own, bare = ({n: m.series(f"parallel/{name}/{who}", n, "wall") for n in THREADS} for who in ("lutc", "bare"))
+        own, bare = ({n: m.series(f"parallel/{name}/{who}", n, "real") for n in THREADS} for who in ("lutc", "bare"))
         rows.append([f"`{name}`"] + [number(ratio(own[n], bare[n])) for n in THREADS] +
                     [number(ratio(own[1], own[n])) for n in THREADS[1:]])
     return table(("call",) + tuple(f"{n} thread{'s' * (n > 1)}, x bare" for n in THREADS) +
                  tuple(f"calls/s of {n} threads, x one" for n in THREADS[1:]), rows)
 
 
-def faster(m, what, own, against, other, goal):
-    reached = ratios(m.series(other), m.series(own))
-    return what, against, f"at least {goal:g} x as fast", reached, statistics.median(reached) >= goal
+def goal(what, against, bound, reached, spread, met):
+    return [what, against, bound, f"{number(reached)} x", spread, "yes" if met else "**no**"]
 
 
-def within(m, what, own, against, other, goal, clock="cpu", per_byte=False):
-    reached = ratios(m.series(own, clock=clock, per_byte=per_byte), m.series(other, clock=clock, per_byte=per_byte))
-    return what, against, f"within {goal:g} x", reached, statistics.median(reached) <= goal
+def middle_half(numerator, denominator):
+    """Of the ratios of one repetition each; a spread, not what is compared."""
+    reached = sorted(a / b for a, b in zip(numerator, denominator))
+    return f"{number(reached[len(reached) // 4])} to {number(reached[-1 - len(reached) // 4])}"
 
 
-# Each goal: what, against, the goal, the ratios that were reached, whether it is met.
+def faster(m, what, own, against, other, bound):
+    pair = m.series(other), m.series(own)
+    return goal(what, against, f"at least {bound:g} x as fast", ratio(*pair), middle_half(*pair), ratio(*pair) >= bound)
+
+
+def within(m, what, own, against, other, bound, clock="cpu", per_byte=False):
+    pair = (m.series(own, clock=clock, per_byte=per_byte), m.series(other, clock=clock, per_byte=per_byte))
+    return goal(what, against, f"within {bound:g} x", ratio(*pair), middle_half(*pair), ratio(*pair) <= bound)
 
 
 def document_goals(m):
@@ -171,11 +178,11 @@ def call_goals(m, memory):
     sent = memory["lutc_send_preset"]
     peak = sent["peak"] / sent["command"]
     return [
-        within(m, "small call, wall time", *small, 1.1, "wall"),
+        within(m, "small call, wall time", *small, 1.1, "real"),
         within(m, "small call, client CPU", *small, 1.3),
         within(m, "`lutc_preset_list`, client CPU", "lutc_preset_list/lutc",
                "one decode of that reply, and the records", "records/lutc_preset_list", 1.2),
-        ("`lutc_send_preset`, peak heap beyond the caller's", "the encoded command", "at most 3 x", [peak], peak <= 3)]
+        goal("`lutc_send_preset`, peak heap beyond the caller's", "the encoded command", "at most 3 x", peak, "", peak <= 3)]
 
 
 def growth_goals(m):
@@ -186,18 +193,12 @@ def growth_goals(m):
 
 
 def goal_table(goals):
-    rows = []
-    for what, against, goal, reached, met in goals:
-        quarter = len(reached) // 4
-        rows.append([what, against, goal, f"{number(statistics.median(reached))} x",
-                     f"{number(reached[quarter])} to {number(reached[-1 - quarter])}" if len(reached) > 1 else "",
-                     "yes" if met else "**no**"])
-    return table(("what", "against", "goal", "reached", "middle half of the rounds", "met"), rows)
+    return table(("what", "against", "goal", "reached", "middle half of the repetitions", "met"), goals)
 
 
 def floor_of_list(m):
     """What lutc_preset_list takes beside the least that it must do: exchange, decode, records."""
-    least = sum_of(m.series("records/lutc_preset_list"), m.series("lutc_preset_list/bare"))
+    least = [sum(pair) for pair in zip(m.series("records/lutc_preset_list"), m.series("lutc_preset_list/bare"))]
     return (f"`lutc_preset_list` takes {number(ratio(m.series('lutc_preset_list/lutc'), least))} x the client CPU of the "
             "bare exchange, one decode of the reply and the records together.")
 
@@ -216,26 +217,12 @@ def machine(programs):
 
 
 def run(command, cores):
-    """The lines that the program writes to standard output."""
+    """What the program writes to standard output."""
     done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, text=True, check=False,
                           preexec_fn=lambda: os.sched_setaffinity(0, cores))
     if done.returncode != 0:
         sys.exit(f"bench: {pathlib.Path(command[0]).name} failed")
-    return done.stdout.splitlines()
-
-
-def count_system_calls(program, name, times):
-    """System calls of the client for one call, or None where strace is missing or not permitted."""
-    lines = []
-    with tempfile.TemporaryDirectory() as folder:
-        for count in (times, 2 * times):
-            trace = pathlib.Path(folder, "trace")
-            done = subprocess.run(["strace", "-qq", "-e", "signal=none", "-o", trace, program, f"--call={name}",
-                                   f"--times={count}"], check=False)
-            if done.returncode != 0:
-                return None
-            lines.append(len(trace.read_text(errors="replace").splitlines()))
-    return number((lines[1] - lines[0]) / times)
+    return done.stdout
 
 
 class Bench:
@@ -248,12 +235,13 @@ class Bench:
         self.one_core = {max(self.every_core)}
         self.measurements = Measurements()
 
-    def time(self, program, rounds, seconds, cores, *options):
-        """rounds: of all benchmarks; seconds: at least, of each benchmark in each round."""
+    def time(self, program, repetitions, seconds, cores, *options):
+        """All benchmarks that often, in random order, each for that many seconds at least."""
         if self.quick:
-            rounds, seconds = 1, 0.0001
-        self.measurements.add(run([self.programs / program, f"--rounds={rounds}",
-                                   f"--benchmark_min_time={seconds}", *options], cores))
+            repetitions, seconds = 1, 0.0001
+        self.measurements.add(run([self.programs / program, f"--benchmark_repetitions={repetitions}",
+                                   f"--benchmark_min_time={seconds}", "--benchmark_enable_random_interleaving=true",
+                                   "--benchmark_format=json", *options], cores))
 
     def time_documents(self):
         self.time("lutc-bench-documents", 11, 0.03, self.one_core)
@@ -264,23 +252,41 @@ class Bench:
 
     def heap_use(self):
         used = {}
-        for line in run([self.programs / "lutc-bench-memory"], self.every_core):
+        for line in run([self.programs / "lutc-bench-memory"], self.every_core).splitlines():
             name, *numbers = line.split("\t")
             used[name] = dict(zip(("allocations", "peak", "command", "reply"), map(int, numbers)))
         return used
 
-    def system_calls(self):
-        if not shutil.which("strace"):
-            return {}
-        counts = {name: count_system_calls(self.programs / "lutc-bench-calls", name, 2 if self.quick else 10)
-                  for name in (f"{call}/{who}" for call in CALLS for who in ("lutc", "bare"))}
-        return {name: count for name, count in counts.items() if count is not None}
+    def call(self, name, times):
+        """Command line for 2 x times calls."""
+        return [self.programs / "lutc-bench-calls", "--call", *name.split("/"), str(times)]
+
+    def with_default_malloc(self):
+        """For each call and client: page faults and processor time of a call; medians of five runs, in turn."""
+        names = [f"{call}/{who}" for call in CALLS for who in ("lutc", "bare")]
+        runs = [{name: run(self.call(name, 2 if self.quick else 20), self.one_core).split() for name in names}
+                for _ in range(1 if self.quick else 5)]
+        return {name: [statistics.median(float(each[name][column]) for each in runs) for column in (0, 1)]
+                for name in names}
+
+    def system_calls(self, name):
+        """Of the client for one call; not counted where strace is missing or not permitted."""
+        lines, times = [], 1 if self.quick else 5
+        with tempfile.TemporaryDirectory() as folder:
+            trace = pathlib.Path(folder, "trace")
+            for count in (times, 2 * times):
+                words = ["strace", "-qq", "-e", "signal=none", "-o", trace, *self.call(name, count)]
+                if not shutil.which("strace") or subprocess.run(words, check=False, stdout=subprocess.DEVNULL).returncode:
+                    return "not counted"
+                lines.append(trace.read_text(errors="replace").count("\n"))
+        return number((lines[1] - lines[0]) / (2 * times))
 
 
 DOCUMENTS_NOTE = "CPU time of each in terms of lutc's: 2 means twice lutc's time, 0.5 half of it."
 DEPTH_NOTE = "CPU time for each byte, in terms of that at depth 10. The number of bytes and of documents is the same."
 ROW_NOTE = "The same for elements beside each other, in terms of 1,000 of them."
 CALLS_NOTE = "One thread; client and service share one core. Peak heap includes what is handed to the caller."
+MALLOC_NOTE = "With malloc as it is by default, in the steady state: after 20 calls, the mean of 20 more."
 PARALLEL_NOTE = "All cores. Wall time of a call in terms of the bare client's from as many threads."
 
 
@@ -296,7 +302,8 @@ def whole_report(bench):
     m, memory = bench.measurements, bench.heap_use()
     return ["### Goals", goal_table(document_goals(m) + call_goals(m, memory) + growth_goals(m)), floor_of_list(m),
             *document_report(m),
-            "### Calls", CALLS_NOTE, calls(m, memory, bench.system_calls()),
+            "### Calls", CALLS_NOTE, calls(m, memory, bench.system_calls),
+            MALLOC_NOTE, default_malloc(bench.with_default_malloc()),
             "### Calls in parallel", PARALLEL_NOTE, parallel(m)]
 
 

@@ -129,23 +129,25 @@ bool fill_record(const bsonDocument& entry, presetEntry& record) {
 
 }  // namespace
 
-std::vector<scenario> record_scenarios(service& service) {
-    const auto held = std::make_shared<held_preset>();
-    const auto large_table = std::make_shared<bytes>(table(65 * 65 * 65 * 3 * sizeof(float)));
+std::vector<scenario> record_scenarios(service& service, const std::string& wanted) {
+    // Never freed, for freeing a large block changes how malloc treats the next ones.
+    static const auto* const held = new held_preset;
+    static auto* const large_table = new bytes(table(65 * 65 * 65 * 3 * sizeof(float)));
     const std::size_t small = small_reply().size();
     std::vector<scenario> all;
     const auto add = [&](const char* name, std::function<bool()> call, std::size_t reply_size, std::size_t capacity) {
-        all.push_back(record(service, name, std::move(call), reply_size, capacity));
+        if (wanted.empty() || wanted == name)
+            all.push_back(record(service, name, std::move(call), reply_size, capacity));
     };
     add(
         "lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }, small, lutc_calls::small_reply);
     add("lutc_preset_list", list_presets, preset_list().size(), lutc_calls::preset_list_reply);
     add("lutc_recv_preset", receive_preset, preset().size(), lutc_calls::preset_reply);
     add(
-        "lutc_send_preset", [held] { return held->send(); }, small, lutc_calls::small_reply);
+        "lutc_send_preset", [] { return held->send(); }, small, lutc_calls::small_reply);
     add(
         "lutc_send_lut",
-        [large_table] {
+        [] {
             return lutc_send_lut(1, 1, false, "3dlut", "float", large_table->data(),
                                  static_cast<int>(large_table->size())) == 0;
         },

@@ -21,7 +21,7 @@ struct scenario {
 };
 
 // Records what each call sends, and starts the service.
-std::vector<scenario> record_scenarios(service& service);
+std::vector<scenario> record_scenarios(service& service, const std::string& wanted = {});
 
 // The exchange alone: true when the whole reply is in the buffer, which has the capacity at least.
 bool bare_call(const scenario& scenario, bytes& buffer);

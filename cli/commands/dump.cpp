@@ -5,8 +5,8 @@
 #include "bson/validator.h"
 #include "bson/wire_format.h"
 #include "cli/commands/commands.h"
-#include "cli/console/files.h"
 #include "cli/commands/document_json.h"
+#include "cli/console/files.h"
 
 namespace lutc_cli {
 namespace {

@@ -5,8 +5,8 @@
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
 #include "cli/console/files.h"
-#include "cli/presets/grade_file.h"
 #include "cli/console/service.h"
+#include "cli/presets/grade_file.h"
 #include "colour/plot.h"
 
 namespace lutc_cli {

@@ -4,8 +4,8 @@
 
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
-#include "cli/presets/library.h"
 #include "cli/console/service.h"
+#include "cli/presets/library.h"
 
 namespace lutc_cli {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <lutc/lutc.h>
 #include "cli/commands/commands.h"
+#include "cli/console/service.h"
 #include "cli/presets/backup.h"
 #include "cli/presets/library.h"
-#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {

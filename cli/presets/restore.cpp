@@ -4,11 +4,11 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "cli/console/service.h"
 #include "cli/presets/backup.h"
 #include "cli/presets/json_value.h"
 #include "cli/presets/library.h"
 #include "cli/presets/progress.h"
-#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {
