@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "colour/pattern.h"
+
 namespace {
 
 using namespace colour;
@@ -62,6 +64,16 @@ TEST(Grade, ViewsAndTheLegalRange) {
     };
     for (const auto& [view, expected] : cases) EXPECT_EQ(read_row(grade_rows(row, steps, view)), expected);
     EXPECT_EQ(read_row(grade_rows(row, {steps[1]}, {{}, {}, true})), read_row(row));  // nothing runs
+}
+
+TEST(Pattern, IsDrawnFromLeftToRight) {
+    const auto draw = [](const char* name, std::size_t width) {
+        return read_row(draw_pattern({name, 0, {}, {}}, width, 1));
+    };
+    EXPECT_EQ(draw("bars", 8), (std::vector<std::uint16_t>{65535, 49151, 0, 0, 49151, 49151, 0, 0}));
+    EXPECT_EQ(draw("ramp", 4), (std::vector<std::uint16_t>{0, 21845, 43690, 65535}));
+    EXPECT_EQ(draw("zoneplate", 3), (std::vector<std::uint16_t>{49151, 65535, 49151}));
+    EXPECT_FALSE(is_pattern("Bars"));
 }
 
 TEST(Image, IsScaledDownByAreas) {

@@ -89,12 +89,14 @@ class Grades(WithPreview):
 
     def test_what_can_not_run_is_an_error(self):
         table = {"type": "1dlut", "dataFormat": "uint16-le", "file": "table.bin"}
-        cases = [({**table, "dataFormat": "uint16-le-red-fastest"}, 12, "format"), ({**table, "dataFormat": "text"}, 12, "format"),
+        cases = [({**table, "dataFormat": "uint16-le-red-fastest"}, 12, "format"),
+                 ({**table, "dataFormat": "text"}, 12, "format"),
                  (table, 13, "13 bytes"), (table, 6, "6 bytes"), (table, 6 * 65537, "bytes"),
                  ({**table, "type": "3dlut", "dataFormat": "uint16"}, 6 * 9, "54 bytes"),
                  ({**table, "dataFormat": "float32-le"}, b"\0\0\x80\x7f" * 6, "not finite"),
                  ({"type": "cdl", "file": "table.bin"}, 80, "bytes"),
-                 ({"type": "cdl", "slope": [1, -0.1, 1]}, 0, "slope"), ({"type": "cdl", "power": [1, 1, 0]}, 0, "power"),
+                 ({"type": "cdl", "slope": [1, -0.1, 1]}, 0, "slope"),
+                 ({"type": "cdl", "power": [1, 1, 0]}, 0, "power"),
                  ({"type": "saturation", "saturation": -0.1}, 0, "saturation"),
                  ({"type": "tpg", "patternType": "snow", "videoFormat": 1}, 0, "snow")]
         for component, content, complaint in cases:
@@ -127,18 +129,19 @@ class Grades(WithPreview):
 class Pictures(WithPreview):
     def test_every_kind_of_png(self):
         file = self.write("nothing.json", '{"components": []}')
-        colours = bytes(GENERATOR.randrange(256) for _ in range(48))
-        for kind, depth, interlaced in [(kind, depth, interlaced) for kind in png.CHANNELS for interlaced in (False, True)
-                                        for depth in {"grey": (1, 2, 4, 8, 16), "palette": (1, 2, 4)}.get(kind, (8, 16))]:
-            with self.subTest(kind=kind, depth=depth, interlaced=interlaced):
-                rows = [[tuple(GENERATOR.randrange(2 ** depth) for _ in range(png.CHANNELS[kind][1])) for _ in range(13)]
+        colours = bytes(GENERATOR.randrange(256) for _ in range(768))
+        for kind, (_, samples, depths) in png.KINDS.items():
+            for depth, interlaced in itertools.product(depths, (False, True)):
+                rows = [[tuple(GENERATOR.randrange(2 ** depth) for _ in range(samples)) for _ in range(13)]
                         for _ in range(11)]
                 seen = {"palette": lambda pixel: tuple(colours[3 * pixel[0]:3 * pixel[0] + 3]),
                         "rgb": tuple, "rgba": lambda pixel: pixel[:3]}.get(kind, lambda pixel: tuple(
                             pixel[:1] if depth >= 8 else [pixel[0] * 255 // (2 ** depth - 1)]) * 3)
-                chunks = png.chunk(b"PLTE", colours) + png.chunk(b"tRNS", b"\0\x80") if kind == "palette" else b""
-                self.assertEqual(self.preview(file, png.written(rows, depth, kind, interlaced, chunks)),
-                                 (max(depth, 8), [list(map(seen, row)) for row in rows]))
+                chunks = (png.chunk(b"PLTE", colours[:3 * 2 ** depth]) + png.chunk(b"tRNS", b"\0\x80")
+                          if kind == "palette" else b"")
+                with self.subTest(kind=kind, depth=depth, interlaced=interlaced):
+                    self.assertEqual(self.preview(file, png.written(rows, depth, kind, interlaced, chunks)),
+                                     (max(depth, 8), [list(map(seen, row)) for row in rows]))
 
     def test_bad_pictures(self):
         file = self.write("nothing.json", '{"components": []}')

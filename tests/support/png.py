@@ -3,7 +3,8 @@ import itertools
 import struct
 import zlib
 
-CHANNELS = {"grey": (0, 1), "rgb": (2, 3), "palette": (3, 1), "grey-alpha": (4, 2), "rgba": (6, 4)}
+KINDS = {"grey": (0, 1, (1, 2, 4, 8, 16)), "rgb": (2, 3, (8, 16)), "palette": (3, 1, (1, 2, 4, 8)),
+         "grey-alpha": (4, 2, (8, 16)), "rgba": (6, 4, (8, 16))}  # number, samples a pixel, bits a sample
 ADAM7 = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
 
 
@@ -12,7 +13,7 @@ def chunk(kind, body):
 
 
 def header(width, height, depth, kind, interlaced):
-    body = struct.pack(">IIBBBBB", width, height, depth, CHANNELS[kind][0], 0, 0, interlaced)
+    body = struct.pack(">IIBBBBB", width, height, depth, KINDS[kind][0], 0, 0, interlaced)
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", body)
 
 
@@ -31,7 +32,7 @@ def written(rows, depth, kind="rgb", interlaced=False, chunks=b""):
 
 def read(data):
     """The depth and the rows of an RGB picture that isn't interlaced."""
-    assert data[:8] == b"\x89PNG\r\n\x1a\n"
+    assert data[:8] == b"\x89PNG\r\n\x1a\n" and data.endswith(chunk(b"IEND", b""))
     at, compressed = 8, b""
     while at < len(data):
         length, kind = struct.unpack(">I4s", data[at:at + 8])
