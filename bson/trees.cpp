@@ -1,5 +1,5 @@
-// Where elements and documents are made and destroyed: one by one, and whole trees of them when they are decoded, copied
-// and cleared. It is one file so that the loops over trees have all of it inline.
+// Where elements and documents are made and destroyed: one by one, and whole trees of them when they are decoded,
+// copied and cleared. It is one file so that the loops over trees have all of it inline.
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -58,8 +58,8 @@ void bsonDocument::clearMessage() noexcept {
     ownsMessage = true;
 }
 
-// Depth first, without recursion or memory: while an embedded document is destroyed, the element that holds it refers to
-// the document above instead.
+// Depth first, without recursion or memory: while an embedded document is destroyed, the element that holds it refers
+// to the document above instead.
 void bsonDocument::clearElementList() noexcept {
     bsonDocument* here = this;
     bsonDocument* above = nullptr;

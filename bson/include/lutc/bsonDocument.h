@@ -6,16 +6,16 @@
 //    (ownsValue, ownsMessage) says whether the object releases it. A buffer held with the flag clear is borrowed: its
 //    owner keeps it alive and unchanged for as long as the object refers to it. A null pointer with a size reads as
 //    no bytes.
-// 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding and copying take their
-//    memory in blocks of up to 1024 objects; a block goes with the last of its objects.) A document owns the elements of its
-//    list; an element owns its embedded document when ownsDocument is set and merely refers to it otherwise.
-//    A document must not contain itself, directly or through elements that refer to it.
+// 2. Elements and documents are created with new and destroyed with delete, one by one. (Decoding and copying take
+//    their memory in blocks of up to 1024 objects; a block goes with the last of its objects.) A document owns the
+//    elements of its list; an element owns its embedded document when ownsDocument is set and merely refers to it
+//    otherwise. A document must not contain itself, directly or through elements that refer to it.
 // 3. The message and the element list of a document are independent. Encoding rewrites the message from the list,
 //    decoding rewrites the list from the message; nothing else brings them together.
-// 4. Out of memory: std::bad_alloc. Nothing is leaked, and every object involved can still be used and destroyed.
-//    Clearing and destroying allocate nothing and never throw. No operation recurses on the depth of a document, and
-//    all but convertElementListToMessage (see there) and the indentation of debugPrint take time and memory linear in
-//    its size.
+// 4. Out of memory: std::bad_alloc, or null from new (std::nothrow) when the object itself finds no memory. Nothing
+//    is leaked, and every object involved can still be used and destroyed. Clearing and destroying allocate nothing
+//    and never throw. No operation recurses on the depth of a document, and all but convertElementListToMessage (see
+//    there) and the indentation of debugPrint take time and memory linear in its size.
 // 5. Nothing is shared between objects except borrowed buffers and documents, and there are no locks: one object is
 //    used by one thread at a time.
 // 6. Keys are free of zero bytes. They match when they have the same length and the same bytes. An occurrence counts
@@ -308,11 +308,11 @@ class LUTC_BSON_EXPORT bsonDocument {
     // When memory runs out, this document keeps its message, and each embedded document has its old or its new one.
     void convertElementListToMessage();
 
-    // Whether the bytes are one complete, well-formed document: a key that no zero byte ends is refused, a type byte that
-    // is not in the table above passes as a kind without a body, and so does a text of length 0, without a zero byte.
-    // isArray: the keys must also be the element indices "0", "1", ... in order, as arrays inside the document always
-    // must. They are read as numbers: white space and a sign may stand in front, reading stops at the first character that
-    // is no digit, and no digits are 0.
+    // Whether the bytes are one complete, well-formed document. A key that no zero byte ends is refused. A type byte
+    // that is not in the table above passes, as a kind without a body; so does a text of length 0, which has no zero
+    // byte. isArray: the keys must also be the element indices "0", "1", ... in order, as those of every array inside
+    // the document must. They are read as numbers: white space and a sign may stand in front, reading stops at the
+    // first character that is no digit, and no digits are 0.
     static bool isMessageValid(const unsigned char* bytes, std::uint32_t size, bool isArray);
 
     // Replaces the element list with the elements decoded from the message. Returns 1 on success; 0 when validate is
