@@ -86,9 +86,9 @@ void run(int argc, char** argv) {
     }
 }
 
-int fail(int code, const std::exception& error) {
-    lutc_cli::print_error(error.what());
-    return code;
+int fail(const lutc_cli::failure& reason) {
+    lutc_cli::print_error(reason.what());
+    return reason.code();
 }
 
 }  // namespace
@@ -97,11 +97,9 @@ int main(int argc, char** argv) {
     try {
         run(argc, argv);
         return lutc_cli::exit_done;
-    } catch (const lutc_cli::failure& error) {
-        return fail(error.code(), error);
     } catch (const colour::content_error& error) {
-        return fail(lutc_cli::exit_usage, error);
+        return fail({lutc_cli::exit_usage, error.what()});
     } catch (const std::exception& error) {
-        return fail(lutc_cli::exit_refused, error);
+        return fail(lutc_cli::explain(error));
     }
 }

@@ -1,7 +1,6 @@
 // lutc client
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
-#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {
@@ -17,10 +16,7 @@ struct client_options {
         client.add_text("--serial", serial, "Its serial");
     }
 
-    void run() const {
-        require_success("client", lutc_client_info(model.c_str(), version ? version->c_str() : nullptr,
-                                                   serial ? serial->c_str() : nullptr));
-    }
+    void run() const { lutc::client_info(model, version, serial); }
 };
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include <charconv>
 #include <cmath>
 
-#include <lutc/lutc.h>
-
 namespace lutc_cli {
 namespace {
 
@@ -49,6 +47,14 @@ command command::add_group(const char* name, const char* description) const {
 
 command command::add_command(const char* name, const char* description) const {
     return command(app_->add_subcommand(name, description), style_);
+}
+
+std::string command::full_name() const {
+    std::string name = app_->get_name();
+    for (const CLI::App* group = app_->get_parent(); group->get_parent() != nullptr; group = group->get_parent()) {
+        name = group->get_name() + " " + name;
+    }
+    return name;
 }
 
 void command::set_callback(std::function<void()> callback) const { app_->callback(std::move(callback)); }
@@ -119,8 +125,10 @@ void command::add_preset(preset_selector& preset) const {
 
 std::string preset_selector::describe() const {
     if (!is_given()) throw failure(exit_usage, "which preset? Give --name or --index");
-    return name ? "preset '" + *name + "'" : "preset " + std::to_string(index);
+    return name ? quote(*name) : "preset " + std::to_string(index);
 }
+
+std::string quote(const std::string& text) { return "'" + text + "'"; }
 
 void check_preset_name(const std::string& name) {
     if (name.size() > LUTC_PRESET_NAME_SIZE) {

@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <vector>
 
+#include <lutc/lutc.hpp>
 #include "cli/console/output.h"
 
 namespace CLI {
@@ -26,9 +27,11 @@ struct preset_selector {
     int index = 0;
 
     bool is_given() const { return name || index > 0; }
-    const char* name_or_null() const { return name ? name->c_str() : nullptr; }
+    lutc::preset_ref ref() const { return name ? lutc::preset_ref(*name) : lutc::preset_ref(index); }
     std::string describe() const;  // for messages; throws failure when neither was given
 };
+
+std::string quote(const std::string& text);  // for messages
 
 // Throws failure for a name of more than 32 bytes, or with a zero byte.
 void check_preset_name(const std::string& name);
@@ -52,11 +55,12 @@ class command {
     // A command that calls action and prints the JSON that it returns; null and nothing at all are "done".
     template <class Action>
     void add(const char* name, const char* description, const Action& action) const {
-        add_command(name, description).set_action(action);
+        const command added = add_command(name, description);
+        added.set_action([action, name = added.full_name()] { return attempt([&] { return name; }, action); });
     }
 
     // A command whose arguments are members of Options: declare(const command&) adds them, run() is its action;
-    // run(const output_style&) prints its result itself.
+    // run(const output_style&) prints its result itself. subject(), if there is one, names in failures what it acts on.
     template <class Options>
     void add(const char* name, const char* description) const {
         const auto options = std::make_shared<Options>();
@@ -65,7 +69,9 @@ class command {
         if constexpr (std::is_invocable_v<decltype(&Options::run), Options&, const output_style&>) {
             added.set_callback([options, &style = style_] { options->run(style); });
         } else {
-            added.set_action([options] { return options->run(); });
+            added.set_action([options, name = added.full_name()] {
+                return attempt([&] { return name + subject_of(*options, 0); }, [&] { return options->run(); });
+            });
         }
     }
 
@@ -87,6 +93,16 @@ class command {
   private:
     command add_command(const char* name, const char* description) const;
     void set_callback(std::function<void()> callback) const;
+    std::string full_name() const;  // with the groups that it is in
+
+    template <class Options>
+    static auto subject_of(const Options& options, int) -> decltype(options.subject()) {
+        return ": " + options.subject();
+    }
+    template <class Options>
+    static std::string subject_of(const Options&, long) {
+        return {};
+    }
 
     template <class Action>
     void set_action(const Action& action) const {

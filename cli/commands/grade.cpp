@@ -1,11 +1,9 @@
 // lutc grade combination|lut|cdl|saturation|live|plot (preview has a file of its own)
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
 #include "cli/console/files.h"
-#include "cli/console/service.h"
 #include "cli/presets/grade_file.h"
 #include "colour/plot.h"
 
@@ -39,9 +37,7 @@ struct combination_options {
         target.declare(to);
     }
 
-    void run() const {
-        require_success("grade combination", lutc_send_combination(target.channel, target.reset, combination));
-    }
+    void run() const { lutc::send_combination(target.channel, combination, {target.reset}); }
 };
 
 struct lut_options {
@@ -59,10 +55,9 @@ struct lut_options {
     }
 
     void run() const {
-        std::vector<unsigned char> data = read_file(file, payload_limit);
+        const std::vector<unsigned char> data = read_file(file, payload_limit);
         if (data.empty()) throw failure(exit_usage, file + ": holds no table");
-        require_success("grade lut", lutc_send_lut(target.channel, target.slot, target.reset, type.c_str(),
-                                                   format.c_str(), data.data(), static_cast<int>(data.size())));
+        lutc::send_lut(target.channel, type, format, data, {target.slot, target.reset});
     }
 };
 
@@ -96,12 +91,8 @@ struct cdl_options {
 
     ordered_json run() const {
         const colour::cdl_values values = source.read();
-        cdl record = {};
-        std::copy_n(values.slope.data(), 3, record.slope);
-        std::copy_n(values.offset.data(), 3, record.offset);
-        std::copy_n(values.power.data(), 3, record.power);
-        record.saturation = values.saturation;
-        require_success("grade cdl", lutc_send_cdl(target.channel, target.slot, target.reset, &record));
+        lutc::send_cdl(target.channel, {values.slope, values.offset, values.power, values.saturation, target.slot},
+                       {target.reset});
         if (!source.file) return nullptr;
         return {{"slope", values.slope},
                 {"offset", values.offset},
@@ -120,10 +111,7 @@ struct saturation_options {
         target.declare(to);
     }
 
-    void run() const {
-        require_success("grade saturation",
-                        lutc_send_saturation(target.channel, target.slot, target.reset, saturation));
-    }
+    void run() const { lutc::send_saturation(target.channel, {saturation, target.slot}, {target.reset}); }
 };
 
 struct live_options {
@@ -138,10 +126,9 @@ struct live_options {
     }
 
     void run() const {
-        grade_file grade = read_grade_file(file, grade_use::live);
-        const std::vector<gradeComponent> records = list_records(grade);
-        require_success("grade live", lutc_send_live(target.channel, combination > 0 ? combination : grade.combination,
-                                                     target.reset, records.data(), static_cast<int>(records.size())));
+        const grade_file grade = read_grade_file(file, grade_use::live);
+        lutc::send_live(target.channel, grade.components,
+                        {combination > 0 ? combination : grade.combination, target.reset});
     }
 };
 

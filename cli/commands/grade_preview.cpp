@@ -19,22 +19,27 @@ namespace {
 
 using colour::image_rows;
 
-colour::cdl_values convert(const cdl& record) {
-    colour::cdl_values values;
-    std::copy_n(record.slope, 3, values.slope.begin());
-    std::copy_n(record.offset, 3, values.offset.begin());
-    std::copy_n(record.power, 3, values.power.begin());
-    values.saturation = record.saturation;
-    return values;
+image_rows draw(const lutc::test_pattern& wanted, const image_rows& before) {
+    colour::test_pattern pattern;
+    pattern.name = wanted.type;
+    pattern.square_size = wanted.size;
+    std::copy(wanted.foreground.begin(), wanted.foreground.end(), pattern.foreground.begin());
+    std::copy(wanted.background.begin(), wanted.background.end(), pattern.background.begin());
+    return colour::draw_pattern(pattern, before.width, before.height);
 }
 
-colour::test_pattern convert(const file_component& component) {
-    colour::test_pattern pattern;
-    pattern.name = component.pattern_type;
-    pattern.square_size = component.pattern.squareSize;
-    std::copy_n(component.pattern.fgColor, 3, pattern.foreground.begin());
-    std::copy_n(component.pattern.bgColor, 3, pattern.background.begin());
-    return pattern;
+// It refers to the bytes of the component.
+colour::grade_component convert(const lutc::component& component) {
+    colour::grade_component converted;
+    converted.type = type_of(component);
+    converted.data = data_of(component);
+    converted.data_format = format_of(component);
+    if (const auto* const cdl = std::get_if<lutc::cdl_values>(&component)) {
+        converted.values = {cdl->slope, cdl->offset, cdl->power, cdl->saturation};
+    } else if (const auto* const saturation = std::get_if<lutc::saturation>(&component)) {
+        converted.values.emplace().saturation = saturation->value;
+    }
+    return converted;
 }
 
 // The pictures before and after.
@@ -56,19 +61,15 @@ preview grade(const std::string& name, image_rows before, const std::vector<colo
 preview grade_by_file(const std::string& file, image_rows before) {
     const grade_file content = read_grade_file(file, grade_use::live);
     std::vector<colour::grade_component> components;
-    for (const file_component& component : content.components) {
-        if (component.kind == LUTC_KIND_TEST_PATTERN) {
-            if (!colour::is_pattern(component.pattern_type)) {
-                throw failure(exit_usage, file + ": no pattern is named '" + component.pattern_type + "'");
-            }
-            before = colour::draw_pattern(convert(component), before.width, before.height);
-            continue;
+    for (const lutc::component& component : content.components) {
+        const auto* const pattern = std::get_if<lutc::test_pattern>(&component);
+        if (pattern == nullptr) {
+            components.push_back(convert(component));
+        } else if (colour::is_pattern(pattern->type)) {
+            before = draw(*pattern, before);
+        } else {
+            throw failure(exit_usage, file + ": no pattern is named '" + pattern->type + "'");
         }
-        colour::grade_component& added = components.emplace_back();
-        added.type = component.type();
-        added.data_format = component.data_format;
-        added.data = &component.data;
-        if (component.values) added.values = convert(*component.values);
     }
     return grade(file, std::move(before), components);
 }

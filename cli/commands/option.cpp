@@ -1,38 +1,34 @@
 // lutc option get|set
 #include <nlohmann/json.hpp>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
-#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {
 
-// An answer has at most 1024 bytes, so its text always fits with its terminator.
-constexpr std::uint32_t value_buffer_size = 1025;
-
 struct get_options {
     std::string name;
 
+    std::string subject() const { return quote(name); }
+
     void declare(const command& get) { get.add_text("option", name, "Its name").require(); }
 
-    nlohmann::ordered_json run() const {
-        char value[value_buffer_size] = {};
-        require_success("option get " + name, lutc_get_option(name.c_str(), value, value_buffer_size));
-        return {{"name", name}, {"value", value}};
-    }
+    nlohmann::ordered_json run() const { return {{"name", name}, {"value", lutc::get_option(name)}}; }
 };
 
 struct set_options {
     std::string name;
     std::string value;
 
+    std::string subject() const { return quote(name); }
+
     void declare(const command& set) {
         set.add_text("option", name, "Its name").require();
         set.add_text("value", value, "Its new value; after -- it may begin with a dash").require();
     }
 
-    void run() const { require_success("option set " + name, lutc_set_option(name.c_str(), value.c_str())); }
+    void run() const { lutc::set_option(name, value); }
 };
 
 }  // namespace

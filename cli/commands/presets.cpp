@@ -2,11 +2,10 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
-#include "cli/console/service.h"
 #include "cli/presets/backup.h"
-#include "cli/presets/library.h"
+#include "cli/presets/download.h"
 
 namespace lutc_cli {
 namespace {
@@ -14,15 +13,15 @@ namespace {
 using nlohmann::ordered_json;
 
 ordered_json show_list() {
-    const preset_list list = list_presets("presets list");
+    const lutc::preset_library library = lutc::preset_list();
     ordered_json presets = ordered_json::array();
-    for (const listed_preset& preset : list.presets) {
+    for (const lutc::preset_entry& preset : library.presets) {
         presets.push_back({{"presetIndex", presets.size() + 1},
                            {"presetName", preset.name},
-                           {"gradeComboIndex", preset.combination_index},
-                           {"gradeCombo", preset.combination}});
+                           {"gradeComboIndex", preset.combination},
+                           {"gradeCombo", preset.components}});
     }
-    return {{"maxPresetsListSize", list.maximum}, {"presets", presets}};
+    return {{"maxPresetsListSize", library.maximum}, {"presets", presets}};
 }
 
 struct upload_options {
@@ -33,6 +32,8 @@ struct upload_options {
     bool apply = false;
     int channel = 0;
 
+    std::string subject() const { return preset.describe(); }
+
     void declare(const command& upload) {
         upload.add_path("file", file, "The grade file; - for standard input");
         upload.add_preset(preset);
@@ -42,37 +43,32 @@ struct upload_options {
         upload.add_channel(channel).need(applied);
     }
 
-    void run() const {
-        grade_file grade = read_grade_file(file, grade_use::preset);
-        preset_selector target = preset;
-        if (!target.is_given()) {
+    void run() {
+        const grade_file grade = read_grade_file(file, grade_use::preset);
+        if (!preset.is_given()) {
             if (!grade.name) throw failure(exit_usage, file + ": name: is missing; give --name or --index");
-            target.name = grade.name;
+            preset.name = grade.name;
         }
-        const std::vector<gradeComponent> records = list_records(grade);
-        require_success(
-            "presets upload: " + target.describe(),
-            lutc_send_preset(target.name_or_null(), target.index, to, combination > 0 ? combination : grade.combination,
-                             apply, channel, records.data(), static_cast<int>(records.size())));
+        lutc::send_preset(preset.ref(), grade.components,
+                          {to, combination > 0 ? combination : grade.combination, apply, channel});
     }
 };
 
-listed_preset find_preset(const std::string& task, const preset_selector& selector) {
-    const preset_list list = list_presets(task);
-    std::size_t place = 1;
-    for (const listed_preset& preset : list.presets) {
-        if (selector.name ? preset.name == *selector.name : place == static_cast<std::size_t>(selector.index)) {
-            return preset;
-        }
+lutc::preset_entry find_preset(const lutc::preset_ref& wanted) {
+    int place = 0;
+    for (const lutc::preset_entry& preset : lutc::preset_list().presets) {
         ++place;
+        if (wanted.name() ? preset.name == *wanted.name() : place == wanted.index()) return preset;
     }
-    throw failure(exit_refused, task + ": there is no such preset");
+    throw failure(exit_refused, "there is no such preset");
 }
 
 struct download_options {
     std::string file;
     preset_selector preset;
     bool yes = false;
+
+    std::string subject() const { return preset.describe(); }
 
     void declare(const command& download) {
         download.add_path("file", file, "The grade file to write");
@@ -82,9 +78,8 @@ struct download_options {
 
     ordered_json run() const {
         if (file == "-") throw failure(exit_usage, "presets download: give a file: tables are written beside it");
-        const std::string task = "presets download: " + preset.describe();
         std::vector<std::string> notices;
-        const grade_file grade = download_preset(task, find_preset(task, preset), notices);
+        const grade_file grade = download_preset(find_preset(preset.ref()), notices);
         const std::string stem = std::filesystem::path(file).stem();
         const std::vector<std::string> names = list_grade_files(file, grade, stem);
         for (const std::string& name : names) {
@@ -96,16 +91,13 @@ struct download_options {
     }
 };
 
-// What commands on one preset share. send gives its name, or null, and its index to the library's function.
+// What commands on one preset share.
 struct preset_options {
     preset_selector preset;
 
-    void declare(const command& to) { to.add_preset(preset); }
+    std::string subject() const { return preset.describe(); }
 
-    template <class Function>
-    void send(const char* task, const Function& function) const {
-        require_success(task + (": " + preset.describe()), function(preset.name_or_null(), preset.index));
-    }
+    void declare(const command& to) { to.add_preset(preset); }
 };
 
 struct delete_options : preset_options {
@@ -118,7 +110,7 @@ struct delete_options : preset_options {
 
     void run() const {
         confirm(yes, "Delete " + preset.describe() + "?");
-        send("presets delete", lutc_delete_preset);
+        lutc::delete_preset(preset.ref());
     }
 };
 
@@ -132,8 +124,7 @@ struct rename_options : preset_options {
 
     void run() const {
         check_preset_name(new_name);
-        send("presets rename",
-             [this](auto name, int index) { return lutc_rename_preset(name, index, new_name.c_str()); });
+        lutc::rename_preset(preset.ref(), new_name);
     }
 };
 
@@ -145,9 +136,7 @@ struct move_options : preset_options {
         preset_options::declare(move);
     }
 
-    void run() const {
-        send("presets move", [this](auto name, int index) { return lutc_move_preset(name, index, to); });
-    }
+    void run() const { lutc::move_preset(preset.ref(), to); }
 };
 
 struct select_options : preset_options {
@@ -158,36 +147,28 @@ struct select_options : preset_options {
         preset_options::declare(select);
     }
 
-    void run() const {
-        send("presets select", [this](auto name, int index) { return lutc_set_preset(channel, name, index); });
-    }
+    void run() const { lutc::set_preset(channel, preset.ref()); }
 };
+
+ordered_json show_choice(const lutc::preset_choice& choice) {
+    return {{"presetName", choice.name}, {"presetIndex", choice.index}};
+}
 
 struct selected_options {
     int channel = 0;
 
     void declare(const command& selected) { selected.add_channel(channel); }
 
-    ordered_json run() const {
-        char name[LUTC_PRESET_NAME_SIZE + 1] = {};
-        int index = 0;
-        require_success("presets selected", lutc_get_preset(channel, name, &index));
-        return {{"presetName", name}, {"presetIndex", index}};
-    }
+    ordered_json run() const { return show_choice(lutc::get_preset(channel)); }
 };
 
-ordered_json show_override() {
-    char name[LUTC_PRESET_NAME_SIZE + 1] = {};
-    int index = 0;
-    require_success("presets override get", lutc_get_override_preset(name, &index));
-    return {{"presetName", name}, {"presetIndex", index}};
-}
+ordered_json show_override() { return show_choice(lutc::get_override_preset()); }
 
 struct set_override_options : preset_options {
-    void run() const { send("presets override set", lutc_set_override_preset); }
+    void run() const { lutc::set_override_preset(preset.ref()); }
 };
 
-void clear_override() { require_success("presets override clear", lutc_set_override_preset(nullptr, 0)); }
+void clear_override() { lutc::set_override_preset(0); }
 
 struct load_options {
     bool yes = false;
@@ -196,11 +177,11 @@ struct load_options {
 
     void run() const {
         confirm(yes, "Replace the library by the one on the media?");
-        require_success("presets load", lutc_load_presets_from_media());
+        lutc::load_presets_from_media();
     }
 };
 
-void save() { require_success("presets save", lutc_save_presets_to_media()); }
+void save() { lutc::save_presets_to_media(); }
 
 struct clear_options {
     bool yes = false;
@@ -209,7 +190,7 @@ struct clear_options {
 
     void run() const {
         confirm(yes, "Delete every preset of the library?");
-        require_success("presets clear", lutc_delete_all_presets());
+        lutc::delete_all_presets();
     }
 };
 

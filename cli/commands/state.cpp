@@ -2,9 +2,8 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
-#include "cli/console/service.h"
 
 namespace lutc_cli {
 namespace {
@@ -14,11 +13,7 @@ struct get_options {
 
     void declare(const command& get) { get.add_channel(channel); }
 
-    nlohmann::ordered_json run() const {
-        int state = 0;
-        require_success("state get", lutc_get_state(&state, channel));
-        return {{"colorTransformState", state}};
-    }
+    nlohmann::ordered_json run() const { return {{"colorTransformState", lutc::get_state(channel)}}; }
 };
 
 struct set_options {
@@ -30,7 +25,7 @@ struct set_options {
         set.add_channel(channel);
     }
 
-    void run() const { require_success("state set", lutc_set_state(state, channel)); }
+    void run() const { lutc::set_state(state, channel); }
 };
 
 }  // namespace

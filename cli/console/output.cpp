@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -55,6 +56,15 @@ void print_table(const ordered_json& rows) {
 }
 
 }  // namespace
+
+failure explain(const std::exception& error) {
+    if (const auto* const known = dynamic_cast<const failure*>(&error)) return *known;
+    const auto* const failed = dynamic_cast<const lutc::error*>(&error);
+    if (failed == nullptr) return {exit_refused, error.what()};
+    const int cause = failed->code().value();
+    if (cause == ECONNREFUSED) return {exit_nobody, "no service listens on 127.0.0.1:54440"};
+    return {exit_refused, lutc::reason(cause)};
+}
 
 void print_result(const output_style& style, const ordered_json& result) {
     if (style.json) {

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <lutc/lutc.hpp>
+
 namespace lutc_cli {
 
 enum exit_code {
@@ -25,6 +27,20 @@ class failure : public std::runtime_error {
   private:
     int code_;
 };
+
+// The failure that an exception stands for: for lutc::error its cause.
+failure explain(const std::exception& error);
+
+// Calls action; when a call of the library fails there, throws the failure that begins with what describe() returns.
+template <class Describe, class Action>
+auto attempt(const Describe& describe, const Action& action) {
+    try {
+        return action();
+    } catch (const lutc::error& error) {
+        const failure known = explain(error);
+        throw failure(known.code(), describe() + ": " + known.what());
+    }
+}
 
 struct output_style {
     bool json = false;       // --json

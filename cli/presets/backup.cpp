@@ -15,7 +15,7 @@
 
 #include "cli/console/files.h"
 #include "cli/console/output.h"
-#include "cli/presets/library.h"
+#include "cli/presets/download.h"
 #include "cli/presets/progress.h"
 
 namespace lutc_cli {
@@ -72,14 +72,14 @@ std::string name_files(std::size_t position, const std::string& name) {
     return stem;
 }
 
-std::string write_index(const preset_list& list) {
+std::string write_index(const lutc::preset_library& list) {
     ordered_json combinations = ordered_json::array();
     ordered_json files = ordered_json::array();
     std::set<int> seen;
-    for (const listed_preset& preset : list.presets) {
+    for (const lutc::preset_entry& preset : list.presets) {
         files.push_back(name_files(files.size() + 1, preset.name) + ".json");
-        if (preset.combination_index < 1 || !seen.insert(preset.combination_index).second) continue;
-        combinations.push_back({{"gradeComboIndex", preset.combination_index}, {"gradeCombo", preset.combination}});
+        if (preset.combination < 1 || !seen.insert(preset.combination).second) continue;
+        combinations.push_back({{"gradeComboIndex", preset.combination}, {"gradeCombo", preset.components}});
     }
     const ordered_json index = {{"formatVersion", backup_format_version},
                                 {"maxPresetsListSize", list.maximum},
@@ -88,27 +88,28 @@ std::string write_index(const preset_list& list) {
     return index.dump(2) + "\n";
 }
 
-void check_names(const preset_list& list) {
+void check_names(const lutc::preset_library& list) {
     std::set<std::string> names;
-    for (const listed_preset& preset : list.presets) {
+    for (const lutc::preset_entry& preset : list.presets) {
         if (names.insert(preset.name).second) continue;
         throw failure(exit_refused, "presets backup: two presets are named '" + preset.name + "'; rename one first");
     }
 }
 
 // Writes the list's presets into a folder. Returns what there is to note.
-std::vector<std::string> write_presets(const fs::path& folder, const preset_list& list, progress& steps) {
+std::vector<std::string> write_presets(const fs::path& folder, const lutc::preset_library& list, progress& steps) {
     std::vector<std::string> notices;
     fs::remove_all(folder);
     fs::create_directory(folder);
-    for (const listed_preset& preset : list.presets) {
+    for (const lutc::preset_entry& preset : list.presets) {
         steps.step([&] {
             const std::string stem = name_files(steps.done() + 1, preset.name);
-            const grade_file grade = download_preset("preset '" + preset.name + "'", preset, notices);
+            const grade_file grade = attempt([&] { return "preset '" + preset.name + "'"; },
+                                             [&] { return download_preset(preset, notices); });
             write_grade_file(folder / (stem + ".json"), grade, stem);
         });
     }
-    if (list_presets("presets backup").presets != list.presets) {
+    if (lutc::preset_list().presets != list.presets) {
         throw failure(exit_refused, "the library was changed meanwhile");
     }
     write_file(folder / backup_index_name, write_index(list));
@@ -116,7 +117,8 @@ std::vector<std::string> write_presets(const fs::path& folder, const preset_list
 }
 
 // The same at once, in the place of another backup.
-std::vector<std::string> replace_backup(const fs::path& folder, const std::string& name, const preset_list& list) {
+std::vector<std::string> replace_backup(const fs::path& folder, const std::string& name,
+                                        const lutc::preset_library& list) {
     const fs::path unfinished = folder.string() + ".part";
     progress steps("backing up", list.presets.size());
     try {
@@ -126,10 +128,9 @@ std::vector<std::string> replace_backup(const fs::path& folder, const std::strin
     } catch (const std::exception& error) {
         std::error_code ignored;
         fs::remove_all(unfinished, ignored);
-        const auto* known = dynamic_cast<const failure*>(&error);
-        throw failure(known != nullptr ? known->code() : exit_refused, "presets backup: " + std::string(error.what()) +
-                                                                           "; " + steps.describe() +
-                                                                           " had been read, " + name + " is as it was");
+        const failure known = explain(error);
+        throw failure(known.code(), "presets backup: " + std::string(known.what()) + "; " + steps.describe() +
+                                        " had been read, " + name + " is as it was");
     }
 }
 
@@ -144,7 +145,7 @@ std::size_t backup_presets(const std::string& name, bool yes) {
     check_replaceable(folder);
     check_replaceable(folder.string() + ".part");
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
-    const preset_list list = list_presets("presets backup");
+    const lutc::preset_library list = lutc::preset_list();
     check_names(list);
     for (const std::string& notice : replace_backup(folder, name, list)) print_notice(notice);
     return list.presets.size();

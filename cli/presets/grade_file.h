@@ -2,13 +2,12 @@
 #ifndef LUTC_CLI_PRESETS_GRADE_FILE_H
 #define LUTC_CLI_PRESETS_GRADE_FILE_H
 
-#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 
 namespace lutc_cli {
 
@@ -16,30 +15,17 @@ namespace lutc_cli {
 constexpr std::size_t payload_limit = 64u << 20;
 constexpr std::size_t preset_payload_limit = 2u << 20;
 
-constexpr std::array<const char*, 5> component_types = {"cdl", "saturation", "1dlut", "3dlut", "tpg"};  // by their kind
-
-// A gradeComponent that owns what it points to.
-struct file_component {
-    int kind = LUTC_KIND_CDL;
-    int type_index = 0;
-    std::string data_format;
-    std::optional<cdl> values;
-    std::vector<unsigned char> data;
-    std::string pattern_type;
-    testPattern pattern = {};
-
-    const char* type() const { return component_types[static_cast<std::size_t>(kind)]; }
-    bool is_lut() const { return kind == LUTC_KIND_LUT_1D || kind == LUTC_KIND_LUT_3D; }
-};
-
 struct grade_file {
     std::optional<std::string> name;
     int combination = 0;
-    std::vector<file_component> components;
+    lutc::grade components;
 };
 
-// The records that the library takes; they point into the grade.
-std::vector<gradeComponent> list_records(grade_file& grade);
+// What a file says of a component. data_of: the bytes beside the file, nullptr for a component without;
+// format_of: empty for all but tables.
+std::string type_of(const lutc::component& component);
+const std::vector<std::uint8_t>* data_of(const lutc::component& component);
+std::string format_of(const lutc::component& component);
 
 enum class grade_use {
     live,    // test patterns are allowed
@@ -55,7 +41,8 @@ grade_file read_grade_file(const std::string& path, grade_use use);
 std::vector<std::string> list_grade_files(const std::string& path, const grade_file& grade, const std::string& stem);
 
 // Writes the payloads as stem-N-TYPE.bin into the folder of path, then path itself. Throws failure for a grade that
-// can't be written without loss (a name that is not UTF-8, values that are not finite) before anything is written, and
+// can't be written without loss (a name that is not UTF-8, values that are not finite, a component of a type that files
+// don't have) before anything is written, and
 // when there is no room for all files, with none of them changed.
 void write_grade_file(const std::string& path, const grade_file& grade, const std::string& stem);
 

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -15,59 +14,78 @@ class component_reader {
     component_reader(const std::string& path, grade_use use)
         : folder_(path == "-" ? "" : std::filesystem::path(path).parent_path()), use_(use) {}
 
-    file_component read(const json_value& fields) const {
+    lutc::component read(const json_value& fields) const {
         const std::string type = fields["type"].text();
-        const auto known = std::find(component_types.begin(), component_types.end(), type);
-        if (known == component_types.end()) {
+        const int slot = fields.has("typeIndex") ? fields["typeIndex"].integer(1) : 0;
+        if (type == "1dlut") return read_lut<lutc::lut_1d>(fields, slot);
+        if (type == "3dlut") return read_lut<lutc::lut_3d>(fields, slot);
+        if (type == "cdl" || type == "saturation") return read_colour(fields, type == "saturation", slot);
+        if (type != "tpg") {
             throw fields["type"].make_failure("'" + type + "' is none of cdl, saturation, 1dlut, 3dlut and tpg");
         }
-        file_component component;
-        component.kind = static_cast<int>(known - component_types.begin());
-        if (fields.has("typeIndex")) component.type_index = fields["typeIndex"].integer(1);
-        if (component.kind == LUTC_KIND_TEST_PATTERN) {
-            if (use_ != grade_use::live) throw fields["type"].make_failure("a preset can't hold a test pattern");
-            read_pattern(fields, component);
-        } else if (component.is_lut()) {
-            fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
-            component.data_format = fields["dataFormat"].text();
-            component.data = read_payload(fields["file"]);
-        } else if (fields.has("file")) {
-            fields.allow_only({"type", "typeIndex", "file"});
-            component.data = read_payload(fields["file"]);
-        } else {
-            component.values = read_values(fields);
-        }
-        return component;
+        if (use_ != grade_use::live) throw fields["type"].make_failure("a preset can't hold a test pattern");
+        return read_pattern(fields, slot);
     }
 
   private:
-    static cdl read_values(const json_value& fields) {
-        fields.allow_only({"type", "typeIndex", "slope", "offset", "power", "saturation"});
-        cdl values{{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, 1.0};
-        if (fields.has("slope")) fields["slope"].read_triple(values.slope);
-        if (fields.has("offset")) fields["offset"].read_triple(values.offset);
-        if (fields.has("power")) fields["power"].read_triple(values.power);
-        if (fields.has("saturation")) values.saturation = fields["saturation"].number();
-        return values;
+    template <class Lut>
+    Lut read_lut(const json_value& fields, int slot) const {
+        fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
+        return {fields["dataFormat"].text(), read_payload(fields["file"]), slot};
     }
 
-    static void read_colour(const json_value& value, std::uint16_t (&colour)[3]) {
+    lutc::component read_colour(const json_value& fields, bool is_saturation, int slot) const {
+        if (fields.has("file")) {
+            fields.allow_only({"type", "typeIndex", "file"});
+            return lutc::raw_colour{read_payload(fields["file"]), is_saturation, slot};
+        }
+        fields.allow_only({"type", "typeIndex", "slope", "offset", "power", "saturation"});
+        lutc::cdl_values values;
+        if (fields.has("slope")) values.slope = fields["slope"].triple();
+        if (fields.has("offset")) values.offset = fields["offset"].triple();
+        if (fields.has("power")) values.power = fields["power"].triple();
+        if (fields.has("saturation")) values.saturation = fields["saturation"].number();
+        values.slot = slot;
+        if (!is_saturation) return values;
+        check_saturation_alone(fields, values);
+        return lutc::saturation{values.saturation, slot};
+    }
+
+    // All 0 is how a device may give values that it doesn't have.
+    static void check_saturation_alone(const json_value& fields, const lutc::cdl_values& values) {
+        const lutc::triple zero{};
+        const lutc::cdl_values neutral;
+        if (values.slope == zero && values.offset == zero && values.power == zero) return;
+        for (const auto& [key, field] : {std::pair("slope", &lutc::cdl_values::slope),
+                                         {"offset", &lutc::cdl_values::offset},
+                                         {"power", &lutc::cdl_values::power}}) {
+            if (values.*field == neutral.*field) continue;
+            throw fields[key].make_failure("changes the picture, and a saturation has none; make it a cdl");
+        }
+    }
+
+    static lutc::colour16 read_rgb(const json_value& value) {
         const std::vector<json_value> items = value.items();
         if (items.size() != 3) throw value.make_failure("must be a list of three numbers");
-        for (std::size_t i = 0; i < 3; ++i) colour[i] = static_cast<std::uint16_t>(items[i].integer(0, UINT16_MAX));
+        lutc::colour16 rgb;
+        for (std::size_t i = 0; i < 3; ++i) rgb[i] = static_cast<std::uint16_t>(items[i].integer(0, UINT16_MAX));
+        return rgb;
     }
 
-    static void read_pattern(const json_value& fields, file_component& component) {
-        component.pattern_type = fields["patternType"].text();
-        component.pattern.videoFormat = fields["videoFormat"].integer(INT32_MIN);
-        if (component.pattern_type != "square") {
+    static lutc::test_pattern read_pattern(const json_value& fields, int slot) {
+        lutc::test_pattern pattern;
+        pattern.slot = slot;
+        pattern.type = fields["patternType"].text();
+        pattern.video_format = fields["videoFormat"].integer(INT32_MIN);
+        if (pattern.type != "square") {
             fields.allow_only({"type", "typeIndex", "patternType", "videoFormat"});
-            return;
+            return pattern;
         }
         fields.allow_only({"type", "typeIndex", "patternType", "videoFormat", "squareSize", "fgColor", "bgColor"});
-        component.pattern.squareSize = fields["squareSize"].number();
-        read_colour(fields["fgColor"], component.pattern.fgColor);
-        read_colour(fields["bgColor"], component.pattern.bgColor);
+        pattern.size = fields["squareSize"].number();
+        pattern.foreground = read_rgb(fields["fgColor"]);
+        pattern.background = read_rgb(fields["bgColor"]);
+        return pattern;
     }
 
     std::vector<unsigned char> read_payload(const json_value& file) const {
@@ -104,7 +122,9 @@ grade_file read_grade_file(const std::string& path, grade_use use) {
         grade.components.push_back(reader.read(component));
     }
     std::size_t total = 0;
-    for (const file_component& component : grade.components) total += component.data.size();
+    for (const lutc::component& component : grade.components) {
+        if (const auto* const data = data_of(component)) total += data->size();
+    }
     if (use != grade_use::live && total > preset_payload_limit) {
         throw fields.make_failure("the preset's payloads have " + std::to_string(total) + " bytes; more than " +
                                   std::to_string(preset_payload_limit) + " could never be downloaded again");

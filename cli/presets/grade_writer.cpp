@@ -1,3 +1,4 @@
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -11,20 +12,23 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::string name_payload(const std::string& stem, std::size_t position, const file_component& component) {
-    return stem + "-" + std::to_string(position) + "-" + component.type() + ".bin";
+std::string name_payload(const std::string& stem, std::size_t position, const lutc::component& component) {
+    return stem + "-" + std::to_string(position) + "-" + type_of(component) + ".bin";
 }
 
-ordered_json write_component(const file_component& component, const std::string& payload) {
-    ordered_json object = {{"type", component.type()}};
-    if (component.type_index > 0) object["typeIndex"] = component.type_index;
-    if (component.is_lut()) object["dataFormat"] = component.data_format;
-    if (component.values) {
-        object["slope"] = component.values->slope;
-        object["offset"] = component.values->offset;
-        object["power"] = component.values->power;
-        object["saturation"] = component.values->saturation;
+ordered_json write_component(const lutc::component& component, const std::string& payload) {
+    ordered_json object = {{"type", type_of(component)}};
+    const int slot = std::visit([](const auto& value) { return value.slot; }, component);
+    if (slot > 0) object["typeIndex"] = slot;
+    if (const auto* const cdl = std::get_if<lutc::cdl_values>(&component)) {
+        object["slope"] = cdl->slope;
+        object["offset"] = cdl->offset;
+        object["power"] = cdl->power;
+        object["saturation"] = cdl->saturation;
+    } else if (const auto* const saturation = std::get_if<lutc::saturation>(&component)) {
+        object["saturation"] = saturation->value;
     } else {
+        if (!std::holds_alternative<lutc::raw_colour>(component)) object["dataFormat"] = format_of(component);
         object["file"] = payload;
     }
     return object;
@@ -39,13 +43,14 @@ std::string write_members(const ordered_json& object, const std::string& indent)
     return text;
 }
 
-bool is_finite(const cdl& values) {
-    bool finite = std::isfinite(values.saturation);
-    for (int i = 0; i < 3; ++i) {
-        finite = finite && std::isfinite(values.slope[i]) && std::isfinite(values.offset[i]) &&
-                 std::isfinite(values.power[i]);
-    }
-    return finite;
+bool is_finite(const lutc::component& component) {
+    if (const auto* const single = std::get_if<lutc::saturation>(&component)) return std::isfinite(single->value);
+    const auto* const cdl = std::get_if<lutc::cdl_values>(&component);
+    if (cdl == nullptr) return true;
+    const auto all = [](const lutc::triple& v) {
+        return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
+    };
+    return all(cdl->slope) && all(cdl->offset) && all(cdl->power) && std::isfinite(cdl->saturation);
 }
 
 void check_writable(const std::string& path, const grade_file& grade) {
@@ -53,10 +58,13 @@ void check_writable(const std::string& path, const grade_file& grade) {
         throw failure(exit_refused, path + ": preset '" + *grade.name + "': its name is not UTF-8; rename it first");
     }
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
-        const file_component& component = grade.components[i];
+        const lutc::component& component = grade.components[i];
         const std::string place = path + ": component " + std::to_string(i + 1) + ": ";
-        if (!is_utf8(component.data_format)) throw failure(exit_refused, place + "dataFormat: is not UTF-8");
-        if (component.values && !is_finite(*component.values)) {
+        if (std::holds_alternative<lutc::unknown_component>(component)) {
+            throw failure(exit_refused, place + "is of a kind that lutc can't keep");
+        }
+        if (!is_utf8(format_of(component))) throw failure(exit_refused, place + "dataFormat: is not UTF-8");
+        if (!is_finite(component)) {
             throw failure(exit_refused, place + "a CDL value is not finite and can't be written as JSON");
         }
     }
@@ -68,40 +76,38 @@ std::string write_grade(const grade_file& grade, const std::string& stem) {
     if (grade.combination > 0) head["gradeComboIndex"] = grade.combination;
     std::string text = "{\n" + write_members(head, "  ") + (head.empty() ? "" : ",\n") + "  \"components\": [";
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
-        const file_component& component = grade.components[i];
+        const lutc::component& component = grade.components[i];
         text += (i == 0 ? "\n    {\n" : ",\n    {\n") +
                 write_members(write_component(component, name_payload(stem, i + 1, component)), "      ") + "\n    }";
     }
     return text + (grade.components.empty() ? "]\n}\n" : "\n  ]\n}\n");
 }
 
-bool has_payload(const file_component& component) {
-    return component.kind != LUTC_KIND_TEST_PATTERN && !component.values;
-}
-
 }  // namespace
 
-std::vector<gradeComponent> list_records(grade_file& grade) {
-    std::vector<gradeComponent> records;
-    for (file_component& component : grade.components) {
-        gradeComponent record = {};
-        record.kind = component.kind;
-        record.typeIndex = component.type_index;
-        record.data = component.data.data();
-        record.dataSize = static_cast<std::int32_t>(component.data.size());
-        record.dataFormat = component.data_format.data();
-        record.cdlValues = component.values ? &*component.values : nullptr;
-        component.pattern.patternType = component.pattern_type.c_str();
-        record.pattern = &component.pattern;
-        records.push_back(record);
-    }
-    return records;
+std::string type_of(const lutc::component& component) {
+    constexpr std::array<const char*, 7> types = {"cdl", "saturation", "1dlut", "3dlut", "cdl", "tpg", "unknown"};
+    const auto* const raw = std::get_if<lutc::raw_colour>(&component);
+    return raw != nullptr && raw->is_saturation ? "saturation" : types[component.index()];
+}
+
+const std::vector<std::uint8_t>* data_of(const lutc::component& component) {
+    if (const auto* const lut = std::get_if<lutc::lut_1d>(&component)) return &lut->data;
+    if (const auto* const lut = std::get_if<lutc::lut_3d>(&component)) return &lut->data;
+    if (const auto* const raw = std::get_if<lutc::raw_colour>(&component)) return &raw->data;
+    return nullptr;
+}
+
+std::string format_of(const lutc::component& component) {
+    if (const auto* const lut = std::get_if<lutc::lut_1d>(&component)) return lut->format;
+    if (const auto* const lut = std::get_if<lutc::lut_3d>(&component)) return lut->format;
+    return {};
 }
 
 std::vector<std::string> list_grade_files(const std::string& path, const grade_file& grade, const std::string& stem) {
     std::vector<std::string> names;
     for (std::size_t i = 0; i < grade.components.size(); ++i) {
-        if (!has_payload(grade.components[i])) continue;
+        if (data_of(grade.components[i]) == nullptr) continue;
         names.push_back(std::filesystem::path(path).parent_path() / name_payload(stem, i + 1, grade.components[i]));
     }
     names.push_back(path);
@@ -113,9 +119,9 @@ void write_grade_file(const std::string& path, const grade_file& grade, const st
     const std::string text = write_grade(grade, stem);
     const std::vector<std::string> names = list_grade_files(path, grade, stem);
     std::vector<new_file> files;
-    for (const file_component& component : grade.components) {
-        if (has_payload(component)) {
-            files.push_back({names[files.size()], component.data.data(), component.data.size()});
+    for (const lutc::component& component : grade.components) {
+        if (const auto* const data = data_of(component)) {
+            files.push_back({names[files.size()], data->data(), data->size()});
         }
     }
     files.push_back({path, text.data(), text.size()});

@@ -90,9 +90,10 @@ double json_value::number() const {
     return value_->get<double>();
 }
 
-void json_value::read_triple(double (&values)[3]) const {
+std::array<double, 3> json_value::triple() const {
     if (!value_->is_array() || value_->size() != 3) throw make_failure("must be a list of three numbers");
-    for (std::size_t i = 0; i < 3; ++i) values[i] = items()[i].number();
+    const std::vector<json_value> values = items();
+    return {values[0].number(), values[1].number(), values[2].number()};
 }
 
 std::string json_value::plain_name() const {

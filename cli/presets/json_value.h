@@ -2,6 +2,7 @@
 #ifndef LUTC_CLI_PRESETS_JSON_VALUE_H
 #define LUTC_CLI_PRESETS_JSON_VALUE_H
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <nlohmann/json_fwd.hpp>
@@ -34,7 +35,7 @@ class json_value {
     std::string text() const;
     std::int32_t integer(std::int32_t least, std::int32_t most = INT32_MAX) const;
     double number() const;
-    void read_triple(double (&values)[3]) const;
+    std::array<double, 3> triple() const;
     std::string plain_name() const;  // of a file of the same folder
 
   private:

@@ -4,10 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "cli/console/service.h"
 #include "cli/presets/backup.h"
+#include "cli/presets/grade_file.h"
 #include "cli/presets/json_value.h"
-#include "cli/presets/library.h"
 #include "cli/presets/progress.h"
 
 namespace lutc_cli {
@@ -57,12 +56,12 @@ stored_library read_backup(const fs::path& folder) {
 }
 
 // A combination's number says nothing when the device's combination of that number is another one.
-void check_fits(const stored_library& library, const preset_list& list) {
+void check_fits(const stored_library& library, const lutc::preset_library& list) {
     if (library.presets.size() > static_cast<std::size_t>(std::max(list.maximum, 0))) {
         throw failure(exit_usage, "presets restore: the backup holds " + std::to_string(library.presets.size()) +
                                       " presets; the device has room for " + std::to_string(list.maximum));
     }
-    const std::vector<std::vector<std::string>> here = list_combinations("presets restore");
+    const std::vector<std::vector<std::string>> here = lutc::model_info().combinations;
     for (const stored_preset& preset : library.presets) {
         if (preset.combination > static_cast<int>(here.size())) {
             throw failure(exit_usage, preset.file.string() +
@@ -82,10 +81,10 @@ void check_fits(const stored_library& library, const preset_list& list) {
 
 class restore_run {
   public:
-    restore_run(const stored_library& library, const preset_list& list)
+    restore_run(const stored_library& library, const lutc::preset_library& list)
         : library_(library), maximum_(list.maximum), steps_("restoring", library.presets.size()) {
         for (const stored_preset& preset : library.presets) wanted_.insert(preset.name);
-        for (const listed_preset& preset : list.presets) present_.push_back(preset.name);
+        for (const lutc::preset_entry& preset : list.presets) present_.push_back(preset.name);
     }
 
     // Presets that are not in the backup go last, or when their room is needed.
@@ -95,20 +94,22 @@ class restore_run {
         }
         while (delete_extra()) steps_.check();
         check_result();
-    } catch (const failure& error) {
-        throw failure(error.code(), "presets restore: " + std::string(error.what()) + "; " + steps_.describe() +
+    } catch (const std::exception& error) {
+        const failure known = explain(error);
+        throw failure(known.code(), "presets restore: " + std::string(known.what()) + "; " + steps_.describe() +
                                         " are restored, run it again to go on");
     }
 
   private:
     void upload(const stored_preset& preset) {
-        grade_file grade = read_grade_file(preset.file, grade_use::backup);
+        const grade_file grade = read_grade_file(preset.file, grade_use::backup);
         const bool replaces = std::find(present_.begin(), present_.end(), preset.name) != present_.end();
         if (!replaces && present_.size() >= static_cast<std::size_t>(maximum_)) delete_extra();
-        const std::vector<gradeComponent> records = list_records(grade);
-        require_success("preset '" + preset.name + "'",
-                        lutc_send_preset(preset.name.c_str(), 0, static_cast<int>(steps_.done()) + 1, grade.combination,
-                                         false, 0, records.data(), static_cast<int>(records.size())));
+        attempt([&] { return "preset '" + preset.name + "'"; },
+                [&] {
+                    lutc::send_preset(preset.name, grade.components,
+                                      {static_cast<int>(steps_.done()) + 1, grade.combination});
+                });
         if (!replaces) present_.push_back(preset.name);
     }
 
@@ -117,14 +118,15 @@ class restore_run {
         const auto is_extra = [this](const std::string& name) { return wanted_.count(name) == 0; };
         const auto extra = std::find_if(present_.rbegin(), present_.rend(), is_extra);
         if (extra == present_.rend()) return false;
-        require_success("preset '" + *extra + "', which is not in the backup", lutc_delete_preset(extra->c_str(), 0));
+        attempt([&] { return "preset '" + *extra + "', which is not in the backup"; },
+                [&] { lutc::delete_preset(*extra); });
         present_.erase(std::next(extra).base());
         return true;
     }
 
     void check_result() const {
-        const preset_list list = list_presets("presets restore");
-        const auto is_same = [](const stored_preset& a, const listed_preset& b) { return a.name == b.name; };
+        const lutc::preset_library list = lutc::preset_list();
+        const auto is_same = [](const stored_preset& a, const lutc::preset_entry& b) { return a.name == b.name; };
         if (!std::equal(library_.presets.begin(), library_.presets.end(), list.presets.begin(), list.presets.end(),
                         is_same)) {
             throw failure(exit_refused, "the library that results is not the backup's");
@@ -142,7 +144,7 @@ class restore_run {
 
 std::size_t restore_presets(const std::string& name, bool yes) {
     const stored_library library = read_backup(name);
-    const preset_list list = list_presets("presets restore");
+    const lutc::preset_library list = lutc::preset_list();
     check_fits(library, list);
     if (!list.presets.empty()) {
         confirm(yes, "Replace the library's " + std::to_string(list.presets.size()) + " presets by the backup's " +

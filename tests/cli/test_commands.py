@@ -53,6 +53,8 @@ class Alone(WithFolder):
                 ('{"type":"4dlut"}', "component 1: type: '4dlut' is none of"),
                 ('{"type":"4d\\u0000"}', "component 1: type: must not hold a zero"),
                 ('{"slope":[1,1,1]}', "component 1: type: is missing"),
+                ('{"type":"saturation","slope":[1,1,1],"power":[1,1,2]}', "component 1: power: changes the picture"),
+                ('{"type":"saturation","slope":[0,0,0],"offset":[0,0,0]}', "component 1: slope: changes the picture"),
                 *(('{"type":"cdl","typeIndex":%s}' % value, "component 1: typeIndex: must be a whole number from 1")
                   for value in ("0", "1.0", "2147483648", "4294967297", "18446744073709551615")),
                 ('{"type":"1dlut","file":"x"}', "component 1: dataFormat: is missing"),
@@ -142,11 +144,18 @@ class Device(WithSimulator):
 
     def test_state_options_and_routes(self):
         self.check((DONE, "state set -3 --channel 2"), (DONE, "option set note -- --words"),
-                   (REFUSED, "option get absent", "option get absent: the service refused"),
+                   (REFUSED, "option get absent", "lutc: option get: 'absent': the service refused it (its log says why)\n"),
                    (DONE, "video connect input:1 channel:2"))
         self.assertEqual(self.json("state get --channel 2"), {"colorTransformState": -3})
         self.assertEqual(self.json("option get note"), {"name": "note", "value": "--words"})
         self.assertIn({"source": "input:1", "destination": "channel:2"}, self.json("video list")["videoConnections"])
+
+    def test_a_failure_says_its_cause(self):
+        causes = [("refuse", "the service refused it (its log says why)"), ("truncate", "the answer broke off"),
+                  ("close", "the connection ended before an answer"),
+                  ("silence", "no answer in time, or it did not take the command")]
+        self.start(*(part for i, (fault, _) in enumerate(causes) for part in ("--fault", f"movePreset:{i + 1}={fault}")))
+        self.check(*((REFUSED, "presets move --index 3 --to 1", f"lutc: presets move: preset 3: {text}\n") for _, text in causes))
 
     def test_grades(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
@@ -184,7 +193,7 @@ class Device(WithSimulator):
         self.assertEqual(self.json("option get note")["value"], name)
         raw = os.fsencode("a") + b"\xc3\xe9"
         result = subprocess.run([LUTC, "option", "get", raw], capture_output=True)
-        self.assertIn(b"option get a\\xC3\\xE9: ", result.stderr)
+        self.assertIn(b"option get: 'a\\xC3\\xE9': ", result.stderr)
 
 
 class Asking(WithSimulator):

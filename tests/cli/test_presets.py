@@ -58,7 +58,7 @@ class Presets(WithSimulator):
     def test_download_and_upload_lose_nothing(self):
         # What a file says of CDL and saturation comes back: the values or the combination tell which is which.
         neutral = {"slope": [1.0] * 3, "offset": [0.0] * 3, "power": [1.0] * 3, "saturation": 0.5}
-        saturation, plain_cdl = {"type": "saturation", **neutral}, {"type": "cdl", **neutral}
+        saturation, plain_cdl = {"type": "saturation", "saturation": 0.5}, {"type": "cdl", **neutral}
         self.write("table.bin", os.urandom(999))
         for combination, components in [
                 (1, [{"typeIndex": 2, **plain_cdl}, {"type": "1dlut", "dataFormat": 'f "\\\n', "file": "table.bin"}]),
@@ -78,7 +78,9 @@ class Presets(WithSimulator):
                         self.assertEqual(self.read(component["file"]), self.read("table.bin"))
                         component["file"] = "table.bin"
                 self.assertEqual(got, {"name": NAME, "gradeComboIndex": combination, "components": components})
-        self.upload("q", [{"typeIndex": 1, **saturation}], 4)
+        # What earlier files say of a saturation besides is taken where it is neutral, or all 0.
+        for old in ({}, {"slope": [0, 0, 0], "offset": [0, 0, 0], "power": [0, 0, 0]}):
+            self.upload("q", [{"typeIndex": 1, **neutral, **saturation, **old}], 4)
         noticed = run("presets", "download", self.path("q.json"), "--name", "q")
         self.assertEqual(noticed.returncode, DONE)
         self.assertIn("note: preset 'q': component 1 is either a cdl or a saturation", noticed.stderr)
@@ -168,13 +170,15 @@ class Presets(WithSimulator):
         self.assertEqual(self.simulator.count("deletePreset"), 0)
 
     def test_backup_writes_whole_or_not_at_all(self):
-        # One bad answer is asked for again; three in a row are a failure.
-        self.start(*(part for call in (2, 6, 7, 8) for part in ("--fault", f"getPreset:{call}=truncate")))
+        # One bad answer is asked for again; three in a row are a failure, and so is one refusal.
+        self.start("--fault", "getPreset:9=refuse",
+                   *(part for call in (2, 6, 7, 8) for part in ("--fault", f"getPreset:{call}=truncate")))
         self.make_backup("made", 3)
         self.check((DONE, "presets restore made"), (DONE, "presets backup b"))
         times = lambda: {name: os.stat(self.path("b", name)).st_mtime_ns for name in os.listdir(self.path("b"))}
         before = times()
-        self.check((USAGE, "presets backup b", "--yes"), (REFUSED, "presets backup b --yes", "1 of 3 presets had been read"))
+        self.check((USAGE, "presets backup b", "--yes"), (REFUSED, "presets backup b --yes", "the answer broke off; 1 of 3 presets had been read"),
+                   (REFUSED, "presets backup b --yes", "'preset/3': the service refused it (its log says why); 0 of 3"))
         self.assertEqual(before, times())
         self.check((DONE, "presets delete --index 1 --yes"), (DONE, "presets backup b --yes"))
         self.assertEqual(sorted(times()), ["001-preset_2.json", "002-preset_1.json", "library.json"])
@@ -185,7 +189,7 @@ class Presets(WithSimulator):
     def test_restore_goes_on_after_a_failure_and_an_interrupt(self):
         self.start("--fault", "sendPreset:2=refuse", "--fault", "sendPreset:4=delay,500")
         self.make_backup("made", 3)
-        self.check((REFUSED, "presets restore made", "1 of 3 presets are restored"))
+        self.check((REFUSED, "presets restore made", "'preset/2': the service refused it (its log says why); 1 of 3 presets are restored"))
         process = subprocess.Popen([LUTC, "presets", "restore", self.path("made"), "--yes"], stderr=subprocess.PIPE)
         self.simulator.wait_for("< sendPreset", 4)
         process.send_signal(signal.SIGINT)
