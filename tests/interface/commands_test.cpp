@@ -184,7 +184,7 @@ std::string command_text(const std::string& command, const std::string& fields) 
 TEST(Commands, areSentFieldByField) {
     for (const auto& row : sent) {
         SCOPED_TRACE(row.command + (" " + row.fields));
-        ScriptedService service({send(encoded(any_reply)), hang_up()});
+        scripted_service service({send(encoded(any_reply)), hang_up()});
         EXPECT_EQ(outcome_of(row.call), 0);
         EXPECT_EQ(decoded(service.command()), command_text(row.command, row.fields));
     }
@@ -196,7 +196,7 @@ TEST(Commands, failWithACodeOtherThanZero) {
     std::set<std::string> seen;
     for (const auto& row : sent) {
         if (!seen.insert(row.command).second) continue;
-        ScriptedService service({send(encoded(*reply)), hang_up()});
+        scripted_service service({send(encoded(*reply)), hang_up()});
         EXPECT_EQ(outcome_of(row.call), EREMOTEIO) << row.command;
     }
     EXPECT_EQ(seen.size(), 26u);
@@ -219,7 +219,7 @@ TEST(Commands, mayBeLarge) {
                     "'}";
         components.push_back(component);
     }
-    ScriptedService service({send(encoded(any_reply)), hang_up()});
+    scripted_service service({send(encoded(any_reply)), hang_up()});
     EXPECT_EQ(live(components), 0);
     EXPECT_TRUE(decoded(service.command()) ==
                 command_text("sendLive", "'resetAndApply':false,'gradeCombo':[" + expected + "]"));

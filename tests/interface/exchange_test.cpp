@@ -16,7 +16,7 @@
 
 namespace {
 
-using Line = ScriptedService::Line;
+using line_kind = scripted_service::line_kind;
 
 const std::string ok = encoded("{'type':'response','code':0}");
 const std::string event = encoded("{'type':'event','code':7,'x':'yz'}");
@@ -32,8 +32,8 @@ std::string padded(const std::string& fields, std::size_t size, const char* type
     return encoded(*document);
 }
 
-int save(std::vector<Step> script, Line line = Line::socket, int left = ENOEXEC) {
-    ScriptedService service(std::move(script), line, left);
+int save(std::vector<step> script, line_kind line = line_kind::socket, int left = ENOEXEC) {
+    scripted_service service(std::move(script), line, left);
     return outcome_of(lutc_save_presets_to_media);
 }
 
@@ -44,8 +44,8 @@ int receive() {
     return lutc_recv_preset("p", 0, nullptr, nullptr, &count);
 }
 
-std::vector<Step> script(std::initializer_list<std::vector<Step>> parts) {
-    std::vector<Step> all;
+std::vector<step> script(std::initializer_list<std::vector<step>> parts) {
+    std::vector<step> all;
     for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
     return all;
 }
@@ -121,14 +121,14 @@ TEST(Exchange, closeAndResetAtEachStage) {
 
 // Only the reasons that a failed connect has are taken from errno, and only when there is no connection.
 TEST(Exchange, withoutAConnectionErrnoTellsWhy) {
-    for (const Line line : {Line::refused, Line::unconnected}) {
+    for (const line_kind line : {line_kind::refused, line_kind::unconnected}) {
         for (const int reason : {ECONNREFUSED, ETIMEDOUT, EMFILE, ENFILE, ENOMEM}) {
             EXPECT_EQ(save({}, line, reason), reason);
         }
         for (const int other : {0, EINPROGRESS, EINTR, ENOENT}) EXPECT_EQ(save({}, line, other), ECONNREFUSED) << other;
     }
-    EXPECT_EQ(save({hang_up()}, Line::socket, EMFILE), ECONNRESET);
-    EXPECT_EQ(save({send(ok)}, Line::socket, EMFILE), 0);
+    EXPECT_EQ(save({hang_up()}, line_kind::socket, EMFILE), ECONNRESET);
+    EXPECT_EQ(save({send(ok)}, line_kind::socket, EMFILE), 0);
 }
 
 // Three tables of 2 GiB, which are never read.
@@ -170,13 +170,13 @@ TEST(Exchange, aClosedPeerRaisesNoSignal) {
     sigset_t sigpipe, mask, pending;
     sigemptyset(&sigpipe);
     sigaddset(&sigpipe, SIGPIPE);
-    for (const Line line : {Line::closed_socket, Line::closed_pipe}) {
+    for (const line_kind line : {line_kind::closed_socket, line_kind::closed_pipe}) {
         for (const bool already_pending : {false, true}) {
             if (already_pending) {
                 pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
                 pthread_kill(pthread_self(), SIGPIPE);
             }
-            EXPECT_EQ(save({}, line), line == Line::closed_socket ? ECONNRESET : ECONNREFUSED);
+            EXPECT_EQ(save({}, line), line == line_kind::closed_socket ? ECONNRESET : ECONNREFUSED);
             pthread_sigmask(SIG_SETMASK, nullptr, &mask);
             sigpending(&pending);
             EXPECT_EQ(sigismember(&mask, SIGPIPE), already_pending ? 1 : 0);

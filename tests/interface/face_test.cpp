@@ -13,14 +13,14 @@ std::string response(const std::string& fields) { return encoded("{'type':'respo
 
 template <class Call>
 auto call_with(const std::string& reply, Call call, int times = 1) {
-    ScriptedService service({send(reply), hang_up()});
+    scripted_service service({send(reply), hang_up()});
     service.serve(times);
     return call();
 }
 
 // What comes back of a grade when the service stores the components as they were sent.
 lutc::grade returned(const lutc::grade& sent) {
-    ScriptedService service({send(response("'none':0")), hang_up()});
+    scripted_service service({send(response("'none':0")), hang_up()});
     lutc::send_preset("p", sent);
     const auto command = document_from(decoded(service.command()));
     std::unique_ptr<bsonElement> components(command->getElementWithKey("gradeCombo", 0)->getCopy());

@@ -216,7 +216,7 @@ const struct {
 };
 
 std::string read(const std::string& reply, const std::function<std::string()>& call) {
-    ScriptedService service({send(reply), hang_up()});
+    scripted_service service({send(reply), hang_up()});
     return call();
 }
 std::string response(const std::string& fields) {

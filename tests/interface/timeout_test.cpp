@@ -11,7 +11,7 @@
 
 namespace {
 
-using Line = ScriptedService::Line;
+using line_kind = scripted_service::line_kind;
 
 TEST(Timeout, silenceEndsACall) {
     const std::string event = encoded("{'type':'event'}"), ok = encoded("{'type':'response','code':0}");
@@ -20,12 +20,13 @@ TEST(Timeout, silenceEndsACall) {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     };
     std::vector<unsigned char> table(4000000);
-    const auto expect = [&](std::vector<Step> steps, int result, double least, double most, Line line = Line::socket) {
+    const auto expect = [&](std::vector<step> steps, int result, double least, double most,
+                            line_kind line = line_kind::socket) {
         return std::thread([=, &table] {
-            ScriptedService service(steps, line);
+            scripted_service service(steps, line);
             EXPECT_EQ(outcome_of([&] {
-                          return line == Line::socket ? lutc_save_presets_to_media()
-                                                      : lutc_send_lut(0, 0, false, "", "", table.data(), 4000000);
+                          return line == line_kind::socket ? lutc_save_presets_to_media()
+                                                           : lutc_send_lut(0, 0, false, "", "", table.data(), 4000000);
                       }),
                       result);
             EXPECT_GT(seconds(), least);
@@ -37,8 +38,8 @@ TEST(Timeout, silenceEndsACall) {
         expect({send(event)}, ETIMEDOUT, 14, 25),
         expect({pause(4000), send(event)}, ETIMEDOUT, 18, 29),  // a message begins a new wait
         expect({pause(9000), send(event), pause(9000), send(ok)}, 0, 17, 28),
-        expect({}, ETIMEDOUT, 14, 25, Line::unread),
-        expect({send(ok)}, 0, 17, 60, Line::slow),  // progress begins a new wait
+        expect({}, ETIMEDOUT, 14, 25, line_kind::unread),
+        expect({send(ok)}, 0, 17, 60, line_kind::slow),  // progress begins a new wait
     };
     for (auto& thread : threads) thread.join();
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-thread_local ScriptedService* current = nullptr;
+thread_local scripted_service* current = nullptr;
 constexpr std::uint32_t first_mark = 0xC0FFEE01, second_mark = 0xC0FFEE02;
 
 }  // namespace
@@ -35,8 +35,8 @@ void qv_rpc_client_disconnect(int descriptor, std::uint32_t* status, std::uint32
     errno = ENOEXEC;
 }
 
-std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds) {
-    std::vector<Step> steps;
+std::vector<step> dribble(const std::string& bytes, std::size_t piece, int milliseconds) {
+    std::vector<step> steps;
     for (std::size_t at = 0; at < bytes.size(); at += piece) {
         if (at != 0) steps.push_back(pause(milliseconds));
         steps.push_back(send(bytes.substr(at, piece)));
@@ -44,18 +44,18 @@ std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milli
     return steps;
 }
 
-ScriptedService::ScriptedService(std::vector<Step> script, Line line, int left)
+scripted_service::scripted_service(std::vector<step> script, line_kind line, int left)
     : script_(std::move(script)), line_(line), left_(left) {
     current = this;
 }
 
-ScriptedService::~ScriptedService() {
+scripted_service::~scripted_service() {
     finish();
     current = nullptr;
     EXPECT_EQ(disconnects_, connects_);
 }
 
-int ScriptedService::connect(const char* host, const char* port, std::uint32_t* first, std::uint32_t* second) {
+int scripted_service::connect(const char* host, const char* port, std::uint32_t* first, std::uint32_t* second) {
     EXPECT_STREQ(host, "127.0.0.1");
     EXPECT_STREQ(port, "54440");
     EXPECT_EQ(*first, 0u);
@@ -67,21 +67,21 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     values_[1] = second;
     *first = first_mark;
     *second = second_mark;
-    if (line_ == Line::refused) return descriptor_ = -1;
-    if (line_ == Line::unconnected) return descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (line_ == line_kind::refused) return descriptor_ = -1;
+    if (line_ == line_kind::unconnected) return descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
 
     int ends[2];
-    const int made =
-        line_ == Line::closed_pipe ? pipe2(ends, O_CLOEXEC) : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
+    const int made = line_ == line_kind::closed_pipe ? pipe2(ends, O_CLOEXEC)
+                                                     : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
     if (made != 0) {
         ADD_FAILURE() << "no connection: " << strerror(errno);
         return descriptor_ = -1;
     }
     peer_ = ends[0];
     descriptor_ = ends[1];
-    if (line_ == Line::closed_socket || line_ == Line::closed_pipe) {
+    if (line_ == line_kind::closed_socket || line_ == line_kind::closed_pipe) {
         close(peer_.exchange(-1));
-    } else if (line_ != Line::unread) {
+    } else if (line_ != line_kind::unread) {
         sigset_t all, before;  // signals of the tests are for the calling threads
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, &before);
@@ -91,7 +91,7 @@ int ScriptedService::connect(const char* host, const char* port, std::uint32_t* 
     return descriptor_;
 }
 
-void ScriptedService::disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second) {
+void scripted_service::disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second) {
     EXPECT_EQ(descriptor, descriptor_);
     EXPECT_EQ(++disconnects_, connects_);
     EXPECT_EQ(first, values_[0]);
@@ -101,31 +101,31 @@ void ScriptedService::disconnect(int descriptor, const std::uint32_t* first, con
     if (descriptor >= 0) close(descriptor);
 }
 
-const std::string& ScriptedService::command() {
+const std::string& scripted_service::command() {
     finish();
     return command_;
 }
 
-bool ScriptedService::punctual() {
+bool scripted_service::punctual() {
     finish();
     return longest_gap_ <= std::chrono::milliseconds(9);
 }
 
 // The call has returned: what it wrote is still read, anything else that the service waits for ends.
-void ScriptedService::finish() {
+void scripted_service::finish() {
     if (peer_ >= 0) shutdown(peer_, SHUT_RDWR);
     if (thread_.joinable()) thread_.join();
     if (peer_ >= 0) close(peer_.exchange(-1));
 }
 
 // A socket that is closed before everything was read is reset, so a script with a reset leaves the last byte unread.
-void ScriptedService::read_command() {
+void scripted_service::read_command() {
     const bool leave_one =
-        std::any_of(script_.begin(), script_.end(), [](const Step& step) { return step.kind == Step::reset; });
+        std::any_of(script_.begin(), script_.end(), [](const step& each) { return each.kind == step::reset; });
     std::size_t wanted = 4;
     while (command_.size() < wanted) {
         char buffer[65536];
-        if (line_ == Line::slow) std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        if (line_ == line_kind::slow) std::this_thread::sleep_for(std::chrono::milliseconds(300));
         const ssize_t got = recv(peer_, buffer, std::min(sizeof buffer, wanted - command_.size()), 0);
         if (got <= 0) return;
         command_.append(buffer, static_cast<std::size_t>(got));
@@ -137,13 +137,13 @@ void ScriptedService::read_command() {
     }
 }
 
-bool ScriptedService::send_in_chunks(const std::string& bytes) {
+bool scripted_service::send_in_chunks(const std::string& bytes) {
     for (std::size_t at = 0; at < bytes.size();) {
-        const auto begin = Clock::now();
+        const auto begin = monotonic::now();
         const ssize_t sent =
             ::send(peer_, bytes.data() + at, std::min<std::size_t>(bytes.size() - at, 65536), MSG_NOSIGNAL);
         // Also when the client is gone: it may have taken this very gap for the end.
-        if (last_send_ != Clock::time_point()) longest_gap_ = std::max(longest_gap_, Clock::now() - last_send_);
+        if (last_send_ != monotonic::time_point()) longest_gap_ = std::max(longest_gap_, monotonic::now() - last_send_);
         last_send_ = begin;
         if (sent < 0) return false;
         at += static_cast<std::size_t>(sent);
@@ -151,21 +151,21 @@ bool ScriptedService::send_in_chunks(const std::string& bytes) {
     return true;
 }
 
-void ScriptedService::run() {
+void scripted_service::run() {
     read_command();
-    for (const Step& step : script_) {
-        switch (step.kind) {
-            case Step::send:
-                if (!send_in_chunks(step.bytes)) return;
+    for (const step& each : script_) {
+        switch (each.kind) {
+            case step::send:
+                if (!send_in_chunks(each.bytes)) return;
                 break;
-            case Step::pause:
+            case step::pause:
                 for (int unread = 1; ioctl(peer_, SIOCOUTQ, &unread) == 0 && unread > 0;) {
                     std::this_thread::sleep_for(std::chrono::microseconds(100));
                 }
-                std::this_thread::sleep_for(std::chrono::milliseconds(step.milliseconds));
+                std::this_thread::sleep_for(std::chrono::milliseconds(each.milliseconds));
                 break;
-            case Step::close:
-            case Step::reset:
+            case step::close:
+            case step::reset:
                 close(peer_.exchange(-1));
                 return;
         }
@@ -183,9 +183,9 @@ int outcome_of(const std::function<int()>& call) {
     return result == 0 ? 0 : error;
 }
 
-int punctually(const std::vector<Step>& script, const std::function<int()>& call) {
+int punctually(const std::vector<step>& script, const std::function<int()>& call) {
     for (int attempt = 0; attempt < 50; ++attempt) {
-        ScriptedService service(script);
+        scripted_service service(script);
         const int result = outcome_of(call);
         if (service.punctual()) return result;
     }

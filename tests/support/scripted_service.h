@@ -15,26 +15,26 @@
 #include <vector>
 
 // One thing that the service does once it has read the command.
-struct Step {
-    enum Kind { send, pause, close, reset } kind;
+struct step {
+    enum action { send, pause, close, reset } kind;
     std::string bytes;
     int milliseconds;
 };
-inline Step send(std::string bytes) { return {Step::send, std::move(bytes), 0}; }
-inline Step pause(int milliseconds) { return {Step::pause, {}, milliseconds}; }  // once the client has read all
-inline Step hang_up() { return {Step::close, {}, 0}; }
-inline Step reset() { return {Step::reset, {}, 0}; }
-std::vector<Step> dribble(const std::string& bytes, std::size_t piece, int milliseconds);
+inline step send(std::string bytes) { return {step::send, std::move(bytes), 0}; }
+inline step pause(int milliseconds) { return {step::pause, {}, milliseconds}; }  // once the client has read all
+inline step hang_up() { return {step::close, {}, 0}; }
+inline step reset() { return {step::reset, {}, 0}; }
+std::vector<step> dribble(const std::string& bytes, std::size_t piece, int milliseconds);
 
-class ScriptedService {
+class scripted_service {
   public:
     // What connect returns: a socket; one whose other end reads slowly or never; -1; a socket that was never connected;
     // a socket, or the writing end of a pipe, whose other end is closed.
-    enum class Line { socket, slow, unread, refused, unconnected, closed_socket, closed_pipe };
+    enum class line_kind { socket, slow, unread, refused, unconnected, closed_socket, closed_pipe };
 
     // After the last step the service is silent. A connect leaves left in errno.
-    explicit ScriptedService(std::vector<Step> script, Line line = Line::socket, int left = ENOEXEC);
-    ~ScriptedService();
+    explicit scripted_service(std::vector<step> script, line_kind line = line_kind::socket, int left = ENOEXEC);
+    ~scripted_service();
 
     // It serves that many connections, one after another; without this, one.
     void serve(int times) { times_ = times; }
@@ -49,15 +49,15 @@ class ScriptedService {
     void disconnect(int descriptor, const std::uint32_t* first, const std::uint32_t* second);
 
   private:
-    using Clock = std::chrono::steady_clock;
+    using monotonic = std::chrono::steady_clock;
 
     void run();
     void read_command();
     bool send_in_chunks(const std::string& bytes);
     void finish();
 
-    std::vector<Step> script_;
-    Line line_;
+    std::vector<step> script_;
+    line_kind line_;
     int left_;
     int times_ = 1;
     std::atomic<int> peer_{-1};
@@ -66,8 +66,8 @@ class ScriptedService {
     int connects_ = 0;
     int disconnects_ = 0;
     std::string command_;
-    Clock::time_point last_send_;
-    Clock::duration longest_gap_{};
+    monotonic::time_point last_send_;
+    monotonic::duration longest_gap_{};
     std::thread thread_;
 };
 
@@ -75,6 +75,6 @@ class ScriptedService {
 int outcome_of(const std::function<int()>& call);
 
 // The outcome of the call, made anew, up to 50 times, while the machine was too busy for the service to send in time.
-int punctually(const std::vector<Step>& script, const std::function<int()>& call);
+int punctually(const std::vector<step>& script, const std::function<int()>& call);
 
 #endif
