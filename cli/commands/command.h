@@ -1,4 +1,4 @@
-// Commands and their arguments. command.cpp and main.cpp are the files that include CLI11, which takes seconds to compile.
+// Commands and their arguments. Only command.cpp and main.cpp include CLI11, which takes seconds to compile.
 // What arguments are read into outlives the parsing. Numbers are decimal and read as they are written.
 #ifndef LUTC_CLI_COMMANDS_COMMAND_H
 #define LUTC_CLI_COMMANDS_COMMAND_H

@@ -1,4 +1,4 @@
-// The commands, each with the arguments and the work of what stands in the file of its name.
+// Each adds the command or the group of its name to the tool.
 #ifndef LUTC_CLI_COMMANDS_COMMANDS_H
 #define LUTC_CLI_COMMANDS_COMMANDS_H
 
