@@ -25,7 +25,7 @@ def run_example(name, *arguments, **options):
 
 
 @contextlib.contextmanager
-def simulator():
+def simulator(*options):
     """A simulator with an empty library, on the service's port."""
-    with tempfile.TemporaryDirectory() as media, Simulator(SIMULATOR, "--media", media, "--quiet"):
+    with tempfile.TemporaryDirectory() as media, Simulator(SIMULATOR, "--media", media, "--quiet", *options):
         yield

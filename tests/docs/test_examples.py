@@ -1,4 +1,5 @@
 """Each example does what it says, against the simulator."""
+import contextlib
 import os
 import re
 import tempfile
@@ -48,8 +49,20 @@ class Examples(unittest.TestCase):
         self.assertIn("slope:(array document)[\n\t0:(double)1.100000\n", output)
         self.assertIn("data:(binary [length=5])00,40,80,C0,FF", output)
 
-    def test_without_a_service_they_fail(self):
-        for name in ("read_model", "all_functions"):
+    def test_first_steps_and_why_the_last_call_failed(self):
+        for name in ("first_steps", "first_steps_in_c"):
+            with programs.simulator():
+                self.assertEqual(self.done(run_example(name)),
+                                 'channel 1 shows "first steps"\nwhat came back is what was sent\n'
+                                 "reading it once more: the service refused it (its log says why)\n", name)
+
+    def test_they_say_why_they_fail(self):
+        for fault, reason in ((None, "Connection refused"), ("*=refuse", "the service refused it (its log says why)"),
+                              ("*=close", "the connection ended before an answer")):
+            with programs.simulator("--fault", fault) if fault else contextlib.nullcontext():
+                result = run_example("first_steps")
+                self.assertEqual((result.returncode, result.stdout), (1, "lutc_preset_list: %s\n" % reason))
+        for name in ("first_steps_in_c", "read_model", "all_functions"):
             self.assertEqual(run_example(name).returncode, 1, name)
 
 
