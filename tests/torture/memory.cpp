@@ -17,7 +17,7 @@
 #include <string>
 
 #include <lutc/bsonDocument.h>
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "tests/support/check.h"
 #include "tests/support/documents.h"
 #include "tests/support/prepared_service.h"
@@ -194,6 +194,42 @@ const use<bool> calls[] = {
     {"lutc_set_option", [] { return lutc_set_option("name", "value") == 0; }},
 };
 
+// The C++ face: what the C function handed out is freed when there is no memory to copy it.
+void require(const std::error_code& failure) {
+    if (failure.value() == ENOMEM) throw std::bad_alloc();
+    CHECK(!failure);
+}
+
+const use<void> of_lists[] = {
+    {"lutc::preset_list",
+     [] {
+         std::error_code failure;
+         lutc::preset_list(failure);
+         require(failure);
+     }},
+    {"lutc::recv_preset",
+     [] {
+         std::error_code failure;
+         lutc::recv_preset(1, failure);
+         require(failure);
+     }},
+};
+const use<void> of_small[] = {
+    {"lutc::model_info",
+     [] {
+         std::error_code failure;
+         lutc::model_info(failure);
+         require(failure);
+     }},
+    {"lutc::send_live",
+     [] {
+         std::error_code failure;
+         lutc::send_live(1, {lutc::cdl_values{}, lutc::lut_1d{"float", {1, 2}, 1}, lutc::test_pattern{"bars"}}, {},
+                         failure);
+         require(failure);
+     }},
+};
+
 // Replies with lists and texts on the heap: what a large buffer takes, and what fits 1024 bytes.
 const std::string combo = "['a rather long name of a kind','cdl']", long_name = "'a text of some length, on the heap'";
 const std::string data = "'typeIndex':1,'dataFormat':'float','data':'hex:" + std::string(600, '0') + "'}";
@@ -321,6 +357,10 @@ int main() {
         prepare(one.run == read_preset_list || one.run == read_preset ? lists : small);
         torture(one);
     }
+    prepare(lists);
+    for (const auto& one : of_lists) torture(one);
+    prepare(small);
+    for (const auto& one : of_small) torture(one);
     sample.elementList.push_back(
         new bsonElement("referred", sample.getElementWithKey("inner", 0)->documentValue, false, false));
     sample.convertElementListToMessage();
