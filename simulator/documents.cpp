@@ -115,8 +115,8 @@ std::optional<std::int32_t> fields::optional_index(std::string_view key, std::si
 std::int32_t fields::index(std::string_view key, std::size_t last, std::string_view noun) const {
     const std::int32_t value = int32(key);
     if (value >= 1 && static_cast<std::size_t>(value) <= last) return value;
-    const std::string range = last == 0 ? "there are none" : "they count from 1 to " + std::to_string(last);
-    refuse(key, "is " + std::to_string(value) + ": no such " + std::string(noun) + ", " + range);
+    refuse(key, "is " + std::to_string(value) + ": no such " + std::string(noun) + ", they count from 1 to " +
+                    std::to_string(last));
 }
 
 std::string_view fields::string(std::string_view key, int occurrence) const {

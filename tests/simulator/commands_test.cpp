@@ -38,6 +38,15 @@ class Device : public testing::Test {
     const simulator::device_state& device_ = service_.device();
 };
 
+TEST_F(Device, RefusesWhatIsNoCommand) {
+    EXPECT_EQ("1: the command is not a valid BSON document", reply_text(reply_bytes(service_, "nonsense")));
+    for (const auto& [command, message] : std::vector<std::pair<std::string, std::string>>{
+             {"{'protocolVersion':'3.0'}", "3: \"protocolVersion\" is \"3.0\", not \"2.0\""},
+             {"{'protocolVersion':'2.0','type':'response'}", "3: \"type\" is \"response\", not \"command\""},
+             {"{'protocolVersion':'2.0','type':'command'}", "3: \"msgID\" is missing"}})
+        EXPECT_EQ(message, reply_text(reply_bytes(service_, encoded(command))));
+}
+
 TEST_F(Device, DescribesItself) {
     ASSERT_EQ("{}", call("setOption", "{'name':'friendlyName','value':'" + std::string(256, 'x') + "'}"));
     EXPECT_LE(reply_bytes(service_, command_bytes("getModelInfo")).size(), 1024u);
@@ -102,6 +111,7 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
          {name + "'gradeCombo':[" + empty + empty + empty + empty + "{'type':'cdl','dataFormat':'c','data':'hex:'}]",
           "more components of type \"cdl\" than slots (4)"}});
     EXPECT_EQ("Film ", names());
+    upload(std::string(32, 'n'));
     while (device_.presets().size() < 100) upload(std::to_string(device_.presets().size()), ",'toIndex':1");
     expect_refused("sendPreset", {{name + "'gradeCombo':[]", "the library is full: it holds at most 100 presets"}});
     EXPECT_EQ("{}", call("sendPreset", "{'presetName':'99','gradeCombo':[]}")) << "replacing needs no room";
