@@ -56,7 +56,8 @@ class command {
     template <class Action>
     void add(const char* name, const char* description, const Action& action) const {
         const command added = add_command(name, description);
-        added.set_action([action, name = added.full_name()] { return attempt([&] { return name; }, action); });
+        added.set_action(
+            [action, full_name = added.full_name()] { return attempt([&] { return full_name; }, action); });
     }
 
     // A command whose arguments are members of Options: declare(const command&) adds them, run() is its action;
