@@ -6,7 +6,9 @@ scripts/bench builds the programs and starts this.
 
 import argparse
 import collections
+import contextlib
 import datetime
+import http.client
 import json
 import os
 import pathlib
@@ -17,6 +19,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 
 BEGIN = "<!-- measured: begin (written by scripts/bench) -->"
 END = "<!-- measured: end -->"
@@ -192,6 +195,21 @@ def growth_goals(m):
                                ("measure", "measure/lutc"))]
 
 
+POLLS = 25  # of each poller in a second
+LOADS = (("read", "stays (304)", 0.8), ("grade", "changes with every call", 0.5))
+
+
+def load_goals(loads):
+    rows = []
+    for call, picture, bound in LOADS:
+        reached = sorted(loads[call])
+        median, quarter = statistics.median(reached), len(reached) // 4
+        rows.append(goal(f"calls/s of 8 clients of `lutc-simulator` while two poll a picture that {picture}, {POLLS} times a second",
+                         "the same without the two", f"at least {bound:g} x", median,
+                         f"{number(reached[quarter])} to {number(reached[-1 - quarter])}", median >= bound))
+    return rows
+
+
 def goal_table(goals):
     return table(("what", "against", "goal", "reached", "middle half of the repetitions", "met"), goals)
 
@@ -225,6 +243,40 @@ def run(command, cores):
     return done.stdout
 
 
+@contextlib.contextmanager
+def simulator(program):
+    """The port of its page."""
+    with tempfile.TemporaryDirectory() as media, subprocess.Popen(
+            [program, "--quiet", "--page=0", f"--media={media}"], stdout=subprocess.PIPE, text=True) as process:
+        try:
+            lines = [process.stdout.readline() for _ in range(2)]  # page, listening
+            yield int(re.search(r"(\d+)/$", lines[0])[1])
+        finally:
+            process.terminate()
+
+
+@contextlib.contextmanager
+def pollers(port):
+    def poll():
+        connection, tag = http.client.HTTPConnection("127.0.0.1", port), ""
+        while not done.wait(1 / POLLS):
+            connection.request("GET", "/outputs/1.png", headers={"If-None-Match": tag})
+            answer = connection.getresponse()
+            answer.read()
+            tag = answer.headers["ETag"]
+
+    done = threading.Event()
+    threads = [threading.Thread(target=poll) for _ in range(2)]
+    for thread in threads:
+        thread.start()
+    try:
+        yield
+    finally:
+        done.set()
+        for thread in threads:
+            thread.join()
+
+
 class Bench:
     """The programs, and how long they run."""
 
@@ -256,6 +308,25 @@ class Bench:
             name, *numbers = line.split("\t")
             used[name] = dict(zip(("allocations", "peak", "command", "reply"), map(int, numbers)))
         return used
+
+    def clients(self, call):
+        """Calls in a second of 8 clients, none of which failed."""
+        made, failed = run([self.programs / "lutc-bench-clients", call, 0.1 if self.quick else 2], self.every_core).split()
+        if failed != "0" and not self.quick:
+            sys.exit(f"bench: {failed} calls failed beside the page")
+        return float(made)
+
+    def loads(self):
+        """For each kind of call, calls/s while two poll in terms of those without, in rounds."""
+        found = {}
+        for call, _, _ in LOADS:
+            with simulator(self.programs / "lutc-simulator") as port:
+                found[call] = []
+                for _ in range(1 if self.quick else 5):
+                    alone = self.clients(call)
+                    with pollers(port):
+                        found[call].append(self.clients(call) / alone)
+        return found
 
     def call(self, name, times):
         """Command line for 2 x times calls."""
@@ -300,7 +371,8 @@ def whole_report(bench):
     bench.time_documents()
     bench.time_calls()
     m, memory = bench.measurements, bench.heap_use()
-    return ["### Goals", goal_table(document_goals(m) + call_goals(m, memory) + growth_goals(m)), floor_of_list(m),
+    return ["### Goals", goal_table(document_goals(m) + call_goals(m, memory) + growth_goals(m) +
+                                      load_goals(bench.loads())), floor_of_list(m),
             *document_report(m),
             "### Calls", CALLS_NOTE, calls(m, memory, bench.system_calls),
             MALLOC_NOTE, default_malloc(bench.with_default_malloc()),

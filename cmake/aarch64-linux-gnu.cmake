@@ -5,7 +5,7 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
-# Header-only libraries (asio, CLI11, nlohmann-json) serve every architecture; they lie in /usr/include, which is
+# Header-only libraries (Boost, CLI11, nlohmann-json) serve every architecture; they lie in /usr/include, which is
 # searched last, behind the headers of the target's own C library.
 set(CMAKE_C_FLAGS_INIT "-idirafter /usr/include")
 set(CMAKE_CXX_FLAGS_INIT "-idirafter /usr/include")

@@ -110,7 +110,7 @@ void fault_plan::add(const std::string& text) {
     if (equals == std::string::npos)
         throw std::invalid_argument("fault " + quote(text) + " is not COMMAND[:N]=KIND[,MS]");
     std::string command = text.substr(0, equals), kind = text.substr(equals + 1);
-    rule added{{}, 0, {}};
+    rule added{text, {}, 0, {}};
     if (const std::size_t colon = command.find(':'); colon != std::string::npos) {
         added.call = number<std::uint64_t>(command.substr(colon + 1), "call", 1);
         command.erase(colon);
@@ -131,6 +131,20 @@ void fault_plan::add(const std::string& text) {
     rules_.push_back(std::move(added));
 }
 
+std::vector<std::string> fault_plan::list() const {
+    std::vector<std::string> texts;
+    for (const rule& known : rules_) texts.push_back(known.text);
+    return texts;
+}
+
+bool fault_plan::remove(std::string_view text) {
+    const auto found =
+        std::find_if(rules_.begin(), rules_.end(), [&](const rule& known) { return known.text == text; });
+    if (found == rules_.end()) return false;
+    rules_.erase(found);
+    return true;
+}
+
 std::optional<fault> fault_plan::next(std::string_view command) {
     std::optional<fault> wrong;
     for (rule& known : rules_) {
@@ -138,6 +152,8 @@ std::optional<fault> fault_plan::next(std::string_view command) {
         ++known.seen;
         if (!wrong && (known.call == 0 || known.call == known.seen)) wrong = known.wrong;
     }
+    const auto is_over = [](const rule& known) { return known.call != 0 && known.seen >= known.call; };
+    rules_.erase(std::remove_if(rules_.begin(), rules_.end(), is_over), rules_.end());
     if (wrong) return wrong;
     if (random_percent_ == 0 || random_() % 100 >= random_percent_) return std::nullopt;
     const fault_kind& kind = fault_kinds[random_() % fault_kinds.size()];

@@ -53,6 +53,11 @@ class fault_plan {
     // From 0 to 100: how many of the calls that no other fault fits go wrong, each in a random way.
     void set_random_percent(unsigned percent) { random_percent_ = percent; }
 
+    // Those that can still happen, as they were added.
+    std::vector<std::string> list() const;
+    bool remove(std::string_view text);  // the first that reads so; false when there is none
+    void clear() { rules_.clear(); }
+
     // Counts a call of that command and tells what goes wrong with it. Of several faults the first that was added
     // counts.
     std::optional<fault> next(std::string_view command);
@@ -62,6 +67,7 @@ class fault_plan {
 
   private:
     struct rule {
+        std::string text;
         std::string command;  // "*": any
         std::uint64_t call;   // 0: every one
         fault wrong;

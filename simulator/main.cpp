@@ -1,14 +1,19 @@
 #include <malloc.h>
 
 #include <CLI/CLI.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "simulator/command_runner.h"
+#include "simulator/page/page.h"
 #include "simulator/server.h"
 #include "terminal/command_tree.h"
 
@@ -27,7 +32,9 @@ const char* const codes_footer = R"(
 Exit codes:
   0  stopped by SIGINT or SIGTERM
   1  it can't listen, or can't go on
-  2  wrong usage)";
+  2  wrong usage
+With --run: that of COMMAND; 128 and the number of the signal that ended it, 126 when it can't be run, 127 when there is
+no such command)";
 
 struct settings {
     simulator::server_options server;
@@ -36,7 +43,21 @@ struct settings {
     unsigned random_faults = 0;
     std::vector<std::string> faults;
     bool quiet = false;
+    std::string page;  // [ADDRESS:]PORT; empty: none
+    std::vector<std::string> inputs;
+    bool run = false;
+    std::vector<std::string> command;
 };
+
+void describe_page(CLI::App& app, settings& to) {
+    const auto plain = [](CLI::Option* option) { option->always_capture_default(false)->allow_extra_args(false); };
+    plain(app.add_option("--page", to.page,
+                         "[ADDRESS:]PORT: serve the device and its pictures over HTTP; 0 takes a free port"));
+    plain(app.add_option("--input", to.inputs, "N=FILE or N=none: the picture of input N, a PNG; with --page"));
+    app.add_flag("--run", to.run, "Run COMMAND with LUTC_PAGE in its environment, and end with it; implies --page 0");
+    app.add_option("COMMAND", to.command, "After --, with --run: the command and its arguments")
+        ->always_capture_default(false);
+}
 
 void describe(CLI::App& app, settings& to) {
     app.set_version_flag("--version", "lutc-simulator " LUTC_VERSION);
@@ -60,11 +81,68 @@ void describe(CLI::App& app, settings& to) {
         ->check(CLI::Range(0u, 100u));
     app.add_option("--seed", to.seed, "Seed of the random faults");
     app.add_flag("--quiet", to.quiet, "Don't log commands and replies");
+    describe_page(app, to);
 }
 
-void print_line(std::uint64_t connection, char mark, const std::string& text) {
-    std::printf("%llu %c %s\n", static_cast<unsigned long long>(connection), mark, text.c_str());
-    std::fflush(stdout);
+// The first lines, and then the log. With --run standard output is the command's own.
+class printer {
+  public:
+    explicit printer(std::FILE* to) : to_(to) {}
+
+    void operator()(std::uint64_t connection, char mark, const std::string& text) const {
+        std::fprintf(to_, "%llu %c %s\n", static_cast<unsigned long long>(connection), mark, text.c_str());
+        std::fflush(to_);
+    }
+    void say(const std::string& text) const {
+        std::fprintf(to_, "lutc-simulator: %s\n", text.c_str());
+        std::fflush(to_);
+    }
+
+  private:
+    std::FILE* to_;
+};
+
+void check(settings& given) {
+    if (given.run == given.command.empty())
+        throw std::invalid_argument("--run and a COMMAND colour_service -- go together");
+    if (given.run && given.page.empty()) given.page = "0";
+    if (!given.inputs.empty() && given.page.empty()) throw std::invalid_argument("--input needs --page");
+}
+
+void add_faults(simulator::fault_plan& to, const std::vector<std::string>& faults) {
+    try {
+        for (const std::string& fault : faults) to.add(fault);
+    } catch (const std::invalid_argument& error) {
+        throw std::invalid_argument(std::string("--fault: ") + error.what());
+    }
+}
+
+int run(const settings& given, simulator::service& service, const printer& print) {
+    boost::asio::io_context context(1);
+    simulator::server connections(context, given.server, service);
+    std::optional<simulator::page> page;
+    if (!given.page.empty()) {
+        simulator::page_options options = simulator::read_page_place(given.page);
+        options.inputs = given.inputs;
+        page.emplace(context, options, service);
+        if (page->is_open_to_others())
+            std::fputs(
+                "lutc-simulator: warning: whoever reaches this machine can read and change the device by its page\n",
+                stderr);
+        print.say("page at " + page->url() + "/");
+        page->start();
+    }
+    print.say("listening on " + given.server.address + ":" + std::to_string(connections.port()));
+    connections.start();
+    if (given.run) {
+        simulator::command_runner command(context, given.command, "LUTC_PAGE", page->url());
+        context.run();
+        return command.exit_code();
+    }
+    boost::asio::signal_set signals(context, SIGINT, SIGTERM);
+    signals.async_wait([&](boost::system::error_code, int) { context.stop(); });
+    context.run();
+    return exit_stopped;
 }
 
 }  // namespace
@@ -82,14 +160,17 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? exit_stopped : exit_usage;
     }
     try {
+        check(given);
         simulator::fault_plan faults(given.seed);
         faults.set_random_percent(given.random_faults);
-        for (const std::string& fault : given.faults) faults.add(fault);
-        simulator::service service(given.media, std::move(faults), given.quiet ? nullptr : print_line);
-        simulator::serve(given.server, service);
-        return exit_stopped;
+        add_faults(faults, given.faults);
+        const printer print(given.run ? stderr : stdout);
+        simulator::service::log_sink log;
+        if (!given.quiet) log = print;
+        simulator::service service(given.media, std::move(faults), log);
+        return run(given, service, print);
     } catch (const std::invalid_argument& error) {
-        std::fprintf(stderr, "lutc-simulator: --fault: %s\n", error.what());
+        std::fprintf(stderr, "lutc-simulator: %s\n", error.what());
         return exit_usage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "lutc-simulator: %s\n", error.what());

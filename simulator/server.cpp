@@ -1,7 +1,12 @@
 #include "simulator/server.h"
 
+#include <fcntl.h>
+
 #include <array>
-#include <asio.hpp>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -16,25 +21,31 @@ namespace simulator {
 
 namespace {
 
+namespace asio = boost::asio;
 using asio::ip::tcp;
+using boost::system::error_code;
 using std::chrono::milliseconds;
 
 constexpr milliseconds linger_time{2000};  // for a client to take the reply and close
 constexpr milliseconds accept_pause{50};   // when there is no descriptor for a new connection
 constexpr std::size_t read_size = 64 * 1024;
 
+}  // namespace
+
 // What all connections share.
-struct shared_state {
-    const server_options& options;
+struct server::shared_state {
+    server_options options;
     service& colour_service;
     std::uint64_t connections = 0;
     std::array<unsigned char, read_size> scratch{};  // every connection reads into it
 };
 
+namespace {
+
 // One connection. It lives as long as something is under way on it.
 class session : public std::enable_shared_from_this<session> {
   public:
-    session(tcp::socket socket, shared_state& shared)
+    session(tcp::socket socket, server::shared_state& shared)
         : socket_(std::move(socket)),
           timer_(socket_.get_executor()),
           shared_(shared),
@@ -42,7 +53,7 @@ class session : public std::enable_shared_from_this<session> {
           framing_(shared.options.max_command_size) {}
 
     void start() {
-        std::error_code ignored;
+        error_code ignored;
         socket_.non_blocking(true, ignored);
         socket_.set_option(tcp::no_delay(true), ignored);
         await_command();
@@ -55,13 +66,13 @@ class session : public std::enable_shared_from_this<session> {
             shared_.colour_service.log(number_, '-', "closed: no whole command in time");
             close();
         });
-        socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](std::error_code error) {
+        socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](error_code error) {
             if (!error) self->read_command();
         });
     }
 
     void read_command() {
-        std::error_code error;
+        error_code error;
         const std::size_t count = socket_.read_some(asio::buffer(shared_.scratch), error);
         if (error == asio::error::would_block || error == asio::error::interrupted) return await_command();
         if (error) {
@@ -90,7 +101,7 @@ class session : public std::enable_shared_from_this<session> {
         const std::uint32_t pause = delivery_.pieces[next_piece_].pause_milliseconds;
         if (pause == 0) return write_piece();
         timer_.expires_after(milliseconds(pause));
-        timer_.async_wait([self = shared_from_this()](std::error_code error) {
+        timer_.async_wait([self = shared_from_this()](error_code error) {
             if (!error) self->write_piece();
         });
     }
@@ -98,7 +109,7 @@ class session : public std::enable_shared_from_this<session> {
     void write_piece() {
         limit(shared_.options.idle_timeout, [this] { close(); });
         asio::async_write(socket_, asio::buffer(delivery_.pieces[next_piece_].bytes),
-                          [self = shared_from_this()](std::error_code error, std::size_t) {
+                          [self = shared_from_this()](error_code error, std::size_t) {
                               self->timer_.cancel();
                               if (error) return self->close();
                               ++self->next_piece_;
@@ -107,7 +118,7 @@ class session : public std::enable_shared_from_this<session> {
     }
 
     void finish() {
-        std::error_code ignored;
+        error_code ignored;
         switch (delivery_.end) {
             case delivery::ending::reset:
                 socket_.set_option(asio::socket_base::linger(true, 0), ignored);
@@ -126,7 +137,7 @@ class session : public std::enable_shared_from_this<session> {
     // Reads and drops whatever the client still sends, until it closes or the time that was set is over.
     void drain() {
         socket_.async_read_some(asio::buffer(shared_.scratch),
-                                [self = shared_from_this()](std::error_code error, std::size_t) {
+                                [self = shared_from_this()](error_code error, std::size_t) {
                                     if (error) return self->close();
                                     self->drain();
                                 });
@@ -135,79 +146,59 @@ class session : public std::enable_shared_from_this<session> {
     template <class Action>
     void limit(milliseconds time, Action action) {
         timer_.expires_after(time);
-        timer_.async_wait([self = shared_from_this(), action](std::error_code error) {
+        timer_.async_wait([self = shared_from_this(), action](error_code error) {
             // A wait that had ended when another time was set is delivered without an error.
             if (!error && self->timer_.expiry() <= std::chrono::steady_clock::now()) action();
         });
     }
 
     void close() {
-        std::error_code ignored;
+        error_code ignored;
         timer_.cancel();
         socket_.close(ignored);
     }
 
     tcp::socket socket_;
     asio::steady_timer timer_;
-    shared_state& shared_;
+    server::shared_state& shared_;
     const std::uint64_t number_;
     command_framing framing_;
     delivery delivery_;
     std::size_t next_piece_ = 0;
 };
 
-class listener {
-  public:
-    listener(asio::io_context& context, shared_state& shared) : acceptor_(context), timer_(context), shared_(shared) {
-        const tcp::endpoint wanted(asio::ip::make_address(shared.options.address), shared.options.port);
+}  // namespace
+
+server::server(asio::io_context& context, const server_options& options, service& colour_service)
+    : acceptor_(context), timer_(context), shared_(new shared_state{options, colour_service}) {
+    try {
+        const tcp::endpoint wanted(asio::ip::make_address(options.address), options.port);
         acceptor_.open(wanted.protocol());
+        ::fcntl(acceptor_.native_handle(), F_SETFD, FD_CLOEXEC);
         acceptor_.set_option(tcp::acceptor::reuse_address(true));
         acceptor_.bind(wanted);
         acceptor_.listen();
+    } catch (const boost::system::system_error& error) {
+        throw std::runtime_error("can't listen on " + options.address + ":" + std::to_string(options.port) + ": " +
+                                 error.code().message());
     }
+}
 
-    tcp::endpoint where() const { return acceptor_.local_endpoint(); }
+server::~server() = default;
 
-    void accept() {
-        acceptor_.async_accept([this](std::error_code error, tcp::socket socket) {
-            if (error) return accept_later();
-            std::make_shared<session>(std::move(socket), shared_)->start();
-            accept();
-        });
-    }
+std::uint16_t server::port() const { return acceptor_.local_endpoint().port(); }
 
-  private:
-    void accept_later() {
+void server::start() {
+    acceptor_.async_accept([this](error_code error, tcp::socket socket) {
+        if (!error) {
+            std::make_shared<session>(std::move(socket), *shared_)->start();
+            return start();
+        }
         timer_.expires_after(accept_pause);
-        timer_.async_wait([this](std::error_code error) {
-            if (!error) accept();
+        timer_.async_wait([this](error_code stopped) {
+            if (!stopped) start();
         });
-    }
-
-    tcp::acceptor acceptor_;
-    asio::steady_timer timer_;
-    shared_state& shared_;
-};
-
-}  // namespace
-
-void serve(const server_options& options, service& colour_service) {
-    asio::io_context context(1);
-    shared_state shared{options, colour_service};
-    const std::string place = options.address + ":" + std::to_string(options.port);
-    std::optional<listener> connections;
-    try {
-        connections.emplace(context, shared);
-    } catch (const std::system_error& error) {
-        throw std::runtime_error("can't listen on " + place + ": " + error.code().message());
-    }
-    asio::signal_set signals(context, SIGINT, SIGTERM);
-    signals.async_wait([&](std::error_code, int) { context.stop(); });
-    std::printf("lutc-simulator: listening on %s:%u\n", options.address.c_str(),
-                static_cast<unsigned>(connections->where().port()));
-    std::fflush(stdout);
-    connections->accept();
-    context.run();
+    });
 }
 
 }  // namespace simulator

@@ -2,9 +2,13 @@
 #ifndef LUTC_SIMULATOR_SERVER_H
 #define LUTC_SIMULATOR_SERVER_H
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "simulator/service.h"
@@ -18,9 +22,22 @@ struct server_options {
     std::chrono::milliseconds idle_timeout{30000};  // how long a client may send nothing
 };
 
-// Listens, prints where, and serves until SIGINT or SIGTERM arrives. Throws std::runtime_error when the address can't
-// be listened on.
-void serve(const server_options& options, service& colour_service);
+class server {
+  public:
+    // Listens. Throws std::runtime_error when it can't. The service outlives the context.
+    server(boost::asio::io_context& context, const server_options& options, service& colour_service);
+    ~server();
+
+    std::uint16_t port() const;
+    void start();  // accepts connections, as long as this object lives
+
+    struct shared_state;
+
+  private:
+    boost::asio::ip::tcp::acceptor acceptor_;
+    boost::asio::steady_timer timer_;
+    std::unique_ptr<shared_state> shared_;
+};
 
 }  // namespace simulator
 

@@ -1,5 +1,6 @@
 #include "simulator/service.h"
 
+#include <chrono>
 #include <new>
 #include <utility>
 
@@ -11,39 +12,58 @@
 namespace simulator {
 
 service::service(std::string media_folder, fault_plan faults, log_sink sink)
-    : media_folder_(std::move(media_folder)), faults_(std::move(faults)), sink_(std::move(sink)) {}
+    : media_folder_(std::move(media_folder)),
+      first_faults_(std::move(faults)),
+      faults_(first_faults_),
+      sink_(std::move(sink)) {}
 
 delivery service::answer(std::uint64_t connection, const std::vector<unsigned char>& command) {
+    const auto start = std::chrono::steady_clock::now();
     bsonDocument document(command.data(), static_cast<std::uint32_t>(command.size()), false, false);
     if (document.convertMessageToElementList(true) != 1)
         return refuse(connection, refusal(reason::malformed, "the command is not a valid BSON document"));
-    std::string name;
+    std::string name, text;
     document.getStringWithKey("command", name);
-    if (sink_) {
+    if (sink_ || observer_) {
         const std::string content = describe(document);
-        log(connection, '<', (name.empty() ? "(no command)" : escape(name)) + (content.empty() ? "" : " ") + content);
+        text = (name.empty() ? "(no command)" : escape(name)) + (content.empty() ? "" : " ") + content;
     }
+    log(connection, '<', text);
     const std::optional<fault> wrong = faults_.next(name);
     const auto reply = wrong && !wrong->kind->is_performed
                            ? simulator::refuse(refusal(reason::on_demand, "refused on demand"))
                            : perform(device_, media_folder_, document);
-    log_reply(connection, *reply, wrong);
-    return faults_.send(encode(*reply), wrong);
+    return finish({connection, name, std::move(text), command, wrong, start}, *reply);
 }
 
 delivery service::refuse(std::uint64_t connection, const refusal& why) {
-    const auto reply = simulator::refuse(why);
-    log_reply(connection, *reply, std::nullopt);
-    return faults_.send(encode(*reply), std::nullopt);
+    const std::vector<unsigned char> unread;
+    return finish({connection, {}, {}, unread, std::nullopt, std::chrono::steady_clock::now()},
+                  *simulator::refuse(why));
+}
+
+void service::reset() {
+    device_ = device_state();
+    faults_ = first_faults_;
 }
 
 void service::log(std::uint64_t connection, char mark, const std::string& text) const {
     if (sink_) sink_(connection, mark, text);
 }
 
-void service::log_reply(std::uint64_t connection, const bsonDocument& reply, const std::optional<fault>& wrong) const {
-    const std::string note = wrong ? " (fault: " + std::string(wrong->kind->name) + ")" : "";
-    if (sink_) sink_(connection, '>', describe(reply) + note);
+delivery service::finish(const taken_command& command, bsonDocument& reply) {
+    const std::string note = command.wrong ? " (fault: " + std::string(command.wrong->kind->name) + ")" : "";
+    const std::string text = sink_ || observer_ ? describe(reply) + note : "";
+    log(command.connection, '>', text);
+    std::int32_t code = 0;
+    reply.getInt32WithKey("code", &code);
+    std::vector<unsigned char> bytes = encode(reply);
+    if (observer_) {
+        const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - command.start;
+        observer_({command.connection, command.name, command.text, text, code, command.wrong.has_value(), taken.count(),
+                   command.message, bytes});
+    }
+    return faults_.send(std::move(bytes), command.wrong);
 }
 
 }  // namespace simulator

@@ -69,6 +69,8 @@ class Documents(unittest.TestCase):
                         self.check_code(language, text)
                     elif language == "json":
                         json.loads(text)
+                    elif language == "python":
+                        compile(text, document.name, "exec")
                     else:
                         self.assertIn(language, NOT_CODE | {"sh"}, "a block that nothing checks")
 

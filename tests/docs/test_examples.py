@@ -49,6 +49,17 @@ class Examples(unittest.TestCase):
         self.assertIn("slope:(array document)[\n\t0:(double)1.100000\n", output)
         self.assertIn("data:(binary [length=5])00,40,80,C0,FF", output)
 
+    @unittest.skipUnless(int(os.environ["LUTC_PICTURES"] or 0), "built without OpenColorIO")
+    def test_pictures_are_checked(self):
+        with tempfile.TemporaryDirectory() as folder:
+            table, expected = os.path.join(folder, "table.bin"), os.path.join(folder, "expected.png")
+            programs.run(reader.SOURCE / "scripts" / "make_print_lut", "--size", "17", "--format", "uint16", "-o", table)
+            program = [os.path.join(programs.EXAMPLES, "upload_and_apply"), "evening", table, "uint16"]
+            for command, code, said in ((program, 0, "wrote"), (program, 0, "output 1 is"), (["true"], 1, "is not")):
+                result = programs.run(programs.SIMULATOR, "--run", "--", "python3",
+                                      reader.SOURCE / "examples" / "check_picture.py", expected, *command)
+                self.assertEqual((result.returncode, said in result.stdout + result.stderr), (code, True), result.stderr)
+
     def test_first_steps_and_why_the_last_call_failed(self):
         for name in ("first_steps", "first_steps_in_c"):
             with programs.simulator():

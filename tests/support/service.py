@@ -42,7 +42,7 @@ class Simulator:
         except RuntimeError:
             self.kill()
             raise
-        self.port = int(self.lines[0].rpartition(":")[2])
+        self.port = int(next(line for line in self.lines if "listening on" in line).rpartition(":")[2])
 
     def read(self):
         for line in self.process.stdout:
