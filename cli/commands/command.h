@@ -54,7 +54,7 @@ class command {
 
     // A command that calls action and prints the JSON that it returns; null and nothing at all are "done".
     template <class Action>
-    void add(const char* name, const char* description, const Action& action) const {
+    void add(const char* name, const char* description, Action action) const {
         const command added = add_command(name, description);
         added.set_action(
             [action, full_name = added.full_name()] { return attempt([&] { return full_name; }, action); });
