@@ -103,8 +103,7 @@ class printer {
 };
 
 void check(settings& given) {
-    if (given.run == given.command.empty())
-        throw std::invalid_argument("--run and a COMMAND colour_service -- go together");
+    if (given.run == given.command.empty()) throw std::invalid_argument("--run and a COMMAND behind -- go together");
     if (given.run && given.page.empty()) given.page = "0";
     if (!given.inputs.empty() && given.page.empty()) throw std::invalid_argument("--input needs --page");
 }

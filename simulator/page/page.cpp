@@ -51,12 +51,13 @@ page::page(boost::asio::io_context& context, const page_options& options, servic
               [this] { server_.wake(); }),
       server_(context, options.address, options.port,
               [this](const auto& request, const auto& exchange) { routes_.handle(request, exchange); }),
-      address_(options.address) {
+      address_(boost::asio::ip::make_address_v4(options.address)) {
     colour_service.set_observer([this](const answered_command& command) { routes_.record(command); });
 }
 
-std::string page::url() const { return "http://" + address_ + ":" + std::to_string(server_.port()); }
-
-bool page::is_open_to_others() const { return !boost::asio::ip::make_address_v4(address_).is_loopback(); }
+std::string page::url() const {
+    const std::string host = address_.is_unspecified() ? "127.0.0.1" : address_.to_string();
+    return "http://" + host + ":" + std::to_string(server_.port());
+}
 
 }  // namespace simulator

@@ -3,6 +3,7 @@
 #define LUTC_SIMULATOR_PAGE_PAGE_H
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address_v4.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -28,14 +29,14 @@ class page {
     // input, std::runtime_error when something can't be read, loaded or listened on.
     page(boost::asio::io_context& context, const page_options& options, service& colour_service);
 
-    std::string url() const;         // http://ADDRESS:PORT
-    bool is_open_to_others() const;  // beyond this machine
+    std::string url() const;                                            // http://ADDRESS:PORT
+    bool is_open_to_others() const { return !address_.is_loopback(); }  // beyond this machine
     void start() { server_.start(); }
 
   private:
     routes routes_;
     http_server server_;
-    std::string address_;
+    boost::asio::ip::address_v4 address_;
 };
 
 }  // namespace simulator
