@@ -99,7 +99,8 @@ ssize_t read_some(int descriptor, unsigned char* bytes, std::size_t room, monoto
 
 // Why there is no connection. The stand-in leaves the reason in errno; another library may leave anything there.
 int connect_failure(int error) {
-    for (const int reason : {ETIMEDOUT, EMFILE, ENFILE, ENOMEM, ENOBUFS, EACCES, EPERM, EADDRNOTAVAIL, ENETUNREACH}) {
+    for (const int reason : {ETIMEDOUT, EMFILE, ENFILE, ENOMEM, ENOBUFS, EACCES, EPERM, EADDRNOTAVAIL, ENETUNREACH,
+                             ENETDOWN, EHOSTUNREACH}) {
         if (error == reason) return reason;
     }
     return ECONNREFUSED;

@@ -122,7 +122,8 @@ TEST(Exchange, closeAndResetAtEachStage) {
 // Only the reasons that a failed connect has are taken from errno, and only when there is no connection.
 TEST(Exchange, withoutAConnectionErrnoTellsWhy) {
     for (const line_kind line : {line_kind::refused, line_kind::unconnected}) {
-        for (const int reason : {ECONNREFUSED, ETIMEDOUT, EMFILE, ENFILE, ENOMEM}) {
+        for (const int reason : {ECONNREFUSED, ETIMEDOUT, EMFILE, ENFILE, ENOMEM, ENOBUFS, EACCES, EPERM, EADDRNOTAVAIL,
+                                 ENETUNREACH, ENETDOWN, EHOSTUNREACH}) {
             EXPECT_EQ(save({}, line, reason), reason);
         }
         for (const int other : {0, EINPROGRESS, EINTR, ENOENT}) EXPECT_EQ(save({}, line, other), ECONNREFUSED) << other;

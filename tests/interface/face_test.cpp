@@ -36,6 +36,15 @@ TEST(Face, gradesSurviveTheRoundTrip) {
                                lutc::raw_colour{{9}, false, 5}};
     EXPECT_EQ(returned(every), every);
     EXPECT_EQ(returned(lutc::grade(70, every[2])), lutc::grade(70, every[2]));  // more than are asked for at first
+    const auto nothing = document_from("{'':{'type':'','typeIndex':true}}");    // components in few bytes
+    const auto reply = document_from("{'type':'response','code':0,'gradeComboIndex':2,'gradeCombo':{}}");
+    for (int i = 0; i < 66000; ++i) {
+        reply->getElementWithKey("gradeCombo", 0)
+            ->documentValue->elementList.push_back(nothing->elementList[0]->getCopy());
+    }
+    EXPECT_EQ(call_with(
+                  encoded(*reply), [] { return lutc::recv_preset("p").components.size(); }, 2),
+              66000u);
     lutc::cdl_values neutral;
     neutral.slot = 1;
     EXPECT_EQ(returned({neutral}), (lutc::grade{lutc::saturation{1.0, 1}}));
@@ -90,6 +99,15 @@ TEST(Face, answersBecomeValues) {
     EXPECT_EQ(call_with(response("'value':'abc'"), [] { return lutc::get_option("o"); }), "abc");
 }
 
+TEST(Face, presetsAreNamedByTextOrIndex) {
+    const char* const none = nullptr;
+    EXPECT_EQ(lutc::preset_ref(none), lutc::preset_ref(0));
+    EXPECT_EQ(lutc::preset_ref("a"), lutc::preset_ref(std::string_view("a")));
+    EXPECT_NE(lutc::preset_ref(""), lutc::preset_ref(0));
+    static_assert(!std::is_constructible_v<lutc::preset_ref, double> &&
+                  !std::is_constructible_v<lutc::preset_ref, bool>);
+}
+
 TEST(Face, failuresSayWhy) {
     try {
         call_with(encoded("{'type':'response','code':4}"), [] { return lutc::recv_preset(1); });
@@ -111,6 +129,16 @@ TEST(Face, textsWithAZeroByteAreRefused) {
     const std::string cut("a\0b", 3);
     const std::function<void(std::error_code&)> calls[] = {
         [&](std::error_code& e) { lutc::delete_preset(cut, e); },
+        [&](std::error_code& e) { lutc::set_preset(1, cut, e); },
+        [&](std::error_code& e) { lutc::set_override_preset(cut, e); },
+        [&](std::error_code& e) { lutc::move_preset(cut, 1, e); },
+        [&](std::error_code& e) { lutc::recv_preset(cut, e); },
+        [&](std::error_code& e) { lutc::send_preset(cut, {}, e); },
+        [&](std::error_code& e) { lutc::send_lut(1, cut, "f", {}, e); },
+        [&](std::error_code& e) { lutc::get_option(cut, e); },
+        [&](std::error_code& e) { lutc::set_option(cut, "a", e); },
+        [&](std::error_code& e) { lutc::rename_preset(cut, "a", e); },
+        [&](std::error_code& e) { lutc::client_info(cut, e); },
         [&](std::error_code& e) { lutc::rename_preset("a", cut, e); },
         [&](std::error_code& e) {
             lutc::send_lut(1, lutc::lut_1d{cut, {}, 0}, {}, e);

@@ -7,9 +7,10 @@
 //     What is rarely given stands last, in an options struct with defaults.
 //  2. Failures throw lutc::error, a std::system_error with the errno value that lutc.h documents. Each function has an
 //     overload with a last parameter std::error_code& that throws nothing but std::bad_alloc: after a failure it holds
-//     the reason and the result is empty; after a success it is clear.
+//     the reason, which reason(code.value()) says in words, and the result is empty; after a success it is
+//     clear.
 //  3. Everything is owned: nothing here has to be freed, and nothing is kept of what a function is given.
-//  4. Texts are std::string. A text with a zero byte inside is refused (EINVAL), never cut.
+//  4. Texts are std::string; a null pointer is no text. A zero byte inside one is refused (EINVAL), never cut.
 //  5. There is no state, so there is nothing to create: free functions and values, which compare with == and !=.
 #ifndef LUTC_INTERFACE_LUTC_HPP
 #define LUTC_INTERFACE_LUTC_HPP
@@ -215,7 +216,9 @@ inline stored_preset recv_preset(const preset_ref& preset, outcome failure = {})
         if (!failure.succeeded("lutc_recv_preset", result)) return {};
         if (count < received.capacity()) return {combination, received.take(count)};
     }
-    return {};  // never: an answer has no room for so many
+    errno = EPROTO;  // never: an answer has no room for so many
+    failure.succeeded("lutc_recv_preset", -1);
+    return {};
 }
 
 // Tells CDLs from saturations, and what bytes are, in a downloaded grade by the strings of the preset's combination:
@@ -251,6 +254,34 @@ inline std::vector<std::size_t> settle_kinds(grade& components, const std::vecto
     return known ? std::vector<std::size_t>() : open;
 }
 
+// ---- A std::error_code without options in front ---------------------------------------------------------------------
+
+inline void send_combination(int channel_index, int combination, std::error_code& failure) {
+    send_combination(channel_index, combination, {}, failure);
+}
+inline void send_lut(int channel_index, const std::string& type, const std::string& format,
+                     const std::vector<std::uint8_t>& data, std::error_code& failure) {
+    send_lut(channel_index, type, format, data, {}, failure);
+}
+inline void send_lut(int channel_index, const lut_1d& lut, std::error_code& failure) {
+    send_lut(channel_index, lut, {}, failure);
+}
+inline void send_lut(int channel_index, const lut_3d& lut, std::error_code& failure) {
+    send_lut(channel_index, lut, {}, failure);
+}
+inline void send_cdl(int channel_index, const cdl_values& values, std::error_code& failure) {
+    send_cdl(channel_index, values, {}, failure);
+}
+inline void send_saturation(int channel_index, const saturation& values, std::error_code& failure) {
+    send_saturation(channel_index, values, {}, failure);
+}
+inline void send_live(int channel_index, const grade& components, std::error_code& failure) {
+    send_live(channel_index, components, {}, failure);
+}
+inline void send_preset(const preset_ref& preset, const grade& components, std::error_code& failure) {
+    send_preset(preset, components, {}, failure);
+}
+
 // ---- The device -----------------------------------------------------------------------------------------------------
 
 // Tells the service who the client is.
@@ -260,6 +291,10 @@ inline void client_info(const std::string& client_model, const std::optional<std
     failure.succeeded("lutc_client_info",
                       lutc_client_info(client_model.c_str(), detail::pointer_to(version), detail::pointer_to(serial)));
 }
+inline void client_info(const std::string& client_model, std::error_code& failure) {
+    client_info(client_model, {}, {}, failure);
+}
+
 inline model model_info(outcome failure = {}) {
     char name[LUTC_MODEL_STRING_BUFFER_SIZE];
     char friendly_name[LUTC_MODEL_STRING_BUFFER_SIZE];

@@ -208,8 +208,8 @@ struct combo_array {
     const Record* end() const noexcept { return records + count; }
 };
 
-// An answer of 2 MiB has no room for more components.
-constexpr std::size_t most_components = 1 << 16;
+// More than an answer of 2 MiB has room for: a component takes 29 bytes or more.
+constexpr std::size_t most_components = 1 << 17;
 
 inline bool is_colour(const component& each) {
     return std::holds_alternative<cdl_values>(each) || std::holds_alternative<saturation>(each) ||

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <system_error>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -61,9 +62,13 @@ class preset_ref {
   public:
     preset_ref(std::string name) : name_(std::move(name)) {}
     preset_ref(std::string_view name) : name_(name) {}
-    preset_ref(const char* name) : name_(name) {}
+    preset_ref(const char* name) {  // null: no name
+        if (name != nullptr) name_ = name;
+    }
     preset_ref(int index) noexcept : index_(index) {}
     preset_ref(std::nullptr_t) = delete;
+    template <class T, std::enable_if_t<std::is_same_v<T, bool> || std::is_floating_point_v<T>, int> = 0>
+    preset_ref(T) = delete;
 
     const std::optional<std::string>& name() const noexcept { return name_; }
     int index() const noexcept { return index_; }
@@ -210,6 +215,11 @@ inline auto fields(const preset_entry& v) { return std::tie(v.name, v.combinatio
 inline auto fields(const preset_library& v) { return std::tie(v.presets, v.maximum); }
 inline auto fields(const stored_preset& v) { return std::tie(v.combination, v.components); }
 inline auto fields(const preset_choice& v) { return std::tie(v.name, v.index); }
+inline auto fields(const live_options& v) { return std::tie(v.reset); }
+inline auto fields(const lut_options& v) { return std::tie(v.slot, v.reset); }
+inline auto fields(const grade_options& v) { return std::tie(v.combination, v.reset); }
+inline auto fields(const preset_options& v) { return std::tie(v.to_index, v.combination, v.apply, v.channel); }
+inline auto fields(const preset_ref& v) { return std::make_tuple(v.name(), v.index()); }
 inline auto fields(const channel& v) { return std::tie(v.name, v.combinations); }
 inline auto fields(const model& v) { return std::tie(v.name, v.friendly_name, v.serial, v.combinations, v.channels); }
 inline auto fields(const video_connection& v) {
