@@ -124,12 +124,19 @@ int run(const settings& given, simulator::service& service, const printer& print
         simulator::page_options options = simulator::read_page_place(given.page);
         options.inputs = given.inputs;
         page.emplace(context, options, service);
-        if (page->is_open_to_others())
+        if (page->is_open_to_others()) {
             std::fputs(
                 "lutc-simulator: warning: whoever reaches this machine can read and change the device by its page\n",
                 stderr);
+        }
         print.say("page at " + page->url() + "/");
         page->start();
+    }
+    boost::asio::signal_set signals(context);  // ahead of the line that tells others that it may be stopped
+    if (!given.run) {
+        signals.add(SIGINT);
+        signals.add(SIGTERM);
+        signals.async_wait([&](boost::system::error_code, int) { context.stop(); });
     }
     print.say("listening on " + given.server.address + ":" + std::to_string(connections.port()));
     connections.start();
@@ -138,8 +145,6 @@ int run(const settings& given, simulator::service& service, const printer& print
         context.run();
         return command.exit_code();
     }
-    boost::asio::signal_set signals(context, SIGINT, SIGTERM);
-    signals.async_wait([&](boost::system::error_code, int) { context.stop(); });
     context.run();
     return exit_stopped;
 }
