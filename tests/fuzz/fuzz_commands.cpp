@@ -60,7 +60,7 @@ void run_commands(const std::uint8_t* data, std::size_t size) {
     });
     while (size >= 3) {
         const std::uint8_t choice = data[0];
-        const std::size_t length = std::min<std::size_t>(data[1] | data[2] << 8, size - 3);
+        const std::size_t length = std::min(std::size_t{data[1]} | std::size_t{data[2]} << 8, size - 3);
         const std::uint8_t* content = data + 3;
         const std::string before = state_of(service);
         const bool is_done = give(
