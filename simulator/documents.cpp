@@ -121,7 +121,9 @@ std::int32_t fields::index(std::string_view key, std::size_t last, std::string_v
 
 std::string_view fields::string(std::string_view key, int occurrence) const {
     const bsonElement& element = need(key, string_kind, occurrence);
-    return {reinterpret_cast<const char*>(element.getValue()), element.getValueSize() - 1};
+    const std::uint32_t size = element.getValueSize();  // 0 when the message gives the string a length of 0
+    return size == 0 ? std::string_view()
+                     : std::string_view(reinterpret_cast<const char*>(element.getValue()), size - 1);
 }
 
 std::optional<std::string_view> fields::optional_text(std::string_view key, std::size_t least, std::size_t most) const {
