@@ -1,7 +1,5 @@
 #include "simulator/server.h"
 
-#include <fcntl.h>
-
 #include <array>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -12,7 +10,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 #include "simulator/framing.h"
@@ -27,7 +24,6 @@ using boost::system::error_code;
 using std::chrono::milliseconds;
 
 constexpr milliseconds linger_time{2000};  // for a client to take the reply and close
-constexpr milliseconds accept_pause{50};   // when there is no descriptor for a new connection
 constexpr std::size_t read_size = 64 * 1024;
 
 }  // namespace
@@ -170,35 +166,12 @@ class session : public std::enable_shared_from_this<session> {
 }  // namespace
 
 server::server(asio::io_context& context, const server_options& options, service& colour_service)
-    : acceptor_(context), timer_(context), shared_(new shared_state{options, colour_service}) {
-    try {
-        const tcp::endpoint wanted(asio::ip::make_address(options.address), options.port);
-        acceptor_.open(wanted.protocol());
-        ::fcntl(acceptor_.native_handle(), F_SETFD, FD_CLOEXEC);
-        acceptor_.set_option(tcp::acceptor::reuse_address(true));
-        acceptor_.bind(wanted);
-        acceptor_.listen();
-    } catch (const boost::system::system_error& error) {
-        throw std::runtime_error("can't listen on " + options.address + ":" + std::to_string(options.port) + ": " +
-                                 error.code().message());
-    }
-}
+    : listener_(context, options.address, options.port), shared_(new shared_state{options, colour_service}) {}
 
 server::~server() = default;
 
-std::uint16_t server::port() const { return acceptor_.local_endpoint().port(); }
-
 void server::start() {
-    acceptor_.async_accept([this](error_code error, tcp::socket socket) {
-        if (!error) {
-            std::make_shared<session>(std::move(socket), *shared_)->start();
-            return start();
-        }
-        timer_.expires_after(accept_pause);
-        timer_.async_wait([this](error_code stopped) {
-            if (!stopped) start();
-        });
-    });
+    listener_.start([this](tcp::socket socket) { std::make_shared<session>(std::move(socket), *shared_)->start(); });
 }
 
 }  // namespace simulator

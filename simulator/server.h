@@ -3,14 +3,13 @@
 #define LUTC_SIMULATOR_SERVER_H
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 
+#include "simulator/listener.h"
 #include "simulator/service.h"
 
 namespace simulator {
@@ -28,14 +27,13 @@ class server {
     server(boost::asio::io_context& context, const server_options& options, service& colour_service);
     ~server();
 
-    std::uint16_t port() const;
+    std::uint16_t port() const { return listener_.port(); }
     void start();  // accepts connections, as long as this object lives
 
     struct shared_state;
 
   private:
-    boost::asio::ip::tcp::acceptor acceptor_;
-    boost::asio::steady_timer timer_;
+    listener listener_;
     std::unique_ptr<shared_state> shared_;
 };
 

@@ -1,10 +1,7 @@
 #include "simulator/page/http.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <chrono>
-#include <stdexcept>
 #include <utility>
 
 #include "simulator/page/http_connection.h"
@@ -18,9 +15,8 @@ using asio::ip::tcp;
 using boost::system::error_code;
 using std::chrono::milliseconds;
 
-constexpr std::size_t max_refused = 64;   // connections that are being told that there are too many
-constexpr milliseconds accept_pause{50};  // when there is no descriptor for a new connection
-constexpr milliseconds wake_pause{20};    // what happens within it goes to the streams together
+constexpr std::size_t max_refused = 64;  // connections that are being told that there are too many
+constexpr milliseconds wake_pause{20};   // what happens within it goes to the streams together
 
 }  // namespace
 
@@ -33,25 +29,11 @@ http_answer http_failure(unsigned status, const std::string& why) {
 
 http_server::http_server(asio::io_context& context, const std::string& address, std::uint16_t port,
                          http_handler handler)
-    : acceptor_(context), timer_(context), wake_timer_(context), handler_(std::move(handler)) {
-    try {
-        const tcp::endpoint wanted(asio::ip::make_address(address), port);
-        acceptor_.open(wanted.protocol());
-        ::fcntl(acceptor_.native_handle(), F_SETFD, FD_CLOEXEC);
-        acceptor_.set_option(tcp::acceptor::reuse_address(true));
-        acceptor_.bind(wanted);
-        acceptor_.listen();
-    } catch (const boost::system::system_error& error) {
-        throw std::runtime_error("can't listen on " + address + ":" + std::to_string(port) + ": " +
-                                 error.code().message());
-    }
-}
+    : listener_(context, address, port), wake_timer_(context), handler_(std::move(handler)) {}
 
 http_server::~http_server() {
     for (http_connection* connection : connections_) connection->detach();
 }
-
-std::uint16_t http_server::port() const { return acceptor_.local_endpoint().port(); }
 
 std::size_t http_server::stream_count() const {
     return static_cast<std::size_t>(
@@ -59,17 +41,7 @@ std::size_t http_server::stream_count() const {
 }
 
 void http_server::start() {
-    acceptor_.async_accept([this](error_code error, tcp::socket socket) {
-        if (error == asio::error::operation_aborted) return;
-        if (!error) {
-            admit(std::move(socket));
-            return start();
-        }
-        timer_.expires_after(accept_pause);
-        timer_.async_wait([this](error_code stopped) {
-            if (!stopped) start();
-        });
-    });
+    listener_.start([this](tcp::socket socket) { admit(std::move(socket)); });
 }
 
 void http_server::admit(tcp::socket socket) {

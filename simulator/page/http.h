@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/listener.h"
+
 namespace simulator {
 
 struct http_request {
@@ -79,7 +81,7 @@ class http_server {
     http_server(boost::asio::io_context& context, const std::string& address, std::uint16_t port, http_handler handler);
     ~http_server();
 
-    std::uint16_t port() const;
+    std::uint16_t port() const { return listener_.port(); }
     void start();  // accepts connections, as long as this object and the context live
     void wake();   // there may be something new for the event streams
 
@@ -94,8 +96,8 @@ class http_server {
   private:
     void admit(boost::asio::ip::tcp::socket socket);
 
-    boost::asio::ip::tcp::acceptor acceptor_;
-    boost::asio::steady_timer timer_, wake_timer_;
+    listener listener_;
+    boost::asio::steady_timer wake_timer_;
     bool wake_planned_ = false;
     http_handler handler_;
     std::vector<http_connection*> connections_;
