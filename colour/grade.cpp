@@ -10,6 +10,7 @@
 
 #include "colour/error.h"
 #include "colour/layout.h"
+#include "colour/stages.h"
 
 namespace colour {
 
@@ -57,16 +58,6 @@ const std::vector<unsigned char>& bytes_of(const grade_component& component) {
     return component.data == nullptr ? none : *component.data;
 }
 
-OCIO::TransformRcPtr make_cdl(const cdl_values& values) {
-    const OCIO::CDLTransformRcPtr cdl = OCIO::CDLTransform::Create();
-    cdl->setStyle(OCIO::CDL_ASC);
-    cdl->setSlope(values.slope.data());
-    cdl->setOffset(values.offset.data());
-    cdl->setPower(values.power.data());
-    cdl->setSat(values.saturation);
-    return cdl;
-}
-
 OCIO::TransformRcPtr make_limits() {
     const OCIO::RangeTransformRcPtr range = OCIO::RangeTransform::Create();
     range->setMinInValue(0.0);
@@ -88,32 +79,10 @@ OCIO::TransformRcPtr make_saturation(double saturation) {
     return group;
 }
 
-OCIO::TransformRcPtr make_curve(const lut_table& table) {
-    const OCIO::Lut1DTransformRcPtr curve = OCIO::Lut1DTransform::Create(table.size, false);
-    curve->setInterpolation(OCIO::INTERP_LINEAR);
-    for (std::size_t i = 0; i < table.size; ++i) {
-        const float* const entry = table.values.data() + 3 * i;
-        curve->setValue(i, entry[0], entry[1], entry[2]);
-    }
-    return curve;
-}
-
-OCIO::TransformRcPtr make_cube(const lut_table& table) {
-    const std::size_t size = table.size;
-    const OCIO::Lut3DTransformRcPtr cube = OCIO::Lut3DTransform::Create(size);
-    cube->setInterpolation(OCIO::INTERP_TETRAHEDRAL);
-    for (std::size_t i = 0; i < size * size * size; ++i) {
-        const float* const entry = table.values.data() + 3 * i;
-        cube->setValue(i % size, i / size % size, i / size / size, entry[0], entry[1], entry[2]);
-    }
-    return cube;
-}
-
 OCIO::TransformRcPtr make_transform(const grade_component& component) {
-    if (component.type == "cdl") return make_cdl(*component.values);
+    if (component.type == "cdl") return make_cdl_stage(*component.values);
     if (component.type == "saturation") return make_saturation(component.values->saturation);
-    const lut_table table = read_table(component);
-    return table.is_cube ? make_cube(table) : make_curve(table);
+    return make_table_stage(read_table(component), true);
 }
 
 // What stood at black becomes 0 and what stood at white 1, or the other way round.

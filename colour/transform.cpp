@@ -7,6 +7,7 @@
 #include <map>
 
 #include "colour/error.h"
+#include "colour/stages.h"
 
 namespace colour {
 
@@ -113,17 +114,25 @@ std::optional<lut_table> read_table(const OCIO::Transform& stage) {
     return table;
 }
 
-// The inputs i / (size - 1): of each channel, or of the cube that the three span.
-std::vector<float> list_inputs(bool is_cube, std::size_t size) {
-    const std::size_t count = is_cube ? size * size * size : size;
+// The levels i / (size - 1) along an axis.
+float level(std::size_t i, std::size_t size) {
+    return static_cast<float>(static_cast<double>(i) / static_cast<double>(size - 1));
+}
+
+std::vector<float> list_curve_inputs(std::size_t size) {
     std::vector<float> triples;
-    triples.reserve(3 * count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t places[] = {i % size, i / size % size, i / size / size};
-        for (const std::size_t place : places) {
-            triples.push_back(
-                static_cast<float>(static_cast<double>(is_cube ? place : i) / static_cast<double>(size - 1)));
-        }
+    triples.reserve(3 * size);
+    for (std::size_t i = 0; i < size; ++i) triples.insert(triples.end(), 3, level(i, size));
+    return triples;
+}
+
+// The points of a cube in planes of the same blue, from the first as many as are asked for.
+std::vector<float> list_cube_inputs(std::size_t size, std::size_t first_plane, std::size_t planes) {
+    std::vector<float> triples;
+    triples.reserve(3 * size * size * planes);
+    for (std::size_t i = 0; i < size * size * planes; ++i) {
+        const std::size_t blue = first_plane + i / size / size;
+        triples.insert(triples.end(), {level(i % size, size), level(i / size % size, size), level(blue, size)});
     }
     return triples;
 }
@@ -193,32 +202,12 @@ colour_transform read_lut_file(const std::string& path) {
 
 colour_transform make_cdl_transform(const cdl_values& values) {
     colour_transform transform;
-    guard_reader("CDL", [&] {
-        const OCIO::CDLTransformRcPtr cdl = OCIO::CDLTransform::Create();
-        cdl->setStyle(OCIO::CDL_ASC);
-        cdl->setSlope(values.slope.data());
-        cdl->setOffset(values.offset.data());
-        cdl->setPower(values.power.data());
-        cdl->setSat(values.saturation);
-        transform = make_transform("CDL", cdl);
-    });
+    guard_reader("CDL", [&] { transform = make_transform("CDL", make_cdl_stage(values)); });
     return transform;
 }
 
 colour_transform make_table_transform(const lut_table& table, bool is_tetrahedral) {
-    const unsigned long size = table.size;
-    const auto triple = [&table](std::size_t i) { return table.values.data() + 3 * i; };
-    if (!table.is_cube) {
-        const OCIO::Lut1DTransformRcPtr curve = OCIO::Lut1DTransform::Create(size, false);
-        for (unsigned long i = 0; i < size; ++i) curve->setValue(i, triple(i)[0], triple(i)[1], triple(i)[2]);
-        return make_transform("table", curve);
-    }
-    const OCIO::Lut3DTransformRcPtr cube = OCIO::Lut3DTransform::Create(size);
-    cube->setInterpolation(is_tetrahedral ? OCIO::INTERP_TETRAHEDRAL : OCIO::INTERP_LINEAR);
-    for (unsigned long i = 0; i < size * size * size; ++i) {
-        cube->setValue(i % size, i / size % size, i / size / size, triple(i)[0], triple(i)[1], triple(i)[2]);
-    }
-    return make_transform("table", cube);
+    return make_transform("table", make_table_stage(table, is_tetrahedral));
 }
 
 lut_table make_table(const colour_transform& transform, std::size_t size) {
@@ -226,7 +215,7 @@ lut_table make_table(const colour_transform& transform, std::size_t size) {
     if (transform.content && size == transform.file_size) {
         table = *transform.content;
     } else {
-        table.values = list_inputs(table.is_cube, size);
+        table.values = table.is_cube ? list_cube_inputs(size, 0, size) : list_curve_inputs(size);
         transform.apply(table.values);
     }
     const auto is_finite = [](float value) { return std::isfinite(value); };
@@ -237,19 +226,22 @@ lut_table make_table(const colour_transform& transform, std::size_t size) {
 }
 
 double find_largest_error(const colour_transform& transform, const lut_table& table, bool clipped) {
-    std::vector<float> expected = list_inputs(false, curve_probes);
-    if (table.is_cube) {
-        const std::vector<float> grid = list_inputs(true, cube_probes);
-        expected.insert(expected.end(), grid.begin(), grid.end());
-    }
-    std::vector<float> actual = expected;
-    transform.apply(expected);
-    make_table_transform(table, transform.is_tetrahedral).apply(actual);
+    const colour_transform packed = make_table_transform(table, transform.is_tetrahedral);
     double largest = 0.0;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const float wanted = clipped ? std::clamp(expected[i], 0.0F, 1.0F) : expected[i];
-        const float got = clipped ? std::clamp(actual[i], 0.0F, 1.0F) : actual[i];
-        largest = std::max(largest, std::fabs(double{wanted} - double{got}));
+    const auto compare = [&](std::vector<float> expected) {
+        std::vector<float> actual = expected;
+        transform.apply(expected);
+        packed.apply(actual);
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            const float wanted = clipped ? std::clamp(expected[i], 0.0F, 1.0F) : expected[i];
+            const float got = clipped ? std::clamp(actual[i], 0.0F, 1.0F) : actual[i];
+            largest = std::max(largest, std::fabs(double{wanted} - double{got}));
+        }
+    };
+    compare(list_curve_inputs(curve_probes));
+    // The whole grid at once would take 80 MB.
+    for (std::size_t plane = 0; table.is_cube && plane < cube_probes; ++plane) {
+        compare(list_cube_inputs(cube_probes, plane, 1));
     }
     return largest;
 }
