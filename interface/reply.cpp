@@ -39,12 +39,6 @@ bool document_view::find_all(std::initializer_list<wanted> list) const {
     return left.is_whole();
 }
 
-bool read_int32(const element_view& element, int& value) {
-    if (element.type != bson_type::int32) return false;
-    value = static_cast<int>(lutc_bson::load32(element.value));
-    return true;
-}
-
 bool read_number(const element_view& element, int& value) {
     if (element.type == bson_type::boolean) {
         value = *element.value;
@@ -61,12 +55,6 @@ bool read_double(const element_view& element, double& value) {
     if (element.type != bson_type::real) return false;
     const std::uint64_t bits = lutc_bson::load64(element.value);
     std::memcpy(&value, &bits, sizeof value);
-    return true;
-}
-
-bool read_text(const element_view& element, std::string_view& text) {
-    if (element.type != bson_type::string) return false;
-    text = {reinterpret_cast<const char*>(element.value), element.size == 0 ? 0 : element.size - 1};
     return true;
 }
 

@@ -94,10 +94,20 @@ bool read_each(const element_view& holder, Read read) {
 }
 
 // False when there is no such element, or it is of another type. Text has its inner zero bytes: it compares as a whole.
-bool read_int32(const element_view& element, int& value);
+inline bool read_int32(const element_view& element, int& value) {
+    if (element.type != bson_type::int32) return false;
+    value = static_cast<int>(lutc_bson::load32(element.value));
+    return true;
+}
+
+inline bool read_text(const element_view& element, std::string_view& text) {
+    if (element.type != bson_type::string) return false;
+    text = {reinterpret_cast<const char*>(element.value), element.size == 0 ? 0 : element.size - 1};
+    return true;
+}
+
 bool read_number(const element_view& element, int& value);  // int32, an int64 that fits, or a boolean as 0 or 1
 bool read_double(const element_view& element, double& value);
-bool read_text(const element_view& element, std::string_view& text);
 
 // What a zero-terminated copy of the text holds.
 inline std::string_view up_to_zero(std::string_view text) { return text.substr(0, text.find('\0')); }

@@ -31,7 +31,7 @@ bool parse_address(const char* host, const char* port, sockaddr_in& address) {
     return inet_pton(AF_INET, host, &address.sin_addr) == 1;
 }
 
-int new_socket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
+int new_socket(int flags = 0) { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | flags, IPPROTO_TCP); }
 
 // Reading from it fails at once. Leaves the reason in errno, also when no socket could be had.
 int unconnected_socket(int reason) {
@@ -71,15 +71,13 @@ void close_without_trace(int descriptor) {
     close(descriptor);
 }
 
-// Connects; an errno value.
+// Connects a socket that doesn't block, which it does afterwards; an errno value.
 int connect_within(int descriptor, const sockaddr_in& address, std::uint16_t& localPort) {
-    const int flags = fcntl(descriptor, F_GETFL);
-    fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         if (errno != EINPROGRESS && errno != EINTR) return errno;
         if (const int error = await_connection(descriptor)) return error;
     }
-    fcntl(descriptor, F_SETFL, flags);
+    fcntl(descriptor, F_SETFL, 0);
     localPort = local_port_of(descriptor, address);
     if (localPort == 0) return ECONNREFUSED;
     const int on = 1;
@@ -97,7 +95,7 @@ int qv_rpc_client_connect(const char* host, const char* port, uint32_t* status, 
         *status = EINVAL;
         return unconnected_socket(EINVAL);
     }
-    const int descriptor = new_socket();
+    const int descriptor = new_socket(SOCK_NONBLOCK);
     if (descriptor < 0) {
         *status = static_cast<uint32_t>(errno);
         return -1;
