@@ -118,6 +118,27 @@ verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray) {
     return frame.broken == rule::none ? check_elements(bytes, size, isArray) : frame;
 }
 
+std::uint32_t count_elements(const unsigned char* bytes, std::uint32_t size) {
+    const std::uint32_t last = size - 1;
+    std::uint32_t count = 0;
+    for (std::uint32_t at = 4; at < last;) {
+        if (bytes[at] == 0) {  // the end of an embedded document
+            ++at;
+            continue;
+        }
+        const layout& l = layout_of(bytes[at]);
+        const unsigned char* const key_end = find_key_end(bytes + at + 1, bytes + last, bytes + size);
+        extent value{};
+        if (key_end == nullptr ||
+            !find_extent(bytes, l, static_cast<std::uint32_t>(key_end + 1 - bytes), last, value)) {
+            return count;
+        }
+        ++count;
+        at = l.body == shape::document ? value.begin + 4 : value.end;
+    }
+    return count;
+}
+
 std::string path_to(const unsigned char* bytes, std::uint32_t size, std::uint32_t position) {
     std::string path;
     std::uint32_t at = 4;

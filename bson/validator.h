@@ -32,6 +32,9 @@ struct verdict {
 
 verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray);
 
+// How many elements a valid message has, those of embedded documents included: what decoding will take.
+std::uint32_t count_elements(const unsigned char* bytes, std::uint32_t size);
+
 // The keys that lead to the element in which a byte stands, joined by points; empty for a byte of no element.
 // Everything in front of the byte is valid.
 std::string path_to(const unsigned char* bytes, std::uint32_t size, std::uint32_t position);

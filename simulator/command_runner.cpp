@@ -34,6 +34,7 @@ void command_runner::start(const std::vector<std::string>& command) {
     sigset_t defaults;
     ::sigemptyset(&defaults);
     ::sigaddset(&defaults, SIGPIPE);
+    ::sigaddset(&defaults, SIGXFSZ);
     ::posix_spawnattr_init(&attributes);
     ::posix_spawnattr_setsigdefault(&attributes, &defaults);
     ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);

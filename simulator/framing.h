@@ -17,6 +17,7 @@ class command_framing {
     bool add(const unsigned char* bytes, std::size_t count);
 
     bool is_empty() const { return bytes_.empty(); }
+    std::size_t memory() const { return bytes_.capacity(); }  // that it holds
 
     // The whole command, without what arrived behind it.
     std::vector<unsigned char> take();

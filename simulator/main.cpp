@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <cstdio>
@@ -69,11 +70,17 @@ void describe(CLI::App& app, settings& to) {
     app.add_option("--media", to.media, "Folder that presets are saved to and loaded from; made by the first save");
     app.add_option("--max-command", to.server.max_command_size, "Longest command taken, in bytes")
         ->check(CLI::Range(std::size_t{5}, std::size_t{1} << 30));
-    app.add_option_function<std::uint32_t>(
-           "--idle-timeout", [&to](std::uint32_t seconds) { to.server.idle_timeout = std::chrono::seconds(seconds); },
-           "Seconds of silence after which a connection is closed [30]")
-        ->always_capture_default(false)
-        ->check(CLI::Range(1u, 86400u));
+    app.add_option("--max-pending", to.server.max_pending_size, "Most bytes of all commands that are half received")
+        ->check(CLI::Range(std::size_t{65536}, std::size_t{1} << 40));
+    const auto add_seconds = [&app](const char* name, std::chrono::milliseconds& value, const char* help) {
+        app.add_option_function<std::uint32_t>(
+               name, [&value](std::uint32_t seconds) { value = std::chrono::seconds(seconds); }, help)
+            ->always_capture_default(false)
+            ->check(CLI::Range(1u, 86400u));
+    };
+    add_seconds("--idle-timeout", to.server.idle_timeout, "Seconds of silence after which a connection is closed [30]");
+    add_seconds("--deadline", to.server.deadline,
+                "Seconds after which a connection without a whole command is closed [60]");
     app.add_option("--fault", to.faults, "COMMAND[:N]=KIND[,MS]: what goes wrong, see below; may be repeated")
         ->always_capture_default(false)
         ->allow_extra_args(false);
@@ -138,6 +145,8 @@ int run(const settings& given, simulator::service& service, const printer& print
         signals.add(SIGTERM);
         signals.async_wait([&](boost::system::error_code, int) { context.stop(); });
     }
+    if (!boost::asio::ip::make_address(given.server.address).is_loopback())
+        std::fputs("lutc-simulator: warning: whoever reaches this machine can command the device\n", stderr);
     print.say("listening on " + given.server.address + ":" + std::to_string(connections.port()));
     connections.start();
     if (given.run) {
@@ -153,6 +162,7 @@ int run(const settings& given, simulator::service& service, const printer& print
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);       // writing more than a file may hold fails
     mallopt(M_MMAP_THRESHOLD, 4 << 20);  // keep the memory of one preset's commands for the next
     mallopt(M_TRIM_THRESHOLD, 8 << 20);
     CLI::App app("A simulated colour service, to develop and test clients without the device.", "lutc-simulator");

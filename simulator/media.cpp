@@ -138,9 +138,10 @@ void save_library(const std::string& folder, const preset_library& presets) {
     if (directory.get() < 0) fail("can't open the media folder", errno);
     if (::flock(directory.get(), LOCK_EX | LOCK_NB) != 0) fail("the media folder is in use", errno);
 
-    // One fixed name: a file that the sudden end of the process left behind is used again.
+    // One fixed name: whatever the sudden end of a process or somebody else left there goes, unless it is a folder.
+    ::unlinkat(directory.get(), temporary_name, 0);
     const descriptor file(
-        ::openat(directory.get(), temporary_name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666));
+        ::openat(directory.get(), temporary_name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (file.get() < 0) fail("can't write to the media folder", errno);
     try {
         write_library(file.get(), presets);

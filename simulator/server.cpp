@@ -1,5 +1,6 @@
 #include "simulator/server.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -11,6 +12,7 @@
 #include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "simulator/framing.h"
 
@@ -33,6 +35,7 @@ struct server::shared_state {
     server_options options;
     service& colour_service;
     std::uint64_t connections = 0;
+    std::size_t pending = 0;                         // bytes of commands that aren't whole yet
     std::array<unsigned char, read_size> scratch{};  // every connection reads into it
 };
 
@@ -46,7 +49,12 @@ class session : public std::enable_shared_from_this<session> {
           timer_(socket_.get_executor()),
           shared_(shared),
           number_(++shared.connections),
-          framing_(shared.options.max_command_size) {}
+          framing_(shared.options.max_command_size),
+          deadline_(std::chrono::steady_clock::now() + shared.options.deadline) {}
+
+    ~session() { shared_.pending -= pending_; }
+    session(const session&) = delete;
+    session& operator=(const session&) = delete;
 
     void start() {
         error_code ignored;
@@ -58,7 +66,8 @@ class session : public std::enable_shared_from_this<session> {
   private:
     // Waits for readability rather than with a buffer of its own, so that silent connections cost next to nothing.
     void await_command() {
-        limit(shared_.options.idle_timeout, [this] {
+        const auto left = std::chrono::ceil<milliseconds>(deadline_ - std::chrono::steady_clock::now());
+        limit(std::min(shared_.options.idle_timeout, left), [this] {
             shared_.colour_service.log(number_, '-', "closed: no whole command in time");
             close();
         });
@@ -76,13 +85,30 @@ class session : public std::enable_shared_from_this<session> {
             return close();
         }
         try {
-            if (!framing_.add(shared_.scratch.data(), count)) return await_command();
-            deliver(shared_.colour_service.answer(number_, framing_.take()));
+            const bool is_whole = framing_.add(shared_.scratch.data(), count);
+            count_pending();
+            if (!is_whole) return await_command();
+            const std::vector<unsigned char> command = framing_.take();
+            count_pending();
+            deliver(shared_.colour_service.answer(number_, command));
         } catch (const refusal& why) {
-            deliver(shared_.colour_service.refuse(number_, why));
+            refuse(why);
         } catch (const std::bad_alloc&) {
-            deliver(shared_.colour_service.refuse(number_, refusal(reason::internal, "out of memory")));
+            refuse(refusal(reason::internal, "out of memory"));
         }
+    }
+
+    void refuse(const refusal& why) {
+        framing_ = command_framing(shared_.options.max_command_size);
+        count_pending();
+        deliver(shared_.colour_service.refuse(number_, why));
+    }
+
+    void count_pending() {
+        shared_.pending += framing_.memory() - pending_;
+        pending_ = framing_.memory();
+        if (pending_ != 0 && shared_.pending > shared_.options.max_pending_size)
+            throw refusal(reason::internal, "out of memory: too many commands are half received");
     }
 
     void deliver(delivery planned) {
@@ -159,6 +185,8 @@ class session : public std::enable_shared_from_this<session> {
     server::shared_state& shared_;
     const std::uint64_t number_;
     command_framing framing_;
+    std::size_t pending_ = 0;  // what of shared_.pending is this command's
+    const std::chrono::steady_clock::time_point deadline_;
     delivery delivery_;
     std::size_t next_piece_ = 0;
 };

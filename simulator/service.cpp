@@ -4,12 +4,15 @@
 #include <new>
 #include <utility>
 
+#include "bson/validator.h"
 #include "simulator/commands.h"
 #include "simulator/description.h"
 #include "simulator/device/text.h"
 #include "simulator/documents.h"
 
 namespace simulator {
+
+constexpr std::uint32_t max_elements = 1000000;  // decoding takes memory for each of them
 
 service::service(std::string media_folder, fault_plan faults, log_sink sink)
     : media_folder_(std::move(media_folder)),
@@ -19,9 +22,15 @@ service::service(std::string media_folder, fault_plan faults, log_sink sink)
 
 delivery service::answer(std::uint64_t connection, const std::vector<unsigned char>& command) {
     const auto start = std::chrono::steady_clock::now();
-    bsonDocument document(command.data(), static_cast<std::uint32_t>(command.size()), false, false);
-    if (document.convertMessageToElementList(true) != 1)
+    const auto size = static_cast<std::uint32_t>(command.size());
+    if (!bsonDocument::isMessageValid(command.data(), size, false))
         return refuse(connection, refusal(reason::malformed, "the command is not a valid BSON document"));
+    if (lutc_bson::count_elements(command.data(), size) > max_elements)
+        return refuse(connection, refusal(reason::malformed, "the command has more than " +
+                                                                 std::to_string(max_elements) + " elements"));
+    bsonDocument document(command.data(), size, false, false);
+    if (document.convertMessageToElementList(false) != 1)
+        return refuse(connection, refusal(reason::malformed, "the command has an element of an unknown type"));
     std::string name, text;
     document.getStringWithKey("command", name);
     if (sink_ || observer_) {

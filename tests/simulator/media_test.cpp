@@ -1,6 +1,7 @@
 #include "simulator/media.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -117,6 +118,23 @@ TEST_F(Media, RefusesBrokenFilesAndKeepsTheLibrary) {
     fs::create_directory(file());
     EXPECT_EQ("6:", call("loadPresetsFromMedia").substr(0, 2));
     EXPECT_EQ(2, service_.device().presets().size());
+}
+
+TEST_F(Media, WhatStandsUnderTheNewNameIsRemovedFirst) {
+    upload("A");
+    call("savePresetsToMedia");
+    const fs::path beside = file().string() + ".new";
+    const std::string old = content();
+    fs::create_hard_link(file(), folder_ / "kept");
+    fs::create_hard_link(file(), beside);
+    upload("B");
+    EXPECT_EQ("{}", call("savePresetsToMedia"));
+    EXPECT_EQ(old.size(), fs::file_size(folder_ / "kept"));
+    ASSERT_EQ(0, mkfifo(beside.c_str(), 0600));
+    EXPECT_EQ("{}", call("savePresetsToMedia"));
+    fs::create_directory(beside);
+    EXPECT_EQ("6:", call("savePresetsToMedia").substr(0, 2));
+    EXPECT_TRUE(fs::is_directory(beside));
 }
 
 TEST_F(Media, ShortTransfersAreContinued) {

@@ -205,7 +205,7 @@ class Page(unittest.TestCase):
         for got, held in zip(table["samples"], CUBE_HELD):
             self.assertLess(max(abs(a - b) for a, b in zip(got, held)), 1e-6)
         self.assertEqual(self.json("channels/1/components/2.json")["power"], CDL["power"])
-        self.assertIn("3 ! channel 1: cdl 2 doesn't run: slope must not be below 0\n", self.simulator.lines)
+        self.simulator.wait_for("3 ! channel 1: cdl 2 doesn't run: slope must not be below 0\n")
         self.assertEqual(len(self.json("log/3.json")["notes"]), 2)
 
     def test_keeps_a_log_and_tells_of_events(self):

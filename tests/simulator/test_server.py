@@ -1,4 +1,5 @@
 """lutc-simulator as a process of its own, on a free port: its sockets, log, faults and ends."""
+import contextlib
 import os
 import socket
 import struct
@@ -82,6 +83,26 @@ class Server(unittest.TestCase):
         for size in (1001, 2**32 - 1):
             self.assertEqual(self.message(struct.pack("<I", size), bytes(5000000)),
                              f"the command has {size} bytes; at most 1000 are taken")
+
+    def test_holds_no_more_than_its_limits(self):
+        self.start("--quiet", "--max-pending", "150000", "--deadline", "1")
+        elements = b"\x0a\0" * 1000001
+        whole = struct.pack("<I", len(elements) + 5) + elements + b"\0"
+        self.assertEqual(self.message(whole), "out of memory: too many commands are half received")
+        half = struct.pack("<I", 100000) + bytes(40000)
+        with socket.create_connection(("127.0.0.1", self.port), 20) as slow:
+            slow.sendall(half)
+            self.assertEqual(self.message(half), "out of memory: too many commands are half received")
+            slow.settimeout(0.1)
+            end = None
+            while end is None:  # a byte now and then doesn't keep it open
+                with contextlib.suppress(TimeoutError):
+                    slow.sendall(b"\0")
+                    end = slow.recv(1)
+            self.assertEqual(end, b"")
+        self.simulator.stop()
+        self.start("--quiet")
+        self.assertEqual(self.message(whole), "the command has more than 1000000 elements")
 
     def test_goes_wrong_on_demand(self):
         kinds = ["reset", "close", "silence,50", "event-first", "trickle"]
