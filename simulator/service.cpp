@@ -26,8 +26,8 @@ delivery service::answer(std::uint64_t connection, const std::vector<unsigned ch
     if (!bsonDocument::isMessageValid(command.data(), size, false))
         return refuse(connection, refusal(reason::malformed, "the command is not a valid BSON document"));
     if (lutc_bson::count_elements(command.data(), size) > max_elements)
-        return refuse(connection, refusal(reason::malformed, "the command has more than " +
-                                                                 std::to_string(max_elements) + " elements"));
+        return refuse(connection, refusal(reason::malformed,
+                                          "the command has more than " + std::to_string(max_elements) + " elements"));
     bsonDocument document(command.data(), size, false, false);
     if (document.convertMessageToElementList(false) != 1)
         return refuse(connection, refusal(reason::malformed, "the command has an element of an unknown type"));

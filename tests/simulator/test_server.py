@@ -85,11 +85,11 @@ class Server(unittest.TestCase):
                              f"the command has {size} bytes; at most 1000 are taken")
 
     def test_holds_no_more_than_its_limits(self):
-        self.start("--quiet", "--max-pending", "150000", "--deadline", "1")
+        self.start("--quiet", "--max-pending", "100000", "--deadline", "1")
         elements = b"\x0a\0" * 1000001
         whole = struct.pack("<I", len(elements) + 5) + elements + b"\0"
         self.assertEqual(self.message(whole), "out of memory: too many commands are half received")
-        half = struct.pack("<I", 100000) + bytes(40000)
+        half = struct.pack("<I", 70000) + bytes(60000)
         with socket.create_connection(("127.0.0.1", self.port), 20) as slow:
             slow.sendall(half)
             self.assertEqual(self.message(half), "out of memory: too many commands are half received")
