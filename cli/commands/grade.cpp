@@ -3,7 +3,7 @@
 
 #include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
-#include "cli/console/files.h"
+#include "cli/commands/output_option.h"
 #include "cli/presets/grade_file.h"
 #include "colour/plot.h"
 
@@ -134,14 +134,18 @@ struct live_options {
 
 struct plot_options {
     cdl_source source;
-    std::string output;
+    output_option output;
 
     void declare(const command& plot) {
         source.declare(plot);
-        plot.add_text("-o,--output", output, "The picture").require();
+        output.declare(plot, "The picture");
     }
 
-    void run() const { write_file(output, colour::plot(colour::make_cdl_transform(source.read()), false)); }
+    void run(const output_style& style) const {
+        const std::vector<unsigned char> picture = colour::plot(colour::make_cdl_transform(source.read()), false);
+        output.write(picture, source.file ? std::vector{*source.file} : std::vector<std::string>());
+        print_done(output.style_beside(style));
+    }
 };
 
 }  // namespace

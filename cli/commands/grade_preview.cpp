@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/commands/commands.h"
-#include "cli/console/files.h"
+#include "cli/commands/output_option.h"
 #include "cli/presets/grade_file.h"
 #include "colour/chart.h"
 #include "colour/error.h"
@@ -46,6 +46,7 @@ colour::grade_component convert(const lutc::component& component) {
 struct preview {
     image_rows before;
     image_rows after;
+    std::vector<std::string> files;  // those that it was made of, the picture not counted
 };
 
 preview grade(const std::string& name, image_rows before, const std::vector<colour::grade_component>& components) {
@@ -55,7 +56,7 @@ preview grade(const std::string& name, image_rows before, const std::vector<colo
         const std::string place = steps.size() == 1 ? "" : "component " + std::to_string(i + 1) + ": ";
         throw failure(exit_usage, name + ": " + place + steps[i].reason);
     }
-    return {before, colour::grade_rows(before, steps, {})};
+    return {before, colour::grade_rows(before, steps, {}), {name}};
 }
 
 preview grade_by_file(const std::string& file, image_rows before) {
@@ -71,7 +72,9 @@ preview grade_by_file(const std::string& file, image_rows before) {
             throw failure(exit_usage, file + ": no pattern is named '" + pattern->type + "'");
         }
     }
-    return grade(file, std::move(before), components);
+    preview result = grade(file, std::move(before), components);
+    result.files = content.files;
+    return result;
 }
 
 preview grade_by_cdl(const std::string& file, const std::string& id, image_rows before) {
@@ -94,7 +97,7 @@ image_rows transform_rows(const image_rows& source, const colour::colour_transfo
 // A file that is one table runs as the device would run that; of all others the file itself is shown.
 preview grade_by_lut(const std::string& file, image_rows before) {
     const colour::colour_transform transform = colour::read_lut_file(file);
-    if (!transform.content) return {before, transform_rows(before, transform)};
+    if (!transform.content) return {before, transform_rows(before, transform), {file}};
     colour::grade_component component;
     component.type = transform.content->is_cube ? "3dlut" : "1dlut";
     component.data_format = transform.content->is_cube ? "float32-le-red-fastest" : "float32-le";
@@ -118,22 +121,24 @@ struct preview_options {
     std::string id;
     std::optional<std::string> picture;
     bool splits = false;
-    std::string output;
+    output_option output;
 
     void declare(const command& to) {
         to.add_text("file", file, "A grade file, a CDL file (.cc, .ccc, .cdl) or a LUT file").require();
         to.add_text("--id", id, "Which of a CDL file's corrections; #N for the Nth");
         to.add_text("--picture", picture, "The picture to grade, a PNG; without it a chart");
         to.add_flag("--split", splits, "Leave the left half as it was");
-        to.add_text("-o,--output", output, "The graded picture, with as many bits as the one it was made from")
-            .require();
+        output.declare(to, "The graded picture, with as many bits as the one it was made from");
     }
 
-    void run() const {
+    void run(const output_style& style) const {
         const auto input =
             std::make_shared<const colour::image>(picture ? colour::read_png(*picture) : colour::draw_chart(0));
         const preview result = render(colour::read_rows(input));
-        write_file(output, colour::encode_png(splits ? split(result) : result.after, colour::depth_of(*input)));
+        std::vector<std::string> inputs = result.files;
+        if (picture) inputs.push_back(*picture);
+        output.write(colour::encode_png(splits ? split(result) : result.after, colour::depth_of(*input)), inputs);
+        print_done(output.style_beside(style));
     }
 
     preview render(image_rows input) const {

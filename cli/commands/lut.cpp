@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands/commands.h"
-#include "cli/console/files.h"
+#include "cli/commands/output_option.h"
 #include "colour/layout.h"
 #include "colour/plot.h"
 
@@ -68,7 +68,7 @@ struct pack_options {
     std::string order;
     int size = 0;  // 0: as in the file
     bool exact = false;
-    std::string output;
+    output_option output;
 
     void declare(const command& pack) {
         std::vector<std::string> names;
@@ -80,7 +80,7 @@ struct pack_options {
                         "Which input changes first from entry to entry; cubes need it");
         pack.add_integer("--size", size, 2, "Entries of the curve, or points on each axis of the cube; as in the file");
         pack.add_flag("--exact", exact, "Refuse a file that would have to be resampled or clipped");
-        pack.add_text("-o,--output", output, "Where the table goes; - for standard output").require();
+        output.declare(pack, "Where the table goes");
     }
 
     colour::table_layout find_layout(bool is_cube) const {
@@ -104,13 +104,6 @@ struct pack_options {
                                           std::to_string(largest));
         }
         return found;
-    }
-
-    void write(const std::vector<unsigned char>& bytes) const {
-        if (output != "-") return write_file(output, bytes);
-        if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() || !flush_output()) {
-            throw failure(exit_refused, "standard output can't be written");
-        }
     }
 
     void run(const output_style& style) const;
@@ -156,23 +149,24 @@ void pack_options::run(const output_style& style) const {
                    {"byteOrder", byte_order}});
     if (is_cube) report["order"] = order;
     report["bytes"] = bytes.size();
-    report["output"] = output;
-    write(bytes);
-    print_result({style.json, output == "-"}, report);
+    report["output"] = output.path;
+    output.write(bytes, {file});
+    print_result(output.style_beside(style), report);
 }
 
 struct plot_options {
     std::string file;
-    std::string output;
+    output_option output;
 
     void declare(const command& plot) {
         plot.add_text("file", file, file_help).require();
-        plot.add_text("-o,--output", output, "The picture").require();
+        output.declare(plot, "The picture");
     }
 
-    void run() const {
+    void run(const output_style& style) const {
         const colour::colour_transform transform = colour::read_lut_file(file);
-        write_file(output, colour::plot(transform, transform.mixes_channels));
+        output.write(colour::plot(transform, transform.mixes_channels), {file});
+        print_done(output.style_beside(style));
     }
 };
 

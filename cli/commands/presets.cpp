@@ -4,6 +4,7 @@
 
 #include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
+#include "cli/console/files.h"
 #include "cli/presets/backup.h"
 #include "cli/presets/download.h"
 
@@ -77,7 +78,9 @@ struct download_options {
     }
 
     ordered_json run() const {
-        if (file == "-") throw failure(exit_usage, "presets download: give a file: tables are written beside it");
+        if (goes_to_stdout(file)) {
+            throw failure(exit_usage, "presets download: give a file: tables are written beside it");
+        }
         std::vector<std::string> notices;
         const grade_file grade = download_preset(find_preset(preset.ref()), notices);
         const std::string stem = std::filesystem::path(file).stem();

@@ -1,20 +1,27 @@
 #include "cli/console/files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <optional>
 
 #include "cli/console/output.h"
 
 namespace lutc_cli {
 namespace {
 
+namespace fs = std::filesystem;
+
 failure make_failure(const std::string& path, const char* message, int cause = errno) {
-    return failure(exit_refused, path + ": " + message + ": " + std::strerror(cause));
+    return failure(exit_refused,
+                   (path == "-" ? "standard output" : path) + ": " + message + ": " + std::strerror(cause));
 }
 
 std::vector<unsigned char> read_all(std::FILE* file, const std::string& path, std::size_t limit) {
@@ -38,23 +45,71 @@ std::vector<unsigned char> read_all(std::FILE* file, const std::string& path, st
     return bytes;
 }
 
-std::string part_of(const std::string& path) { return path + ".part" + std::to_string(getpid()); }
-
-void write_part(const new_file& content) {
+// What a path leads to, through symbolic links; - is standard input or output. Nothing when nothing is there.
+std::optional<struct stat> find_status(const std::string& path, int standard) {
     struct stat status {};
-    if (stat(content.path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        throw make_failure(content.path, "can't be written", EISDIR);
+    const int result = path == "-" ? fstat(standard, &status) : stat(path.c_str(), &status);
+    return result == 0 ? std::optional(status) : std::nullopt;
+}
+
+bool is_same(const std::optional<struct stat>& a, const std::optional<struct stat>& b) {
+    return a && b && a->st_dev == b->st_dev && a->st_ino == b->st_ino;
+}
+
+// A file on its way: where it is written first, and where it goes then.
+struct placement {
+    const new_file* content;
+    std::string place;  // links followed
+    std::string part;   // empty: written straight to its place, which is no regular file
+    mode_t mode = 0;    // of the file that it replaces; 0: none
+};
+
+// Where a link that leads to nothing points. The kernel gives up after as many.
+std::string follow_links(std::string path) {
+    for (int i = 0; i < 40 && fs::is_symlink(fs::symlink_status(path)); ++i) {
+        path = fs::path(path).parent_path() / fs::read_symlink(path);
     }
-    const std::string part = part_of(content.path);
-    std::FILE* const file = std::fopen(part.c_str(), "wbxe");
-    if (file == nullptr) throw make_failure(content.path, "can't be created");
+    return path;
+}
+
+placement find_place(const new_file& content) {
+    const std::string& path = content.path;
+    const std::optional<struct stat> there = find_status(path, STDOUT_FILENO);
+    if (there && S_ISDIR(there->st_mode)) throw make_failure(path, "can't be written", EISDIR);
+    if (there && (!S_ISREG(there->st_mode) || goes_to_stdout(path))) return {&content, path, "", 0};
+    std::error_code failed;
+    std::string place = there ? fs::canonical(path, failed).string() : follow_links(path);
+    // What has no name any more, such as /dev/fd/3 of a removed file, can't be replaced.
+    if (there && (failed || !is_same(there, find_status(place, -1)))) return {&content, path, "", 0};
+    return {&content, place, place + ".part" + std::to_string(getpid()), there ? there->st_mode & 07777 : 0};
+}
+
+void write_through(std::FILE* file, const new_file& content, bool to_disk) {
     const bool is_written = std::fwrite(content.bytes, 1, content.size, file) == content.size &&
-                            std::fflush(file) == 0 && fsync(fileno(file)) == 0;
+                            std::fflush(file) == 0 && (!to_disk || fsync(fileno(file)) == 0);
     const int cause = errno;
-    if (std::fclose(file) == 0 && is_written) return;
-    const failure reported = make_failure(content.path, "can't be written", is_written ? errno : cause);
-    unlink(part.c_str());
-    throw reported;
+    if (file == stdout ? is_written : std::fclose(file) == 0 && is_written) return;
+    throw make_failure(content.path, "can't be written", is_written ? errno : cause);
+}
+
+void write_part(const placement& file) {
+    std::FILE* const part = std::fopen(file.part.c_str(), "wbxe");
+    if (part == nullptr) throw make_failure(file.content->path, "can't be created");
+    if (file.mode != 0) static_cast<void>(fchmod(fileno(part), file.mode));
+    try {
+        write_through(part, *file.content, true);
+    } catch (const failure&) {
+        unlink(file.part.c_str());
+        throw;
+    }
+}
+
+void write_straight(const placement& file) {
+    if (goes_to_stdout(file.place)) return write_through(stdout, *file.content, false);
+    const int descriptor = open(file.place.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC);
+    std::FILE* const opened = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+    if (opened == nullptr) throw make_failure(file.content->path, "can't be written");
+    write_through(opened, *file.content, false);
 }
 
 }  // namespace
@@ -66,17 +121,40 @@ std::vector<unsigned char> read_file(const std::string& path, std::size_t limit)
     return read_all(file.get(), path, limit);
 }
 
+bool goes_to_stdout(const std::string& path) {
+    return path == "-" || is_same(find_status(path, STDOUT_FILENO), find_status("-", STDOUT_FILENO));
+}
+
+void check_output(const std::string& output, const std::vector<std::string>& inputs) {
+    const std::optional<struct stat> there = find_status(output, STDOUT_FILENO);
+    if (!there || !S_ISREG(there->st_mode)) return;
+    for (const std::string& input : inputs) {
+        if (!is_same(there, find_status(input, STDIN_FILENO))) continue;
+        throw failure(exit_usage, output + ": is the input " + (input == output ? "" : input + " ") +
+                                      "too, which would be lost; give another output");
+    }
+}
+
 void write_files(const std::vector<new_file>& files) {
+    std::vector<placement> places;
+    for (const new_file& file : files) places.push_back(find_place(file));
     std::size_t written = 0;
     std::size_t placed = 0;
     try {
-        for (; written < files.size(); ++written) write_part(files[written]);
-        for (; placed < files.size(); ++placed) {
-            const std::string& path = files[placed].path;
-            if (rename(part_of(path).c_str(), path.c_str()) != 0) throw make_failure(path, "can't be written");
+        for (; written < places.size(); ++written) {
+            if (!places[written].part.empty()) write_part(places[written]);
+        }
+        for (const placement& file : places) {
+            if (file.part.empty()) write_straight(file);
+        }
+        for (; placed < places.size(); ++placed) {
+            const auto& [content, place, part, mode] = places[placed];
+            if (!part.empty() && rename(part.c_str(), place.c_str()) != 0) {
+                throw make_failure(content->path, "can't be written");
+            }
         }
     } catch (const failure&) {
-        for (std::size_t i = placed; i < written; ++i) unlink(part_of(files[i].path).c_str());
+        for (std::size_t i = placed; i < written; ++i) unlink(places[i].part.c_str());
         throw;
     }
 }

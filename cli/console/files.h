@@ -18,9 +18,16 @@ struct new_file {
     std::size_t size;
 };
 
+// Whether a path is standard output: "-", or by another name, such as /dev/stdout.
+bool goes_to_stdout(const std::string& path);
+
+// Throws failure (exit_usage) when the output is one of the inputs, which writing it would destroy.
+void check_output(const std::string& output, const std::vector<std::string>& inputs);
+
 // Replaces the files, in their order, when the bytes of all are on the disk; each at once: whoever reads it sees the
-// old bytes or the new ones. When they can't all be written (failure, exit_refused) the old files stay and nothing is
-// left beside them.
+// old bytes or the new ones. Symbolic links are followed, and what is no regular file (a device, a pipe, standard
+// output) is written into. When they can't all be written (failure, exit_refused) the old files stay and nothing is left
+// beside them.
 void write_files(const std::vector<new_file>& files);
 
 template <class Bytes>

@@ -27,7 +27,7 @@ grade_file download_preset(const lutc::preset_entry& preset, std::vector<std::st
         notices.push_back("preset '" + preset.name + "': component " + std::to_string(position + 1) +
                           " is either a cdl or a saturation; the file has the more likely");
     }
-    return {preset.name, stored.combination, std::move(stored.components)};
+    return {preset.name, stored.combination, std::move(stored.components), {}};
 }
 
 }  // namespace lutc_cli

@@ -19,6 +19,7 @@ struct grade_file {
     std::optional<std::string> name;
     int combination = 0;
     lutc::grade components;
+    std::vector<std::string> files = {};  // those that it was read from
 };
 
 // What a file says of a component. data_of: the bytes beside the file, nullptr for a component without;

@@ -14,7 +14,7 @@ class component_reader {
     component_reader(const std::string& path, grade_use use)
         : folder_(path == "-" ? "" : std::filesystem::path(path).parent_path()), use_(use) {}
 
-    lutc::component read(const json_value& fields) const {
+    lutc::component read(const json_value& fields) {
         const std::string type = fields["type"].text();
         const int slot = fields.has("typeIndex") ? fields["typeIndex"].integer(1) : 0;
         if (type == "1dlut") return read_lut<lutc::lut_1d>(fields, slot);
@@ -27,14 +27,16 @@ class component_reader {
         return read_pattern(fields, slot);
     }
 
+    std::vector<std::string> files;  // that were read
+
   private:
     template <class Lut>
-    Lut read_lut(const json_value& fields, int slot) const {
+    Lut read_lut(const json_value& fields, int slot) {
         fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
         return {fields["dataFormat"].text(), read_payload(fields["file"]), slot};
     }
 
-    lutc::component read_colour(const json_value& fields, bool is_saturation, int slot) const {
+    lutc::component read_colour(const json_value& fields, bool is_saturation, int slot) {
         if (fields.has("file")) {
             fields.allow_only({"type", "typeIndex", "file"});
             return lutc::raw_colour{read_payload(fields["file"]), is_saturation, slot};
@@ -88,9 +90,10 @@ class component_reader {
         return pattern;
     }
 
-    std::vector<unsigned char> read_payload(const json_value& file) const {
+    std::vector<unsigned char> read_payload(const json_value& file) {
         const std::string name = use_ == grade_use::backup ? file.plain_name() : file.text();
         if (name.empty()) throw file.make_failure("must not be empty");
+        files.push_back(folder_ / name);
         try {
             return read_file(folder_ / name, payload_limit);
         } catch (const failure& error) {
@@ -117,10 +120,12 @@ grade_file read_grade_file(const std::string& path, grade_use use) {
         }
     }
     if (fields.has("gradeComboIndex")) grade.combination = fields["gradeComboIndex"].integer(1);
-    const component_reader reader(path, use);
+    component_reader reader(path, use);
     for (const json_value& component : fields.items("components", "component")) {
         grade.components.push_back(reader.read(component));
     }
+    grade.files = std::move(reader.files);
+    grade.files.push_back(path);
     std::size_t total = 0;
     for (const lutc::component& component : grade.components) {
         if (const auto* const data = data_of(component)) total += data->size();

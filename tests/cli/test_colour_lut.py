@@ -2,10 +2,11 @@
 import itertools
 import json
 import os
+import subprocess
 import unittest
 
 from colour_data import asymmetric, clf, clf_cube, cube, entries, packed, rows
-from tool import DONE, REFUSED, USAGE, WithFolder, run
+from tool import DONE, LUTC, REFUSED, USAGE, WithFolder, run
 import png  # of tests/support, which tool knows
 
 CURVE = [(0.0, 0.1, 1.0), (0.25, 0.3, 0.6), (0.5, 0.45, 0.35), (0.9, 0.8, 0.125), (1.0, 0.987654, 0.0)]
@@ -157,11 +158,40 @@ class PackTest(WithFolder):
         self.check((USAGE, pack % "unknown.clf", "Bend"))
         self.assertEqual(sorted(os.listdir(self.folder)), there)
 
-    def test_standard_output_carries_the_table_alone(self):
-        source = self.write("two.cube", "LUT_1D_SIZE 2\n0 0 0\n0.25 0.25 0.25\n")
-        result = run("lut", "pack", source, "--samples", "uint10in16", "--byte-order", "big", "-o", "-")
-        self.assertEqual((result.returncode, result.stdout), (DONE, "\0" * 6 + "\1\0" * 3))
-        self.assertIn('lutc: note: type: "1dlut"\n', result.stderr)
+    def test_outputs(self):
+        pack = "lut pack two.cube --samples uint10in16 --byte-order big -o".split()
+        self.write("two.cube", "LUT_1D_SIZE 2\n0 0 0\n0.25 0.25 0.25\n")
+        table = b"\0" * 6 + b"\1\0" * 3
+        for output in ("-", "/dev/stdout"):  # which carries the table alone
+            result = run(*pack, output, cwd=self.folder)
+            self.assertEqual((result.returncode, result.stdout.encode()), (DONE, table), result.stderr)
+            self.assertIn('lutc: note: type: "1dlut"\n', result.stderr)
+        for command in ("lut plot two.cube -o -", "grade plot --slope 1 2 3 -o -", "grade preview two.cube -o -"):
+            result = subprocess.run([LUTC, *command.split(), "--json"], cwd=self.folder, capture_output=True)
+            self.assertEqual((png.read(result.stdout)[0], json.loads(result.stderr)), (8, {"done": True}))
+        # What is no regular file is written into, and links are followed.
+        os.mkfifo(self.path("pipe"))
+        pipe = os.open(self.path("pipe"), os.O_RDWR)
+        self.addCleanup(os.close, pipe)
+        self.write("old", "")
+        os.chmod(self.path("old"), 0o640)
+        for link, target in (("link", "old"), ("dangling", "new")):
+            os.symlink(target, self.path(link))
+        for output, target in (("pipe", None), ("link", "old"), ("dangling", "new")):
+            self.expect(DONE, *pack, output)
+            self.assertEqual(os.read(pipe, 99) if target is None else self.read(target), table)
+        self.assertTrue(os.path.islink(self.path("link")))
+        self.assertEqual(os.stat(self.path("old")).st_mode & 0o777, 0o640)
+        # What is an input stays.
+        self.write("shot.cc", '<ColorCorrection id="a"><SatNode><Saturation>1</Saturation></SatNode></ColorCorrection>')
+        self.write("grade.json", '{"components": [{"type": "1dlut", "dataFormat": "uint10in16-be", "file": "old"}]}')
+        self.expect(DONE, "lut", "plot", "two.cube", "-o", "picture.png")
+        os.link(self.path("two.cube"), self.path("same"))
+        self.check((USAGE, [*pack, "./two.cube"], "is the input two.cube too"), (USAGE, "lut plot two.cube -o same", "input"),
+                   (USAGE, "grade plot --file shot.cc -o shot.cc"), (USAGE, "grade preview shot.cc -o shot.cc"),
+                   (USAGE, "grade preview grade.json -o link", "input old too"), (USAGE, "grade preview two.cube -o same"),
+                   (USAGE, "grade preview two.cube --picture picture.png -o picture.png"))
+        self.assertTrue(self.read("two.cube").startswith(b"LUT"))
 
 
 class PlotTest(WithFolder):
