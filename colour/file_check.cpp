@@ -2,15 +2,7 @@
 
 #include <expat.h>
 
-#include <algorithm>
-#include <array>
 #include <cctype>
-#include <cerrno>
-#include <cfloat>
-#include <charconv>
-#include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <set>
@@ -18,108 +10,30 @@
 #include <vector>
 
 #include "colour/error.h"
+#include "colour/size_check.h"
+#include "colour/text_file.h"
 
 namespace colour {
 namespace {
 
-constexpr std::size_t max_file_size = 256U << 20U;
-constexpr std::string_view blanks = " \t\r\v\f";
-
-[[noreturn]] void refuse(const std::string& path, std::size_t line, const std::string& reason) {
-    throw content_error(path + ", line " + std::to_string(line) + ": " + reason);
-}
-
-std::string quote(std::string_view text) { return "'" + std::string(text.substr(0, 40)) + "'"; }
-
-// Empty for a number that every colour file may hold, else what is wrong with it.
-std::string fault_of_number(std::string_view token) {
-    const char* begin = token.data();
-    const char* end = begin + token.size();
-    if (token.size() > 1 && *begin == '+' && begin[1] != '-') ++begin;
-    double value = 0.0;
-    const std::from_chars_result result = std::from_chars(begin, end, value);
-    if (result.ec == std::errc::invalid_argument) return quote(token) + " is not a number";
-    if (result.ptr != end && *result.ptr == ',')
-        return quote(token) + " has a comma; decimals are written with a point";
-    if (result.ptr != end) return quote(token) + " is not a decimal number";
-    if (result.ec != std::errc() || !(std::fabs(value) <= double{FLT_MAX})) return quote(token) + " is not finite";
-    return {};
-}
-
-// Whether a line that begins so is meant as a row of numbers.
-bool begins_row(std::string_view token) {
-    if (token.find_first_of("+-.0123456789") == 0) return true;
-    std::string lower(token);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    return lower == "nan" || lower == "inf" || lower == "infinity";
-}
-
-std::vector<std::string_view> tokens_of(std::string_view line) {
-    std::vector<std::string_view> tokens;
-    while (true) {
-        const std::size_t begin = line.find_first_not_of(blanks);
-        if (begin == std::string_view::npos || line[begin] == '#') return tokens;
-        line.remove_prefix(begin);
-        tokens.push_back(line.substr(0, line.find_first_of(blanks)));
-        line.remove_prefix(tokens.back().size());
-    }
-}
-
-// The rows that the size lines of a .cube announce, and those that there are.
-struct row_count {
-    std::size_t announced = 0;
-    std::size_t found = 0;
-    bool is_announced = false;
-
-    void announce(std::string_view keyword, std::string_view size_text) {
-        std::size_t size = 0;
-        std::from_chars(size_text.data(), size_text.data() + size_text.size(), size);
-        if (size > 4096 && keyword == "LUT_3D_SIZE") return;  // the reader has its own limit
-        announced += keyword == "LUT_3D_SIZE" ? size * size * size : size;
-        is_announced = true;
-    }
-};
-
-void check_numbers(const std::string& path, std::size_t line, const std::vector<std::string_view>& tokens,
-                   std::size_t first) {
-    for (std::size_t i = first; i < tokens.size(); ++i) {
-        const std::string fault = fault_of_number(tokens[i]);
-        if (!fault.empty()) refuse(path, line, fault);
-    }
-}
-
 // Returns the number of lines.
 std::size_t check_plain_text(const std::string& path, std::string_view text) {
-    constexpr std::array<std::string_view, 7> number_keywords = {
-        "DOMAIN_MIN", "DOMAIN_MAX", "LUT_1D_INPUT_RANGE", "LUT_3D_INPUT_RANGE", "LUT_1D_SIZE", "LUT_3D_SIZE", "From"};
-    row_count rows;
+    size_check sizes(path);
     bool in_metadata = false;  // free text
-    std::size_t line = 0;
-    while (!text.empty()) {
-        ++line;
-        const std::size_t length = std::min(text.find('\n'), text.size());
-        const std::vector<std::string_view> tokens = tokens_of(text.substr(0, length));
-        text.remove_prefix(std::min(length + 1, text.size()));
-        if (tokens.empty()) continue;
+    return for_each_line(text, [&](std::string_view content, std::size_t line) {
+        const std::vector<std::string_view> tokens = tokens_of(content);
         if (tokens.size() > 1 && tokens[1] == "METADATA") in_metadata = tokens[0] == "BEGIN";
-        if (in_metadata) continue;
-        const bool is_row = begins_row(tokens[0]);
-        const bool is_known =
-            std::find(number_keywords.begin(), number_keywords.end(), tokens[0]) != number_keywords.end();
-        if (!is_row && rows.is_announced && rows.found > 0) refuse(path, line, quote(tokens[0]) + " is not a number");
-        if (is_row || is_known) check_numbers(path, line, tokens, is_row ? 0 : 1);
-        if (is_row && ++rows.found > rows.announced && rows.is_announced) {
-            refuse(path, line, "a row more than the " + std::to_string(rows.announced) + " that its size calls for");
+        if (in_metadata) return;
+        sizes.read(line, content, tokens);
+        if (tokens.empty()) return;
+        const bool is_range = tokens[0] == "From" && tokens.size() == 3;
+        const bool is_row = begins_row(tokens[0]) && tokens[0] != "1D" && tokens[0] != "3D";  // which say a kind
+        const std::size_t first = is_row ? 0 : is_range ? 1 : tokens.size();
+        for (std::size_t i = first; i < tokens.size(); ++i) read_number(path, line, tokens[i]);
+        if (is_range && !(read_number(path, line, tokens[1]) < read_number(path, line, tokens[2]))) {
+            refuse(path, line, "the minimum of the inputs must be below their maximum");
         }
-        const bool is_size = tokens[0] == "LUT_1D_SIZE" || tokens[0] == "LUT_3D_SIZE";
-        if (is_size && tokens.size() > 1) rows.announce(tokens[0], tokens[1]);
-    }
-    if (rows.is_announced && rows.found < rows.announced) {
-        refuse(
-            path, line,
-            "the table ends after " + std::to_string(rows.found) + " of " + std::to_string(rows.announced) + " rows");
-    }
-    return line;
+    });
 }
 
 // The parts of a CDL's elements: each stands there at most once, and no other, for the reader would ignore it.
@@ -138,7 +52,9 @@ class xml_check {
         XML_SetUserData(parser_.get(), this);
         XML_SetElementHandler(
             parser_.get(),
-            [](void* self, const XML_Char* name, const XML_Char**) { static_cast<xml_check*>(self)->begin(name); },
+            [](void* self, const XML_Char* name, const XML_Char** attributes) {
+                static_cast<xml_check*>(self)->begin(name, attributes);
+            },
             [](void* self, const XML_Char*) { static_cast<xml_check*>(self)->end(); });
         XML_SetCharacterDataHandler(parser_.get(), [](void* self, const XML_Char* characters, int length) {
             static_cast<xml_check*>(self)->read({characters, static_cast<std::size_t>(length)});
@@ -146,6 +62,15 @@ class xml_check {
         const XML_Status status = XML_Parse(parser_.get(), text.data(), static_cast<int>(text.size()), XML_TRUE);
         if (!fault_.empty()) refuse(path, fault_line_, fault_);
         if (status != XML_STATUS_OK) refuse(path, line(), XML_ErrorString(XML_GetErrorCode(parser_.get())));
+    }
+
+    // A CLF of SMPTE ST 2136-1 has no compCLFversion, and need not have an id: the reader is given them.
+    std::string complete(std::string text) const {
+        const std::string tag = "<ProcessList";
+        if (!added_.empty() && text.compare(root_at_, tag.size(), tag) == 0) {
+            text.insert(root_at_ + tag.size(), added_);
+        }
+        return text;
     }
 
   private:
@@ -163,8 +88,16 @@ class xml_check {
         XML_StopParser(parser_.get(), XML_FALSE);
     }
 
-    void begin(std::string name) {
+    void begin(std::string name, const XML_Char** attributes) {
         if (name == "SATNode") name = "SatNode";
+        std::map<std::string, std::string> values;
+        for (; *attributes != nullptr; attributes += 2) values[attributes[0]] = attributes[1];
+        if (open_.empty() && name == "ProcessList") {
+            root_at_ = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_.get()));
+            if (values.count("compCLFversion") + values.count("version") == 0) added_ += " compCLFversion=\"3\"";
+            if (values.count("id") == 0) added_ += " id=\"none\"";
+        }
+        if (name == "Array") check_size(values["dim"]);
         if (!open_.empty() && descriptions.count(name) == 0) {
             auto& [parent, parts] = open_.back();
             const auto known = cdl_parts.find(parent);
@@ -173,6 +106,15 @@ class xml_check {
             if (is_part && !parts.insert(name).second) fail(line(), "a second " + name + " in the same " + parent);
         }
         open_.push_back({std::move(name), {}});
+    }
+
+    // "129 129 129 3" of a cube, "65536 3" of a curve; a matrix has other dimensions.
+    void check_size(const std::string& dimensions) {
+        const std::vector<std::string_view> sizes = tokens_of(dimensions);
+        for (std::size_t i = 0; (sizes.size() == 4 || sizes.size() == 2) && i + 1 < sizes.size(); ++i) {
+            const std::string fault = fault_of_size(sizes[i], sizes.size() == 4);
+            if (!fault.empty()) fail(line(), fault);
+        }
     }
 
     void end() {
@@ -189,7 +131,7 @@ class xml_check {
         if (open_.empty() || lists_of_numbers.count(open_.back().name) == 0) return;
         std::size_t at = line();
         for (const char c : text) {
-            if (c != '\n' && blanks.find(c) == std::string_view::npos) {
+            if (std::isspace(static_cast<unsigned char>(c)) == 0) {
                 if (token_.empty()) token_line_ = at;
                 token_ += c;
                 continue;
@@ -211,35 +153,27 @@ class xml_check {
     std::size_t token_line_ = 0;
     std::string fault_;
     std::size_t fault_line_ = 0;
+    std::size_t root_at_ = 0;
+    std::string added_;  // attributes of the root
 };
-
-std::string read_text(const std::string& path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
-    if (!file) throw error(path + ": can't be opened: " + std::strerror(errno));
-    std::string text;
-    char buffer[1 << 16];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, file.get())) {
-        text.append(buffer, count);
-        if (text.size() > max_file_size) {
-            throw content_error(path + ": has more than " + std::to_string(max_file_size) + " bytes");
-        }
-    }
-    if (std::ferror(file.get()) != 0) throw error(path + ": can't be read: " + std::strerror(errno));
-    return text;
-}
 
 }  // namespace
 
-std::size_t check_colour_file(const std::string& path) {
-    const std::string content = read_text(path);
-    std::string_view text = content;
-    if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
-    if (text.substr(0, 4096).find('\0') != std::string_view::npos) return 0;
+file_facts check_colour_file(const std::string& path) {
+    file_facts facts;
+    facts.text = read_text(path);
+    const std::string_view text = facts.text;
+    if (text.substr(0, 4096).find('\0') != std::string_view::npos) return facts;
     const std::size_t begin = text.find_first_not_of(" \t\r\n");
     if (begin == std::string_view::npos) throw content_error(path + ": the file is empty");
-    if (text[begin] != '<') return check_plain_text(path, text);
-    const xml_check check(path, text);
-    return 0;
+    if (text[begin] == '<') {
+        facts.text = xml_check(path, text).complete(facts.text);
+    } else if (is_cube_file(path, text)) {
+        facts.cube = parse_cube_file(path, text);
+    } else {
+        facts.lines = check_plain_text(path, text);
+    }
+    return facts;
 }
 
 }  // namespace colour

@@ -3,15 +3,24 @@
 #define LUTC_COLOUR_FILE_CHECK_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
+
+#include "colour/cube_file.h"
 
 namespace colour {
 
-// Refused are numbers that are not decimal and finite, a .cube with more or fewer rows than it says, XML that is not
-// well-formed, in a CDL an unknown or repeated part and a correction without any. Files that are not text are left to
-// the reader. Returns the number of lines, or 0 for XML and what is not text. Throws error when the file can't be read,
-// else content_error with the file and the line.
-std::size_t check_colour_file(const std::string& path);
+struct file_facts {
+    std::string text;               // as the reader takes it: without a byte-order mark, a CLF with its version
+    std::size_t lines = 0;          // of a plain text that is left to the reader
+    std::optional<cube_file> cube;  // of a .cube, which is none of the reader's
+};
+
+// Refused are numbers that are not decimal and finite, sizes beyond 129 points an axis or 65536 entries, what is wrong in
+// a .cube, XML that is not well-formed, in a CDL an unknown or repeated part and a correction without any. Files that are
+// not text are left to the reader. Throws error when the file can't be read, else content_error with the file and the
+// line.
+file_facts check_colour_file(const std::string& path);
 
 }  // namespace colour
 

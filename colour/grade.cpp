@@ -18,8 +18,6 @@ namespace OCIO = OCIO_NAMESPACE;
 
 namespace {
 
-constexpr double legal_black = 64.0 / 1023.0;
-constexpr double legal_white = 940.0 / 1023.0;
 constexpr rgb weights = {0.2126, 0.7152, 0.0722};  // of Rec. 709
 
 std::string find_number_obstacle(const char* name, double value) {
@@ -82,19 +80,7 @@ OCIO::TransformRcPtr make_saturation(double saturation) {
 OCIO::TransformRcPtr make_transform(const grade_component& component) {
     if (component.type == "cdl") return make_cdl_stage(*component.values);
     if (component.type == "saturation") return make_saturation(component.values->saturation);
-    return make_table_stage(read_table(component), true);
-}
-
-// What stood at black becomes 0 and what stood at white 1, or the other way round.
-OCIO::TransformRcPtr make_legal_range(OCIO::TransformDirection direction) {
-    const double scale = 1.0 / (legal_white - legal_black);
-    const double matrix[16] = {scale, 0, 0, 0, 0, scale, 0, 0, 0, 0, scale, 0, 0, 0, 0, 1};
-    const double offset[4] = {-legal_black * scale, -legal_black * scale, -legal_black * scale, 0};
-    const OCIO::MatrixTransformRcPtr range = OCIO::MatrixTransform::Create();
-    range->setMatrix(matrix);
-    range->setOffset(offset);
-    range->setDirection(direction);
-    return range;
+    return make_table(read_table(component), OCIO::INTERP_TETRAHEDRAL);
 }
 
 bool is_shown(std::size_t place, const grade_view& view) {

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "colour/image.h"
-#include "colour/reader.h"
 #include "colour/transform.h"
+#include "colour/values.h"
 
 namespace colour {
 

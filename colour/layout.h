@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "colour/transform.h"
+#include "colour/values.h"
 
 namespace colour {
 

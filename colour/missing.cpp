@@ -3,6 +3,7 @@
 #include "colour/grade.h"
 #include "colour/image_png.h"
 #include "colour/plot.h"
+#include "colour/reader.h"
 
 namespace colour {
 namespace {

@@ -4,7 +4,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 #include <vector>
 
 #include "colour/error.h"
@@ -55,10 +60,44 @@ std::string tidy_warning(std::string warning) {
     return ", line " + warning.substr(begin + 1, end - begin - 1) + ": " + join_lines(warning.substr(end + 3));
 }
 
-// A clip's name beside its ColorCorrection: it carries no grade.
+// A clip's name beside its ColorCorrection, and the name of a CLF: they carry no grade.
 bool is_harmless(const std::string& warning) {
-    return warning.find("'MediaRef' where its parent is 'ColorDecision'") != std::string::npos;
+    return warning.find("'MediaRef' where its parent is 'ColorDecision'") != std::string::npos ||
+           warning.find("'Id' where its parent is 'ProcessList'") != std::string::npos;
 }
+
+// The file that the reader is given: the one that was checked, or, where its text had to be changed, a copy of the same
+// name in a folder of its own, for as long as this lives.
+class readable_copy {
+  public:
+    readable_copy(const std::string& path, const std::string& text) : path_(path) {
+        std::error_code failed;
+        if (std::filesystem::file_size(path, failed) == text.size()) return;
+        folder_ = std::filesystem::temp_directory_path() / "lutc-XXXXXX";
+        if (mkdtemp(folder_.data()) == nullptr) {
+            folder_.clear();
+            throw error(path + ": can't be copied: " + std::strerror(errno));
+        }
+        path_ = folder_ + "/" + std::filesystem::path(path).filename().string();
+        std::ofstream file(path_, std::ios::binary);
+        if (!file.write(text.data(), static_cast<std::streamsize>(text.size())).flush()) {
+            std::filesystem::remove_all(folder_, failed);
+            throw error(path + ": can't be copied to " + path_);
+        }
+    }
+    readable_copy(const readable_copy&) = delete;
+    readable_copy& operator=(const readable_copy&) = delete;
+    ~readable_copy() {
+        std::error_code ignored;
+        if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
+    }
+
+    const std::string& path() const { return path_; }
+
+  private:
+    std::string folder_;
+    std::string path_;
+};
 
 struct correction {
     std::string id;  // possibly empty
@@ -67,8 +106,8 @@ struct correction {
 
 std::vector<correction> read_corrections(const std::string& path) {
     std::vector<correction> corrections;
-    read_colour_file(path, [&] {
-        const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(path.c_str());
+    read_colour_file(path, [&](const std::string& readable) {
+        const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(readable.c_str());
         for (int i = 0; i < group->getNumTransforms(); ++i) {
             const auto cdl = OCIO::DynamicPtrCast<OCIO::CDLTransform>(group->getTransform(i));
             if (!cdl) continue;
@@ -84,7 +123,7 @@ std::vector<correction> read_corrections(const std::string& path) {
 
 }  // namespace
 
-void guard_reader(const std::string& name, const std::function<void()>& read) {
+void guard_reader(const std::string& name, const std::string& path, const std::function<void()>& read) {
     std::vector<std::string> warnings;
     std::string cause;
     ::unsetenv("OCIO_LOGGING_LEVEL");  // it would outrank the level set here, and hide the warnings
@@ -101,20 +140,24 @@ void guard_reader(const std::string& name, const std::function<void()>& read) {
     OCIO::ResetToDefaultLoggingFunction();
     const auto first = std::find_if_not(warnings.begin(), warnings.end(), is_harmless);
     if (first != warnings.end()) throw content_error(name + tidy_warning(*first));
-    if (!cause.empty()) throw content_error(name + ": " + cause_of(name, cause));
+    if (!cause.empty()) throw content_error(name + ": " + cause_of(path, cause));
 }
 
-void read_colour_file(const std::string& path, const std::function<void()>& read) {
-    const std::size_t lines = check_colour_file(path);
+std::optional<cube_file> read_colour_file(const std::string& path,
+                                          const std::function<void(const std::string&)>& read) {
+    file_facts facts = check_colour_file(path);
+    if (facts.cube) return std::move(facts.cube);
+    const readable_copy copy(path, facts.text);
     try {
-        guard_reader(path, read);
+        guard_reader(path, copy.path(), [&] { read(copy.path()); });
     } catch (const content_error& refused) {
         const std::string message = refused.what();
         const bool says_where = message.find("line ", path.size()) != std::string::npos ||
                                 message.find("ine (", path.size()) != std::string::npos;
-        if (says_where || lines == 0) throw;
-        throw content_error(message + " (its last line is " + std::to_string(lines) + ")");
+        if (says_where || facts.lines == 0) throw;
+        throw content_error(message + " (its last line is " + std::to_string(facts.lines) + ")");
     }
+    return {};
 }
 
 cdl_values read_cdl_file(const std::string& path, const std::string& id) {

@@ -1,18 +1,26 @@
-// The stages that OpenColorIO computes, made of this room's values.
+// The stages of a transform, as OpenColorIO takes them.
 #ifndef LUTC_COLOUR_STAGES_H
 #define LUTC_COLOUR_STAGES_H
 
 #include <OpenColorIO/OpenColorIO.h>
 
-#include "colour/reader.h"
-#include "colour/transform.h"
+#include "colour/cube_file.h"
+#include "colour/values.h"
 
 namespace colour {
 
-// By the ASC's formula, limited to 0..1. OpenColorIO throws for values that the ASC doesn't allow.
-OCIO_NAMESPACE::TransformRcPtr make_cdl_stage(const cdl_values& values);
-// A curve is read linearly.
-OCIO_NAMESPACE::TransformRcPtr make_table_stage(const lut_table& table, bool is_tetrahedral);
+inline constexpr double legal_black = 64.0 / 1023.0;
+inline constexpr double legal_white = 940.0 / 1023.0;
+
+// Limited to 0..1 ahead of the power and at the end, as the ASC defines it.
+OCIO_NAMESPACE::TransformRcPtr make_cdl(const cdl_values& values);
+OCIO_NAMESPACE::TransformRcPtr make_table(const lut_table& table, OCIO_NAMESPACE::Interpolation of_cubes);
+// What stands at minimum becomes 0, and what stands at maximum 1; inverted, the other way round.
+OCIO_NAMESPACE::TransformRcPtr make_range(
+    const rgb& minimum, const rgb& maximum,
+    OCIO_NAMESPACE::TransformDirection direction = OCIO_NAMESPACE::TRANSFORM_DIR_FORWARD);
+OCIO_NAMESPACE::TransformRcPtr make_legal_range(OCIO_NAMESPACE::TransformDirection direction);
+OCIO_NAMESPACE::TransformRcPtr make_cube_file(const cube_file& file);
 
 }  // namespace colour
 

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "colour/error.h"
+#include "colour/reader.h"
 #include "colour/stages.h"
 
 namespace colour {
@@ -191,23 +192,27 @@ colour_transform make_transform(const std::string& name, const OCIO::TransformRc
 
 colour_transform read_lut_file(const std::string& path) {
     colour_transform transform;
-    read_colour_file(path, [&] {
+    const std::optional<cube_file> cube = read_colour_file(path, [&](const std::string& readable) {
         const OCIO::FileTransformRcPtr file = OCIO::FileTransform::Create();
-        file->setSrc(path.c_str());
+        file->setSrc(readable.c_str());
         file->setInterpolation(OCIO::INTERP_DEFAULT);
         transform = make_transform(path, file);
     });
+    if (cube) {
+        guard_reader(path, path, [&] { transform = make_transform(path, make_cube_file(*cube)); });
+        transform.title = cube->title;
+    }
     return transform;
 }
 
 colour_transform make_cdl_transform(const cdl_values& values) {
     colour_transform transform;
-    guard_reader("CDL", [&] { transform = make_transform("CDL", make_cdl_stage(values)); });
+    guard_reader("CDL", "CDL", [&] { transform = make_transform("CDL", make_cdl(values)); });
     return transform;
 }
 
 colour_transform make_table_transform(const lut_table& table, bool is_tetrahedral) {
-    return make_transform("table", make_table_stage(table, is_tetrahedral));
+    return make_transform("table", make_table(table, is_tetrahedral ? OCIO::INTERP_TETRAHEDRAL : OCIO::INTERP_LINEAR));
 }
 
 lut_table make_table(const colour_transform& transform, std::size_t size) {

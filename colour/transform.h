@@ -8,20 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "colour/reader.h"
+#include "colour/values.h"
 
 namespace colour {
 
-// A table over inputs 0..1: RGB triples. A curve has size of them; a cube size * size * size, red fastest.
-struct lut_table {
-    bool is_cube = false;
-    std::size_t size = 0;
-    std::vector<float> values;
-};
-
 // What a LUT file, a CDL or a table makes of RGB triples.
 struct colour_transform {
-    std::string name;  // in messages
+    std::string name;   // in messages
+    std::string title;  // that the file gives itself; possibly empty
     std::function<void(std::vector<float>& triples)> apply;
     bool mixes_channels = false;      // an output depends on more than its own input: a cube is called for, else curves
     std::vector<std::string> stages;  // those that do something, in words, in order

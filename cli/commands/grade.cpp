@@ -6,6 +6,7 @@
 #include "cli/commands/output_option.h"
 #include "cli/presets/grade_file.h"
 #include "colour/plot.h"
+#include "colour/reader.h"
 
 namespace lutc_cli {
 namespace {

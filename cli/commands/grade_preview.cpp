@@ -12,6 +12,7 @@
 #include "colour/image_png.h"
 #include "colour/layout.h"
 #include "colour/pattern.h"
+#include "colour/reader.h"
 #include "colour/transform.h"
 
 namespace lutc_cli {

@@ -30,6 +30,16 @@ def in_domain(red, green, blue):
     return linear((red + 1) / 2, green / 2, blue / 4)
 
 
+def in_range(red, green, blue):
+    return linear(red / 2, green / 2, blue / 2)
+
+
+def in_video_range(*inputs):
+    black, white = 64 / 1023, 940 / 1023
+    levels = linear(*(min(max((value - black) / (white - black), 0), 1) for value in inputs))
+    return [black + value * (white - black) for value in levels]
+
+
 def bilinear(red, green, blue):
     return red * green, 1 - blue, 0.5 * green
 
@@ -48,6 +58,12 @@ FILES = {
     "curve.clf": clf('<LUT1D inBitDepth="32f" outBitDepth="32f">\n<Array dim="5 3">\n%s</Array>\n</LUT1D>\n' % rows(CURVE)),
     "look.3dl": " ".join(str(i * 1023 // 15) for i in range(16)) + "\n" + "".join("%d %d %d\n" % v for v in THREE_DL),
     "wide.cube": cube(entries(3, linear), 3, "DOMAIN_MIN -1 0 0\nDOMAIN_MAX 1 2 4\n"),
+    # Keywords count wherever they stand.
+    "ranged.cube": 'TITLE "a #1"\nLUT_3D_INPUT_RANGE 0 2\n' + cube(entries(3, linear), 3),
+    "video.cube": "LUT_IN_VIDEO_RANGE\n" + cube(entries(3, linear), 3) + "lut_out_video_range\n",
+    "mark.cube": "\ufeffTITLE a\nLUT_1D_SIZE 5\n" + rows(CURVE),
+    "mark.spi1d": "\ufeff" + SPI1D % (5, 3, rows(CURVE)),
+    "new.clf": "\ufeff" + clf("<Id>urn:uuid:0</Id>" + clf_cube(BLUE_5, 5)).replace('id="t" compCLFversion="3"', 'xmlns="x"'),
     # Ahead of a cube that changes nothing: a curve through 0, 1/4 and 1. Two points make a straight line of it.
     "shaped.cube": "LUT_1D_SIZE 3\nLUT_3D_SIZE 2\n0 0 0\n.25 .25 .25\n1 1 1\n" + rows(entries(2, same)),
     "small.cube": cube(entries(2, bilinear), 2),
@@ -72,8 +88,23 @@ BAD_FILES = [
     ("inf.cube", with_row("-inf 0 0"), "line 5: '-inf' is not finite"),
     ("huge.cube", with_row("1e99 0 0"), "line 5: '1e99' is not finite"),
     ("hex.cube", with_row("0x1 0 0"), "line 5: '0x1' is not a decimal number"),
-    ("word.cube", with_row("zero 0 0"), "line 5: 'zero' is not a number"),
-    ("two.cube", with_row("0 0"), "(5): '0 0'"),
+    ("word.cube", with_row("zero 0 0"), "line 5: unknown keyword 'zero'"),
+    ("two.cube", with_row("0 0"), "line 5: a row has three numbers, this one 2"),
+    *((name + ".cube", cube(entries(2), 2) + line, "line 11: " + complaint) for name, line, complaint in (
+        ("maxx", "DOMAIN_MAXX 1 1 1", "unknown keyword 'DOMAIN_MAXX'"),
+        ("black", "DOMAIN_MAX 1 0 1", "the minimum of the inputs must be below"),
+        ("inverted", "LUT_3D_INPUT_RANGE 1 0", "the minimum of the inputs must be below"),
+        ("twice", "LUT_3D_SIZE 2", "a second LUT_3D_SIZE"), ("lost", "LUT_1D_INPUT_RANGE 0 2", "an input range of a table that isn't there"),
+        ("line", "LUT_IN_VIDEO_RANGE 0 1", "LUT_IN_VIDEO_RANGE stands alone"))),
+    # Too large: said at the line of the size, before there is a row.
+    ("large.cube", "LUT_3D_SIZE 130\n", "line 1: a size of '130'; possible are 2 to 129"),
+    ("long1.cube", "LUT_1D_SIZE 65537\n", "line 1: a size of '65537'"),
+    ("long1.spi1d", SPI1D % (65537, 1, ""), "line 3: a size of 65537; at most 65536 entries"),
+    ("large.spi3d", "SPILUT 1.0\n3 3\n130 130 130\n", "line 3: a size of 130; at most 129 points"),
+    ("large.csp", "CSPLUTV100\n3D\n\n" + "2\n0 1\n0 1\n" * 3 + "\n9 9 130\n", "line 14: a size of 130"),
+    ("large.vf", "#Inventor V2.1 ascii\ngrid_size 130 2 2\n", "line 2: a size of 130"),
+    ("large.clf", clf('<LUT3D inBitDepth="32f" outBitDepth="32f"><Array dim="130 130 130 3"></Array></LUT3D>'), "line 3: a size"),
+    ("range.spi1d", SPI1D.replace("0.0 1.0", "1 1") % (2, 1, "0\n1\n"), "line 2: the minimum of the inputs"),
     ("domain.cube", "DOMAIN_MAX 1 1 1,5\n" + cube(entries(2), 2), "line 1: '1,5' has a comma"),
     ("short.cube", cube([], 2) + "".join(GOOD[:7]), "line 9: the table ends after 7 of 8 rows"),
     ("long.cube", cube([], 2) + "".join(GOOD + GOOD[:1]), "line 11: a row more than the 8"),
@@ -108,6 +139,11 @@ class PackTest(WithFolder):
                 ("wide.cube", "uint10in16 little red", "", entries(3, in_domain), None,
                  {"domainMinimum": [-1.0, 0.0, 0.0], "domainMaximum": [1.0, 2.0, 4.0], "shaper": False}),
                 ("wide.cube", "uint16 big blue", "", entries(3, in_domain, "blue"), None, {"order": "blue-fastest"}),
+                ("ranged.cube", "uint10in16 little red", "", entries(3, in_range), None, {"domainMaximum": [2.0] * 3}),
+                ("video.cube", "uint10in16 little red", "", entries(3, in_video_range), None, {"resampled": True}),
+                ("mark.cube", "float32 big red", "--exact", CURVE, 0, curve),
+                ("mark.spi1d", "float32 big red", "--exact", CURVE, 0, curve),
+                ("new.clf", "uint16 big blue", "--exact", BLUE_5, 0, look),
                 ("shaped.cube", "float32 little red", "", entries(2, same), 0.25, {"shaper": True}),
                 ("shaped.cube", "float32 little red", "--size 3", None, 0, {}),
                 ("shaped.cube", "float32 little red", "--size 4", None, 1 / 12, {}),
@@ -126,7 +162,7 @@ class PackTest(WithFolder):
                     self.assertEqual(table, packed(triples, samples, byte_order))
                 if error is not None:
                     self.assertAlmostEqual(report["maximumError"], error, delta=2e-5)
-                resampled = source in ("wide.cube", "shaped.cube", "matrix.spimtx") or "--size" in extra
+                resampled = source in ("wide.cube", "ranged.cube", "shaped.cube", "matrix.spimtx") or "--size" in extra
                 wanted = {"bytes": len(table), "resampled": resampled, **wanted}
                 self.assertEqual({key: report.get(key) for key in wanted}, wanted)
                 self.assertEqual("2 of 6 values are outside 0..1" in result.stderr, report["clipped"])
