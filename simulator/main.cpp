@@ -171,7 +171,9 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exit_stopped : exit_usage;
+        if (error.get_exit_code() == 0) return app.exit(error);
+        std::fprintf(stderr, "lutc-simulator: %s (see --help)\n", error.what());
+        return exit_usage;
     }
     try {
         check(given);

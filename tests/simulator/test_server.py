@@ -118,6 +118,7 @@ class Server(unittest.TestCase):
         self.start("--quiet")
         taken = f"lutc-simulator: can't listen on 127.0.0.1:{self.port}: Address already in use\n"
         self.assertEqual(run("--port", str(self.port)), (1, taken))
+        self.assertEqual(run("--port", "abc"), (2, "lutc-simulator: Could not convert: --port = abc (see --help)\n"))
         self.assertEqual(run("--fault", "getOption=fire"), (2, 'lutc-simulator: --fault: there is no fault "fire"\n'))
         self.assertEqual(run("--porl", "1")[0], 2)
 
