@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <utility>
 
@@ -19,27 +18,6 @@ namespace OCIO = OCIO_NAMESPACE;
 namespace {
 
 constexpr rgb weights = {0.2126, 0.7152, 0.0722};  // of Rec. 709
-
-std::string find_number_obstacle(const char* name, double value) {
-    const std::string subject(name);
-    if (!std::isfinite(value)) return subject + " is not finite";
-    if (std::fabs(value) > double{std::numeric_limits<float>::max()}) return subject + " is beyond single precision";
-    if (subject == "power" && value <= 0.0) return "power must be above 0";
-    if (subject != "offset" && value < 0.0) return subject + " must not be below 0";
-    return {};
-}
-
-std::string find_cdl_obstacle(const cdl_values& values) {
-    const std::pair<const char*, const rgb*> triples[] = {
-        {"slope", &values.slope}, {"offset", &values.offset}, {"power", &values.power}};
-    for (const auto& [name, triple] : triples) {
-        for (const double value : *triple) {
-            std::string obstacle = find_number_obstacle(name, value);
-            if (!obstacle.empty()) return obstacle;
-        }
-    }
-    return find_number_obstacle("saturation", values.saturation);
-}
 
 // Of a table. Throws content_error when the format's name is none.
 table_layout layout_of(const grade_component& component) {
@@ -115,7 +93,7 @@ std::string find_obstacle(const grade_component& component) {
     if (component.type == "cdl" || component.type == "saturation") {
         if (!component.values) return "its values came as bytes; only numbers run";
         if (component.type == "cdl") return find_cdl_obstacle(*component.values);
-        return find_number_obstacle("saturation", component.values->saturation);
+        return find_saturation_obstacle(component.values->saturation);
     }
     if (component.type != "1dlut" && component.type != "3dlut") return "components of this type don't run";
     try {

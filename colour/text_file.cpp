@@ -1,6 +1,7 @@
 #include "colour/text_file.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <cfloat>
@@ -108,6 +109,27 @@ std::size_t read_size(const std::string& path, std::size_t line, std::string_vie
     const bool is_whole = result.ec == std::errc() && result.ptr == token.data() + token.size();
     if (is_whole && size >= 2 && size <= largest) return size;
     refuse(path, line, "a size of " + quote(token) + "; possible are 2 to " + std::to_string(largest));
+}
+
+bool is_lut_text(const std::vector<unsigned char>& bytes) {
+    std::string_view text(reinterpret_cast<const char*>(bytes.data()), std::min<std::size_t>(bytes.size(), 4096));
+    constexpr std::array<std::string_view, 2> wide_xml = {std::string_view("\xFF\xFE<\0", 4),
+                                                          std::string_view("\xFE\xFF\0<", 4)};
+    if (std::find(wide_xml.begin(), wide_xml.end(), text.substr(0, 4)) != wide_xml.end()) return true;
+    const auto is_control = [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0 && c != '\n'; };
+    const auto is_text = [&](char c) { return !is_control(c) || blanks.find(c) != std::string_view::npos; };
+    if (!std::all_of(text.begin(), text.end(), is_text)) return false;
+    if (text.substr(0, byte_order_mark.size()) == byte_order_mark) text.remove_prefix(byte_order_mark.size());
+    const std::size_t begin = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    const auto follows_tag = [](char c) { return c == '?' || c == '!' || std::isalpha(static_cast<unsigned char>(c)); };
+    if (text.size() - begin > 1 && text[begin] == '<' && follows_tag(text[begin + 1])) return true;
+    bool has_row = false;
+    for_each_line(text.substr(0, text.rfind('\n') + 1), [&](std::string_view line, std::size_t) {
+        const std::vector<std::string_view> tokens = tokens_of(line);
+        const auto is_number = [](std::string_view token) { return fault_of_number(token).empty(); };
+        has_row = has_row || (!tokens.empty() && std::all_of(tokens.begin(), tokens.end(), is_number));
+    });
+    return has_row;
 }
 
 }  // namespace colour

@@ -37,6 +37,10 @@ double read_number(const std::string& path, std::size_t line, std::string_view t
 // A number of entries: a whole number from 2 to largest. Throws content_error for another.
 std::size_t read_size(const std::string& path, std::size_t line, std::string_view token, std::size_t largest);
 
+// Whether bytes that are meant as the numbers of a table are text instead: XML, or lines of which one holds nothing but
+// numbers. Looks at the first of them alone.
+bool is_lut_text(const std::vector<unsigned char>& bytes);
+
 }  // namespace colour
 
 #endif

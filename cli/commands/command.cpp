@@ -41,6 +41,8 @@ const argument& argument::exclude(const argument& other) const {
     return *this;
 }
 
+bool argument::is_given() const { return option_->count() > 0; }
+
 command command::add_group(const char* name, const char* description) const {
     return command(app_->add_subcommand(name, description)->require_subcommand(1), style_);
 }

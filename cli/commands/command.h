@@ -42,6 +42,7 @@ class argument {
     const argument& require() const;
     const argument& need(const argument& other) const;
     const argument& exclude(const argument& other) const;
+    bool is_given() const;  // once the command line is parsed
 
   private:
     CLI::Option* option_;

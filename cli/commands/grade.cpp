@@ -1,4 +1,5 @@
 // lutc grade combination|lut|cdl|saturation|live|plot (preview has a file of its own)
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include <lutc/lutc.hpp>
@@ -7,6 +8,7 @@
 #include "cli/presets/grade_file.h"
 #include "colour/plot.h"
 #include "colour/reader.h"
+#include "colour/text_file.h"
 
 namespace lutc_cli {
 namespace {
@@ -58,6 +60,7 @@ struct lut_options {
     void run() const {
         const std::vector<unsigned char> data = read_file(file, payload_limit);
         if (data.empty()) throw failure(exit_usage, file + ": holds no table");
+        if (colour::is_lut_text(data)) throw failure(exit_usage, file + ": " + text_as_table);
         lutc::send_lut(target.channel, type, format, data, {target.slot, target.reset});
     }
 };
@@ -67,30 +70,48 @@ struct cdl_source {
     colour::cdl_values values;
     std::optional<std::string> file;
     std::string id;
+    std::vector<argument> given;  // each of which says what the values are
 
     void declare(const command& to) {
         const argument from_file = to.add_text("--file", file, "Take the values from a .cc, .ccc or .cdl file");
         to.add_text("--id", id, "Which of the file's corrections; #N for the Nth").need(from_file);
-        from_file.exclude(to.add_triple("--slope", values.slope, "Slope of red, green and blue (default 1 1 1)"))
-            .exclude(to.add_triple("--offset", values.offset, "Offset of red, green and blue (default 0 0 0)"))
-            .exclude(to.add_triple("--power", values.power, "Power of red, green and blue (default 1 1 1)"))
-            .exclude(to.add_number("--saturation", values.saturation, "Saturation (default 1)"));
+        given = {to.add_triple("--slope", values.slope, "Slope of red, green and blue (default 1 1 1)"),
+                 to.add_triple("--offset", values.offset, "Offset of red, green and blue (default 0 0 0)"),
+                 to.add_triple("--power", values.power, "Power of red, green and blue (default 1 1 1)"),
+                 to.add_number("--saturation", values.saturation, "Saturation (default 1)")};
+        for (const argument& value : given) from_file.exclude(value);
+        given.push_back(from_file);
     }
 
-    colour::cdl_values read() const { return file ? colour::read_cdl_file(*file, id) : values; }
+    bool is_given() const {
+        return std::any_of(given.begin(), given.end(), [](const argument& each) { return each.is_given(); });
+    }
+
+    colour::cdl_values read() const {
+        if (file) return colour::read_cdl_file(*file, id);
+        const std::string obstacle = colour::find_cdl_obstacle(values);
+        if (!obstacle.empty()) throw failure(exit_usage, obstacle);
+        return values;
+    }
 };
 
 struct cdl_options {
     cdl_source source;
+    bool neutral = false;
     grade_target target;
 
     void declare(const command& to) {
         source.declare(to);
+        const argument alone = to.add_flag("--neutral", neutral, "Send a CDL that leaves the picture as it is");
+        for (const argument& value : source.given) alone.exclude(value);
         target.declare_slot(to);
         target.declare(to);
     }
 
     ordered_json run() const {
+        if (!neutral && !source.is_given()) {
+            throw failure(exit_usage, "grade cdl: give --slope, --offset, --power, --saturation, --file or --neutral");
+        }
         const colour::cdl_values values = source.read();
         lutc::send_cdl(target.channel, {values.slope, values.offset, values.power, values.saturation, target.slot},
                        {target.reset});
@@ -112,7 +133,11 @@ struct saturation_options {
         target.declare(to);
     }
 
-    void run() const { lutc::send_saturation(target.channel, {saturation, target.slot}, {target.reset}); }
+    void run() const {
+        const std::string obstacle = colour::find_saturation_obstacle(saturation);
+        if (!obstacle.empty()) throw failure(exit_usage, obstacle);
+        lutc::send_saturation(target.channel, {saturation, target.slot}, {target.reset});
+    }
 };
 
 struct live_options {

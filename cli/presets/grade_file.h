@@ -15,6 +15,9 @@ namespace lutc_cli {
 constexpr std::size_t payload_limit = 64u << 20;
 constexpr std::size_t preset_payload_limit = 2u << 20;
 
+// What is wrong with a text where the bytes of a table should be.
+constexpr const char* text_as_table = "is the text of a LUT, or XML, and no table's bytes (lutc lut pack makes them)";
+
 struct grade_file {
     std::optional<std::string> name;
     int combination = 0;

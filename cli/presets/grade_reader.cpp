@@ -4,6 +4,7 @@
 #include "cli/console/files.h"
 #include "cli/presets/grade_file.h"
 #include "cli/presets/json_value.h"
+#include "colour/text_file.h"
 
 namespace lutc_cli {
 namespace {
@@ -95,7 +96,9 @@ class component_reader {
         if (name.empty()) throw file.make_failure("must not be empty");
         files.push_back(folder_ / name);
         try {
-            return read_file(folder_ / name, payload_limit);
+            std::vector<unsigned char> bytes = read_file(folder_ / name, payload_limit);
+            if (use_ == grade_use::backup || !colour::is_lut_text(bytes)) return bytes;
+            throw failure(exit_usage, name + ": " + text_as_table);
         } catch (const failure& error) {
             throw failure(error.code(), file.make_failure(error.what()).what());
         }

@@ -22,6 +22,9 @@ class Alone(WithFolder):
                    (USAGE, "presets lsit", "'lsit' is not known here"),
                    (USAGE, "presets save load", "load"),
                    (USAGE, "grade cdl --slope 1 1", "--slope"),
+                   (USAGE, "grade cdl --channel 1", "give --slope, --offset, --power, --saturation, --file or --neutral"),
+                   (USAGE, "grade cdl --neutral --slope 1 1 1", "--neutral"),
+                   (USAGE, "grade cdl --slope 1 -1 1", "slope must not be below 0"), (USAGE, "grade saturation -1", "below 0"),
                    (USAGE, "grade cdl --slope 1 nan 1", "'nan' is not a decimal number"),
                    (USAGE, "grade cdl --saturation 1,5", "'1,5' is not a decimal number"),
                    (USAGE, "state set 010x", "'010x' is not a whole number"),
@@ -153,12 +156,21 @@ class Device(WithSimulator):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
         self.write("empty.bin", b"")
         self.check((DONE, "grade combination 1 --channel 1 --reset"),
-                   (DONE, "grade cdl --slope 1 -2.5 1e-1 --offset -.5 -1 -1e-3 --saturation -0.25 --channel 1 --slot 1"),
-                   (DONE, "grade saturation 0.5 --slot 1"),
+                   (DONE, "grade cdl --slope 1 2.5 1e-1 --offset -.5 -1 -1e-3 --saturation .25 --channel 1 --slot 1"),
+                   (DONE, "grade saturation 0.5 --slot 1"), (DONE, "grade cdl --neutral"),
                    (DONE, "grade lut cube.bin --type 3dlut --format uint16 --slot 1 --channel 1"),
                    (USAGE, "grade lut empty.bin --type 1dlut --format uint16", "holds no table"))
-        self.simulator.wait_for("slope=[1 -2.5 0.1] offset=[-0.5 -1 -0.001] saturation=-0.25")
-        self.expect(DONE, "grade", "lut", "-", "--type", "1dlut", "--format", "uint16", input=b"table")
+        self.simulator.wait_for("slope=[1 2.5 0.1] offset=[-0.5 -1 -0.001] saturation=0.25")
+        raw = "grade lut - --type 1dlut --format uint16".split()
+        for text in (b"LUT_1D_SIZE 2\n0 0 0\n1 1 1\n", b" <?xml version='1.0'?>", b"\xef\xbb\xbf<ProcessList", b"3\n",
+                     "<a".encode("utf-16")):
+            self.assertIn("the text of a LUT", self.expect(USAGE, *raw, input=text).stderr)
+        self.write("look.cube", "LUT_1D_SIZE 2\n0 0 0\n1 1 1\n")
+        self.write("text.json", '{"components": [{"type": "1dlut", "dataFormat": "uint16", "file": "look.cube"}]}')
+        self.check((USAGE, "grade live text.json", "file: look.cube: is the text of a LUT"))
+        self.assertEqual(self.simulator.count("sendLut"), 1)
+        for table in (b"table", b"<<<<<<<<<<<<\n", b"\0\n1\n"):
+            self.expect(DONE, *raw, input=table)
 
     def test_live_grade(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
