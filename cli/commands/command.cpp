@@ -132,6 +132,10 @@ std::string preset_selector::describe() const {
 
 std::string quote(const std::string& text) { return "'" + text + "'"; }
 
+std::string describe_channel(int channel) {
+    return channel > 0 ? "channel " + std::to_string(channel) : "no channel named";
+}
+
 void check_preset_name(const std::string& name) {
     if (name.size() > LUTC_PRESET_NAME_SIZE) {
         throw failure(exit_usage, "preset name '" + name + "' has " + std::to_string(name.size()) +

@@ -32,6 +32,7 @@ struct preset_selector {
 };
 
 std::string quote(const std::string& text);  // for messages
+std::string describe_channel(int channel);   // likewise
 
 // Throws failure for a name of more than 32 bytes, or with a zero byte.
 void check_preset_name(const std::string& name);

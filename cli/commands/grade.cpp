@@ -29,11 +29,15 @@ struct grade_target {
         to.add_channel(channel);
         to.add_flag("--reset", reset, "Start from a neutral grade and apply this at once");
     }
+
+    std::string describe() const { return describe_channel(channel); }
 };
 
 struct combination_options {
     grade_target target;
     int combination = 0;
+
+    std::string subject() const { return target.describe(); }
 
     void declare(const command& to) {
         to.add_integer("combination", combination, 1, "The combination, from 1 (see lutc model)").require();
@@ -48,6 +52,8 @@ struct lut_options {
     std::string file;
     std::string type;
     std::string format;
+
+    std::string subject() const { return target.describe(); }
 
     void declare(const command& lut) {
         lut.add_text("file", file, "The table's bytes, sent as they are; - for standard input").require();
@@ -100,6 +106,8 @@ struct cdl_options {
     bool neutral = false;
     grade_target target;
 
+    std::string subject() const { return target.describe(); }
+
     void declare(const command& to) {
         source.declare(to);
         const argument alone = to.add_flag("--neutral", neutral, "Send a CDL that leaves the picture as it is");
@@ -127,6 +135,8 @@ struct saturation_options {
     grade_target target;
     double saturation = 1.0;
 
+    std::string subject() const { return target.describe(); }
+
     void declare(const command& to) {
         to.add_number("saturation", saturation, "1 leaves the picture as it is, 0 gives greys").require();
         target.declare_slot(to);
@@ -144,6 +154,8 @@ struct live_options {
     grade_target target;
     std::string file;
     int combination = 0;
+
+    std::string subject() const { return target.describe(); }
 
     void declare(const command& live) {
         live.add_text("file", file, "A grade file; - for standard input").require();

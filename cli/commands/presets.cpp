@@ -1,4 +1,5 @@
 // lutc presets ...
+#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -23,6 +24,29 @@ ordered_json show_list() {
                            {"gradeCombo", preset.components}});
     }
     return {{"maxPresetsListSize", library.maximum}, {"presets", presets}};
+}
+
+lutc::preset_entry find_preset(const lutc::preset_library& library, const lutc::preset_ref& wanted) {
+    int place = 0;
+    for (const lutc::preset_entry& preset : library.presets) {
+        ++place;
+        if (wanted.name() ? preset.name == *wanted.name() : place == wanted.index()) return preset;
+    }
+    throw failure(exit_refused, "there is no such preset");
+}
+
+// An index says another preset after a change; so what changes the list is done by name, and can be tried again when its
+// answer was lost.
+void resolve(preset_selector& preset) {
+    static_cast<void>(preset.describe());
+    if (preset.name) return;
+    const lutc::preset_library library = lutc::preset_list();
+    const std::string name = find_preset(library, preset.ref()).name;
+    const auto has_name = [&name](const lutc::preset_entry& each) { return each.name == name; };
+    if (std::count_if(library.presets.begin(), library.presets.end(), has_name) > 1) {
+        throw failure(exit_refused, "several presets are named " + quote(name) + ", so none can be told by it");
+    }
+    preset.name = name;
 }
 
 struct upload_options {
@@ -50,19 +74,11 @@ struct upload_options {
             if (!grade.name) throw failure(exit_usage, file + ": name: is missing; give --name or --index");
             preset.name = grade.name;
         }
+        resolve(preset);
         lutc::send_preset(preset.ref(), grade.components,
                           {to, combination > 0 ? combination : grade.combination, apply, channel});
     }
 };
-
-lutc::preset_entry find_preset(const lutc::preset_ref& wanted) {
-    int place = 0;
-    for (const lutc::preset_entry& preset : lutc::preset_list().presets) {
-        ++place;
-        if (wanted.name() ? preset.name == *wanted.name() : place == wanted.index()) return preset;
-    }
-    throw failure(exit_refused, "there is no such preset");
-}
 
 struct download_options {
     std::string file;
@@ -82,7 +98,7 @@ struct download_options {
             throw failure(exit_usage, "presets download: give a file: tables are written beside it");
         }
         std::vector<std::string> notices;
-        const grade_file grade = download_preset(find_preset(preset.ref()), notices);
+        const grade_file grade = download_preset(find_preset(lutc::preset_list(), preset.ref()), notices);
         const std::string stem = std::filesystem::path(file).stem();
         const std::vector<std::string> names = list_grade_files(file, grade, stem);
         for (const std::string& name : names) {
@@ -111,7 +127,8 @@ struct delete_options : preset_options {
         preset_options::declare(to);
     }
 
-    void run() const {
+    void run() {
+        resolve(preset);
         confirm(yes, "Delete " + preset.describe() + "?");
         lutc::delete_preset(preset.ref());
     }
@@ -125,8 +142,9 @@ struct rename_options : preset_options {
         preset_options::declare(rename);
     }
 
-    void run() const {
+    void run() {
         check_preset_name(new_name);
+        resolve(preset);
         lutc::rename_preset(preset.ref(), new_name);
     }
 };
@@ -139,7 +157,10 @@ struct move_options : preset_options {
         preset_options::declare(move);
     }
 
-    void run() const { lutc::move_preset(preset.ref(), to); }
+    void run() {
+        resolve(preset);
+        lutc::move_preset(preset.ref(), to);
+    }
 };
 
 struct select_options : preset_options {

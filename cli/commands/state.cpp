@@ -20,6 +20,8 @@ struct set_options {
     int state = 0;
     int channel = 0;
 
+    std::string subject() const { return describe_channel(channel); }
+
     void declare(const command& set) {
         set.add_integer("state", state, std::numeric_limits<int>::min(), "The new state").require();
         set.add_channel(channel);

@@ -31,6 +31,11 @@ std::size_t count_columns(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+bool changes_device(const std::string& call) {
+    return call.compare(0, 9, "lutc_get_") != 0 && call != "lutc_preset_list" && call != "lutc_recv_preset" &&
+           call != "lutc_model_info";
+}
+
 // The members of the first row are the columns.
 void print_table(const ordered_json& rows) {
     std::vector<std::vector<std::string>> lines(1);
@@ -63,7 +68,9 @@ failure explain(const std::exception& error) {
     if (failed == nullptr) return {exit_refused, error.what()};
     const int cause = failed->code().value();
     if (cause == ECONNREFUSED) return {exit_nobody, "no service listens on 127.0.0.1:54440"};
-    return {exit_refused, lutc::reason(cause)};
+    const bool is_lost = cause == ETIMEDOUT || cause == ECONNRESET || cause == EPROTO || cause == ENOMEM;
+    if (!is_lost || !changes_device(failed->call())) return {exit_refused, lutc::reason(cause)};
+    return {exit_refused, lutc::reason(cause) + "; it may have been performed: look before you try again"};
 }
 
 void print_result(const output_style& style, const ordered_json& result) {

@@ -148,9 +148,24 @@ class Device(WithSimulator):
         self.assertIn({"source": "input:1", "destination": "channel:2"}, self.json("video list")["videoConnections"])
 
     def test_a_failure_says_its_cause(self):
-        self.start("--fault", "movePreset:1=refuse", "--fault", "movePreset:2=truncate", "--fault", "movePreset:3=close")
-        self.check(*((REFUSED, "presets move --index 3 --to 1", f"lutc: presets move: preset 3: {cause}\n") for cause in (
-            "the service refused it (its log says why)", "the answer broke off", "the connection ended before an answer")))
+        self.start(*(part for fault in ("movePreset:1=refuse", "movePreset:2=truncate", "deletePreset=close", "sendPreset:3=close",
+                                        "sendCDL=close", "renamePreset=close", "getPresetsList:6=close")
+                     for part in ("--fault", fault)))
+        self.write("a.json", '{"components": []}')
+        lost = "the connection ended before an answer"
+        unsure = "; it may have been performed: look before you try again\n"
+        # What an index stands for is said, and counts: after a lost answer it may stand for another.
+        self.check((DONE, "presets upload a.json --name a"), (DONE, "presets upload a.json --name b"),
+                   (REFUSED, "presets upload a.json --name c", "presets upload: 'c': " + lost + unsure),
+                   (REFUSED, "presets move --index 2 --to 1", "presets move: 'b': the service refused it (its log says why)\n"),
+                   (REFUSED, "presets move --index 2 --to 1", "presets move: 'b': the answer broke off" + unsure),
+                   (USAGE, "presets delete --index 1", "Delete 'b'? Give --yes"),
+                   (REFUSED, "presets delete --index 1 --yes", "presets delete: 'b': " + lost + unsure),
+                   (REFUSED, "presets delete --name b --yes"),
+                   (REFUSED, "presets rename --index 1 --new-name x", "presets rename: 'a': " + lost + unsure),
+                   (REFUSED, "presets list", "presets list: " + lost + "\n"),
+                   (REFUSED, "grade cdl --neutral --channel 1", "grade cdl: channel 1: " + lost + unsure),
+                   (DONE, "presets list", "1            x ", "2            c "))
 
     def test_grades(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
@@ -168,9 +183,10 @@ class Device(WithSimulator):
         self.write("look.cube", "LUT_1D_SIZE 2\n0 0 0\n1 1 1\n")
         self.write("text.json", '{"components": [{"type": "1dlut", "dataFormat": "uint16", "file": "look.cube"}]}')
         self.check((USAGE, "grade live text.json", "file: look.cube: is the text of a LUT"))
-        self.assertEqual(self.simulator.count("sendLut"), 1)
         for table in (b"table", b"<<<<<<<<<<<<\n", b"\0\n1\n"):
             self.expect(DONE, *raw, input=table)
+        self.simulator.stop()
+        self.assertEqual(self.simulator.count("< sendLut"), 4)
 
     def test_live_grade(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))
