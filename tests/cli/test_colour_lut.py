@@ -162,11 +162,22 @@ class PackTest(WithFolder):
                     self.assertEqual(table, packed(triples, samples, byte_order))
                 if error is not None:
                     self.assertAlmostEqual(report["maximumError"], error, delta=2e-5)
-                resampled = source in ("wide.cube", "ranged.cube", "shaped.cube", "matrix.spimtx") or "--size" in extra
+                resampled = source in ("wide.cube", "ranged.cube", "video.cube", "shaped.cube", "matrix.spimtx") or "--size" in extra
                 wanted = {"bytes": len(table), "resampled": resampled, **wanted}
                 self.assertEqual({key: report.get(key) for key in wanted}, wanted)
                 self.assertEqual("2 of 6 values are outside 0..1" in result.stderr, report["clipped"])
-                self.assertEqual(result.stderr == "", not report["clipped"])
+                lossy = report["maximumError"] >= 0.001
+                self.assertEqual("resampled: up to" in result.stderr, lossy and resampled)
+                self.assertEqual(result.stderr == "", not report["clipped"] and not lossy)
+
+    def test_a_lossy_table_names_a_better_size(self):
+        pack = "lut pack shaped.cube --samples float32 --byte-order little --order red-fastest -o table".split()
+        self.write("steep.cube", "LUT_1D_INPUT_RANGE 0 0.01\n" + FILES["shaped.cube"])
+        for source, size, said in (("shaped", "2", "25 % off; --size 33 gives 0 %"), ("shaped", "50", "0.51 % off"),
+                                   ("steep", "2", "99 % off; --size 129 gives 24 %"), ("steep", "129", "24 % off")):
+            pack[2] = source + ".cube"
+            result = run(*pack, "--size", size, cwd=self.folder)
+            self.assertEqual((result.returncode, result.stderr), (DONE, f"lutc: note: {source}.cube: resampled: up to {said}\n"))
 
     def test_refusals_write_nothing(self):
         for name, content, _ in BAD_FILES:
