@@ -59,7 +59,20 @@ std::string command::full_name() const {
     return name;
 }
 
-void command::set_callback(std::function<void()> callback) const { app_->callback(std::move(callback)); }
+// CLI11 calls a group's callback after that of its command.
+void command::set_callback(std::function<void()> callback, bool is_group) const {
+    if (is_group) app_->require_subcommand(0, 1);
+    app_->callback([app = app_, callback = std::move(callback)] {
+        if (app->get_subcommands().empty()) callback();
+    });
+}
+
+void command::add_texts_in_order(const named_texts& options, named_texts& texts) const {
+    for (const auto& [name, description] : options) {
+        const auto read = [&texts, name = name](const std::string& text) { texts.emplace_back(name, text); };
+        app_->add_option_function<std::string>(name, read, description)->trigger_on_parse();
+    }
+}
 
 argument command::add_flag(const char* name, bool& value, const char* description) const {
     return argument(app_->add_flag(name, value, description));

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <lutc/lutc.hpp>
@@ -54,6 +55,14 @@ class command {
     command(CLI::App* app, const output_style& style) : app_(app), style_(style) {}  // parsing sets the style
     command add_group(const char* name, const char* description) const;  // one of its commands has to follow
 
+    // The same with an action of its own, when none of them does.
+    template <class Action>
+    command add_group(const char* name, const char* description, Action action) const {
+        const command group = add_command(name, description);
+        group.set_action([action, name = std::string(name)] { return attempt([&] { return name; }, action); }, true);
+        return group;
+    }
+
     // A command that calls action and prints the JSON that it returns; null and nothing at all are "done".
     template <class Action>
     void add(const char* name, const char* description, Action action) const {
@@ -70,7 +79,7 @@ class command {
         const command added = add_command(name, description);
         options->declare(added);
         if constexpr (std::is_invocable_v<decltype(&Options::run), Options&, const output_style&>) {
-            added.set_callback([options, &style = style_] { options->run(style); });
+            added.set_callback([options, &style = style_] { options->run(style); }, false);
         } else {
             added.set_action([options, name = added.full_name()] {
                 return attempt([&] { return name + subject_of(*options, 0); }, [&] { return options->run(); });
@@ -79,6 +88,10 @@ class command {
     }
 
     // A name with dashes is an option, without them an argument that stands alone.
+    // A text for each time that one of the options stands there, in the order of all of them, with the option's name.
+    using named_texts = std::vector<std::pair<std::string, std::string>>;
+    void add_texts_in_order(const named_texts& options, named_texts& texts) const;  // options: names, descriptions
+
     argument add_flag(const char* name, bool& value, const char* description) const;
     argument add_text(const char* name, std::string& value, const char* description) const;
     argument add_text(const char* name, std::optional<std::string>& value, const char* description) const;
@@ -95,7 +108,7 @@ class command {
 
   private:
     command add_command(const char* name, const char* description) const;
-    void set_callback(std::function<void()> callback) const;
+    void set_callback(std::function<void()> callback, bool is_group) const;
     std::string full_name() const;  // with the groups that it is in
 
     template <class Options>
@@ -108,15 +121,16 @@ class command {
     }
 
     template <class Action>
-    void set_action(const Action& action) const {
-        set_callback([action, &style = style_] {
+    void set_action(const Action& action, bool is_group = false) const {
+        const auto callback = [action, &style = style_] {
             if constexpr (std::is_void_v<std::invoke_result_t<Action>>) {
                 action();
                 print_done(style);
             } else {
                 print_result(style, action());
             }
-        });
+        };
+        set_callback(callback, is_group);
     }
 
     CLI::App* app_;

@@ -10,12 +10,14 @@ void add_client(const command& tool);
 void add_model(const command& tool);
 void add_presets(const command& tool);
 void add_grade(const command& tool);
+void add_upload(const command& presets);
 void add_grade_preview(const command& grades);
 void add_state(const command& tool);
 void add_video(const command& tool);
 void add_option(const command& tool);
 void add_dump(const command& tool);
 void add_lut(const command& tool);
+void add_config(const command& tool);
 
 }  // namespace lutc_cli
 

@@ -5,6 +5,7 @@
 #include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
 #include "cli/commands/output_option.h"
+#include "cli/commands/table_option.h"
 #include "cli/presets/grade_file.h"
 #include "colour/plot.h"
 #include "colour/reader.h"
@@ -51,23 +52,43 @@ struct lut_options {
     grade_target target;
     std::string file;
     std::string type;
-    std::string format;
+    table_options tables;
+    int size = 0;
 
     std::string subject() const { return target.describe(); }
 
     void declare(const command& lut) {
-        lut.add_text("file", file, "The table's bytes, sent as they are; - for standard input").require();
-        lut.add_text("--type", type, "Type of the LUT, such as 1dlut or 3dlut").require();
-        lut.add_text("--format", format, "Name of the table's format, one of the service's").require();
+        lut.add_text("file", file, "A LUT file; or with --type a table's bytes, - for standard input").require();
+        const argument raw =
+            lut.add_text("--type", type, "Type of the table whose bytes are sent as they are, such as 1dlut or 3dlut");
+        const argument format = add_format(lut, tables.format);
+        raw.need(format).exclude(add_layout(lut, tables.layout));
+        lut.add_integer("--size", size, 2, "Entries of the curve, or points on each axis of the cube; as in the file")
+            .exclude(raw);
         target.declare_slot(lut);
         target.declare(lut);
     }
 
-    void run() const {
+    ordered_json run() const {
+        if (type.empty()) return send_packed();
         const std::vector<unsigned char> data = read_file(file, payload_limit);
         if (data.empty()) throw failure(exit_usage, file + ": holds no table");
-        if (colour::is_lut_text(data)) throw failure(exit_usage, file + ": " + text_as_table);
-        lutc::send_lut(target.channel, type, format, data, {target.slot, target.reset});
+        if (colour::is_lut_text(data)) throw failure(exit_usage, file + ": " + text_as_table + "without --type");
+        lutc::send_lut(target.channel, type, *tables.format, data, {target.slot, target.reset});
+        return nullptr;
+    }
+
+    ordered_json send_packed() const {
+        device_model device;
+        const packed_component packed = pack_component(colour::read_lut_file(file), size, tables, device);
+        const std::string kind = type_of(packed.component);
+        const std::string format = format_of(packed.component);
+        lutc::send_lut(target.channel, kind, format, packed.table.bytes, {target.slot, target.reset});
+        return {{"type", kind},
+                {"dataFormat", format},
+                {"size", packed.table.size},
+                {"resampled", packed.table.is_resampled},
+                {"maximumError", packed.table.error}};
     }
 };
 
@@ -154,17 +175,19 @@ struct live_options {
     grade_target target;
     std::string file;
     int combination = 0;
+    table_options tables;
 
     std::string subject() const { return target.describe(); }
 
     void declare(const command& live) {
         live.add_text("file", file, "A grade file; - for standard input").require();
         live.add_integer("--combination", combination, 1, "The grade combination, from 1, in place of the file's");
+        declare_tables(tables, live);
         target.declare(live);
     }
 
     void run() const {
-        const grade_file grade = read_grade_file(file, grade_use::live);
+        const grade_file grade = read_grade_file(file, grade_use::live, make_packer(tables));
         lutc::send_live(target.channel, grade.components,
                         {combination > 0 ? combination : grade.combination, target.reset});
     }

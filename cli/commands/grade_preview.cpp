@@ -5,6 +5,8 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/output_option.h"
+#include "cli/commands/table_option.h"
+#include "cli/presets/config.h"
 #include "cli/presets/grade_file.h"
 #include "colour/chart.h"
 #include "colour/error.h"
@@ -61,7 +63,9 @@ preview grade(const std::string& name, image_rows before, const std::vector<colo
 }
 
 preview grade_by_file(const std::string& file, image_rows before) {
-    const grade_file content = read_grade_file(file, grade_use::live);
+    // Without a device: in its layout when that is written down, else as exactly as can be.
+    const table_options tables = {read_config().layout.value_or("float32-le-red-fastest"), ""};
+    const grade_file content = read_grade_file(file, grade_use::live, make_packer(tables));
     std::vector<colour::grade_component> components;
     for (const lutc::component& component : content.components) {
         const auto* const pattern = std::get_if<lutc::test_pattern>(&component);

@@ -7,6 +7,8 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/output_option.h"
+#include "cli/commands/table_option.h"
+#include "cli/presets/config.h"
 #include "cli/presets/packing.h"
 #include "colour/layout.h"
 #include "colour/plot.h"
@@ -38,7 +40,8 @@ ordered_json shorten(const std::array<Number, 3>& triple) {
 
 struct pack_options {
     std::string file;
-    std::string samples;
+    std::optional<std::string> layout;
+    std::string samples;  // and the next two: the same in three options
     std::string byte_order;
     std::string order;
     int size = 0;  // 0: as in the file
@@ -49,21 +52,32 @@ struct pack_options {
         std::vector<std::string> names;
         for (const colour::sample_type& type : colour::sample_types) names.emplace_back(type.name);
         pack.add_text("file", file, file_help).require();
-        pack.add_choice("--samples", samples, names, "How one number is stored").require();
-        pack.add_choice("--byte-order", byte_order, {"little", "big"}, "Byte order of each number").require();
+        const argument name = add_layout(pack, layout);
+        const argument number = pack.add_choice("--samples", samples, names, "How one number is stored").exclude(name);
+        const argument bytes =
+            pack.add_choice("--byte-order", byte_order, {"little", "big"}, "Byte order of each number");
+        bytes.need(number);
+        number.need(bytes);
         pack.add_choice("--order", order, {"red-fastest", "blue-fastest"},
-                        "Which input changes first from entry to entry; cubes need it");
+                        "Which input changes first from entry to entry; cubes need it")
+            .need(number);
         pack.add_integer("--size", size, 2, "Entries of the curve, or points on each axis of the cube; as in the file");
         pack.add_flag("--exact", exact, "Refuse a file that would have to be resampled or clipped");
         output.declare(pack, "Where the table goes");
     }
 
     colour::table_layout find_layout(bool is_cube) const {
-        if (is_cube && order.empty()) {
-            throw failure(exit_usage, file + ": a cube; give --order red-fastest or blue-fastest");
+        if (!samples.empty()) {
+            if (is_cube && order.empty()) {
+                throw failure(exit_usage, file + ": a cube; give --order red-fastest or blue-fastest");
+            }
+            return settle_layout(samples + (byte_order == "big" ? "-be" : "-le") + (is_cube ? "-" + order : ""),
+                                 is_cube);
         }
-        const std::string name = samples + (byte_order == "big" ? "-be" : "-le") + (is_cube ? "-" + order : "");
-        return colour::find_layout(name).value();
+        const std::optional<std::string> name = layout ? layout : read_config().layout;
+        if (name) return settle_layout(*name, is_cube);
+        throw failure(exit_usage,
+                      file + ": into which layout? Give --layout NAME, or write it down once: lutc config layout NAME");
     }
 
     void run(const output_style& style) const;
@@ -72,8 +86,8 @@ struct pack_options {
 void pack_options::run(const output_style& style) const {
     const colour::colour_transform transform = colour::read_lut_file(file);
     const bool is_cube = transform.mixes_channels;
-    const colour::table_layout layout = find_layout(is_cube);
-    const packed_table packed = pack_file(transform, {layout, size, exact});
+    const colour::table_layout found = find_layout(is_cube);
+    const packed_table packed = pack_file(transform, {found, size, exact});
     ordered_json report = {{"file", file}, {"type", is_cube ? "3dlut" : "1dlut"}};
     report["stages"] = transform.stages;
     if (!style.json) report["stages"] = describe_stages(transform);
@@ -88,9 +102,10 @@ void pack_options::run(const output_style& style) const {
                    {"outOfRange", packed.span.outside},
                    {"clipped", packed.is_clipped},
                    {"maximumError", shorten(packed.error)},
-                   {"samples", samples},
-                   {"byteOrder", byte_order}});
-    if (is_cube) report["order"] = order;
+                   {"layout", colour::name_of(found)},
+                   {"samples", found.samples.name},
+                   {"byteOrder", found.big_endian ? "big" : "little"}});
+    if (is_cube) report["order"] = found.order == colour::entry_order::red_fastest ? "red-fastest" : "blue-fastest";
     report["bytes"] = packed.bytes.size();
     report["output"] = output.path;
     output.write(packed.bytes, {file});

@@ -1,10 +1,10 @@
 // lutc presets ...
-#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include <lutc/lutc.hpp>
 #include "cli/commands/commands.h"
+#include "cli/commands/preset_option.h"
 #include "cli/console/files.h"
 #include "cli/presets/backup.h"
 #include "cli/presets/download.h"
@@ -25,60 +25,6 @@ ordered_json show_list() {
     }
     return {{"maxPresetsListSize", library.maximum}, {"presets", presets}};
 }
-
-lutc::preset_entry find_preset(const lutc::preset_library& library, const lutc::preset_ref& wanted) {
-    int place = 0;
-    for (const lutc::preset_entry& preset : library.presets) {
-        ++place;
-        if (wanted.name() ? preset.name == *wanted.name() : place == wanted.index()) return preset;
-    }
-    throw failure(exit_refused, "there is no such preset");
-}
-
-// An index says another preset after a change; so what changes the list is done by name, and can be tried again when its
-// answer was lost.
-void resolve(preset_selector& preset) {
-    static_cast<void>(preset.describe());
-    if (preset.name) return;
-    const lutc::preset_library library = lutc::preset_list();
-    const std::string name = find_preset(library, preset.ref()).name;
-    const auto has_name = [&name](const lutc::preset_entry& each) { return each.name == name; };
-    if (std::count_if(library.presets.begin(), library.presets.end(), has_name) > 1) {
-        throw failure(exit_refused, "several presets are named " + quote(name) + ", so none can be told by it");
-    }
-    preset.name = name;
-}
-
-struct upload_options {
-    std::string file;
-    preset_selector preset;
-    int to = 0;
-    int combination = 0;
-    bool apply = false;
-    int channel = 0;
-
-    std::string subject() const { return preset.describe(); }
-
-    void declare(const command& upload) {
-        upload.add_path("file", file, "The grade file; - for standard input");
-        upload.add_preset(preset);
-        upload.add_integer("--to", to, 1, "Its place in the list, from 1");
-        upload.add_integer("--combination", combination, 1, "The grade combination, in place of the file's");
-        const argument applied = upload.add_flag("--apply", apply, "Also apply it at once");
-        upload.add_channel(channel).need(applied);
-    }
-
-    void run() {
-        const grade_file grade = read_grade_file(file, grade_use::preset);
-        if (!preset.is_given()) {
-            if (!grade.name) throw failure(exit_usage, file + ": name: is missing; give --name or --index");
-            preset.name = grade.name;
-        }
-        resolve(preset);
-        lutc::send_preset(preset.ref(), grade.components,
-                          {to, combination > 0 ? combination : grade.combination, apply, channel});
-    }
-};
 
 struct download_options {
     std::string file;
@@ -247,7 +193,7 @@ struct restore_options {
 void add_presets(const command& tool) {
     const command group = tool.add_group("presets", "The preset library");
     group.add("list", "Show the presets", show_list);
-    group.add<upload_options>("upload", "Store a preset from a grade file; it replaces one of its name");
+    add_upload(group);
     group.add<download_options>("download", "Fetch a preset into a grade file, its tables beside it");
     group.add<delete_options>("delete", "Delete a preset");
     group.add<rename_options>("rename", "Rename a preset");

@@ -3,6 +3,7 @@
 #define LUTC_CLI_PRESETS_GRADE_FILE_H
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,7 +17,7 @@ constexpr std::size_t payload_limit = 64u << 20;
 constexpr std::size_t preset_payload_limit = 2u << 20;
 
 // What is wrong with a text where the bytes of a table should be.
-constexpr const char* text_as_table = "is the text of a LUT, or XML, and no table's bytes (lutc lut pack makes them)";
+constexpr const char* text_as_table = "is the text of a LUT, or XML, and no table's bytes; it is packed on the way ";
 
 struct grade_file {
     std::optional<std::string> name;
@@ -37,8 +38,15 @@ enum class grade_use {
     backup   // as preset; and the payloads are files of the same folder
 };
 
+// Makes a component of a LUT file; size as for packing.
+using lut_packer = std::function<lutc::component(const std::string& file, int size)>;
+
 // Throws failure, naming file, component and field: exit_usage for a wrong content, exit_refused for an unreadable file.
-grade_file read_grade_file(const std::string& path, grade_use use);
+// Without pack, colour files are refused.
+grade_file read_grade_file(const std::string& path, grade_use use, const lut_packer& pack = {});
+
+// Throws failure, exit_usage, when the tables of a preset are more than could be downloaded again.
+void check_payloads(const std::string& place, const lutc::grade& components);
 
 // The names of the files that write_grade_file makes for a grade, the JSON file last. stem is the beginning of the
 // payloads' names.

@@ -4,20 +4,37 @@
 #include "cli/console/files.h"
 #include "cli/presets/grade_file.h"
 #include "cli/presets/json_value.h"
+#include "colour/error.h"
+#include "colour/reader.h"
 #include "colour/text_file.h"
 
 namespace lutc_cli {
 namespace {
 
+// What goes wrong with a file is said with its place.
+template <class Read>
+auto read_at(const json_value& place, const Read& read) {
+    try {
+        return read();
+    } catch (const failure& error) {
+        throw failure(error.code(), place.make_failure(error.what()).what());
+    } catch (const colour::content_error& error) {
+        throw place.make_failure(error.what());
+    } catch (const colour::error& error) {
+        throw failure(exit_refused, place.make_failure(error.what()).what());
+    }
+}
+
 // Reads the components of one file.
 class component_reader {
   public:
-    component_reader(const std::string& path, grade_use use)
-        : folder_(path == "-" ? "" : std::filesystem::path(path).parent_path()), use_(use) {}
+    component_reader(const std::string& path, grade_use use, const lut_packer& pack)
+        : folder_(path == "-" ? "" : std::filesystem::path(path).parent_path()), use_(use), pack_(pack) {}
 
     lutc::component read(const json_value& fields) {
         const std::string type = fields["type"].text();
         const int slot = fields.has("typeIndex") ? fields["typeIndex"].integer(1) : 0;
+        if ((type == "1dlut" || type == "3dlut") && pack_ && !fields.has("dataFormat")) return pack(fields, type, slot);
         if (type == "1dlut") return read_lut<lutc::lut_1d>(fields, slot);
         if (type == "3dlut") return read_lut<lutc::lut_3d>(fields, slot);
         if (type == "cdl" || type == "saturation") return read_colour(fields, type == "saturation", slot);
@@ -34,13 +51,27 @@ class component_reader {
     template <class Lut>
     Lut read_lut(const json_value& fields, int slot) {
         fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
-        return {fields["dataFormat"].text(), read_payload(fields["file"]), slot};
+        return {fields["dataFormat"].text(), read_table(fields["file"], "without dataFormat"), slot};
+    }
+
+    // A LUT file, turned into the device's table.
+    lutc::component pack(const json_value& fields, const std::string& type, int slot) {
+        fields.allow_only({"type", "typeIndex", "file", "size"});
+        const std::string path = find_file(fields["file"]);
+        const int size = fields.has("size") ? fields["size"].integer(2) : 0;
+        lutc::component packed = read_at(fields["file"], [&] { return pack_(path, size); });
+        if (type_of(packed) != type) {
+            throw fields["type"].make_failure("'" + type + "', but " + path + " is a " + type_of(packed));
+        }
+        std::visit([slot](auto& component) { component.slot = slot; }, packed);
+        return packed;
     }
 
     lutc::component read_colour(const json_value& fields, bool is_saturation, int slot) {
+        if (fields.has("file") && !is_saturation && pack_ && is_cdl_file(fields)) return read_cdl(fields, slot);
         if (fields.has("file")) {
             fields.allow_only({"type", "typeIndex", "file"});
-            return lutc::raw_colour{read_payload(fields["file"]), is_saturation, slot};
+            return lutc::raw_colour{read_table(fields["file"], "as a cdl"), is_saturation, slot};
         }
         fields.allow_only({"type", "typeIndex", "slope", "offset", "power", "saturation"});
         lutc::cdl_values values;
@@ -91,26 +122,46 @@ class component_reader {
         return pattern;
     }
 
-    std::vector<unsigned char> read_payload(const json_value& file) {
+    // Else its bytes are values as the device has them.
+    bool is_cdl_file(const json_value& fields) const {
+        const std::string kind = colour::lower_case(std::filesystem::path(fields["file"].text()).extension().string());
+        return fields.has("id") || kind == ".cc" || kind == ".ccc" || kind == ".cdl" || kind == ".edl";
+    }
+
+    lutc::component read_cdl(const json_value& fields, int slot) {
+        fields.allow_only({"type", "typeIndex", "file", "id"});
+        const std::string id = fields.has("id") ? fields["id"].text() : "";
+        const std::string path = find_file(fields["file"]);
+        const auto values = read_at(fields["file"], [&] { return colour::read_cdl_file(path, id); });
+        return lutc::cdl_values{values.slope, values.offset, values.power, values.saturation, slot};
+    }
+
+    // Where a file is; it is one of those that were read.
+    std::string find_file(const json_value& file) {
         const std::string name = use_ == grade_use::backup ? file.plain_name() : file.text();
         if (name.empty()) throw file.make_failure("must not be empty");
         files.push_back(folder_ / name);
-        try {
-            std::vector<unsigned char> bytes = read_file(folder_ / name, payload_limit);
+        return files.back();
+    }
+
+    // hint: how a text would do.
+    std::vector<unsigned char> read_table(const json_value& file, const char* hint) {
+        const std::string path = find_file(file);
+        return read_at(file, [&] {
+            std::vector<unsigned char> bytes = read_file(path, payload_limit);
             if (use_ == grade_use::backup || !colour::is_lut_text(bytes)) return bytes;
-            throw failure(exit_usage, name + ": " + text_as_table);
-        } catch (const failure& error) {
-            throw failure(error.code(), file.make_failure(error.what()).what());
-        }
+            throw failure(exit_usage, path + ": " + text_as_table + hint);
+        });
     }
 
     std::filesystem::path folder_;
     grade_use use_;
+    const lut_packer& pack_;
 };
 
 }  // namespace
 
-grade_file read_grade_file(const std::string& path, grade_use use) {
+grade_file read_grade_file(const std::string& path, grade_use use, const lut_packer& pack) {
     const nlohmann::ordered_json document = read_json(path);
     const json_value fields(path, document);
     fields.allow_only({"name", "gradeComboIndex", "components"});
@@ -123,21 +174,24 @@ grade_file read_grade_file(const std::string& path, grade_use use) {
         }
     }
     if (fields.has("gradeComboIndex")) grade.combination = fields["gradeComboIndex"].integer(1);
-    component_reader reader(path, use);
+    component_reader reader(path, use, pack);
     for (const json_value& component : fields.items("components", "component")) {
         grade.components.push_back(reader.read(component));
     }
     grade.files = std::move(reader.files);
     grade.files.push_back(path);
+    if (use != grade_use::live) check_payloads(path == "-" ? "standard input" : path, grade.components);
+    return grade;
+}
+
+void check_payloads(const std::string& place, const lutc::grade& components) {
     std::size_t total = 0;
-    for (const lutc::component& component : grade.components) {
+    for (const lutc::component& component : components) {
         if (const auto* const data = data_of(component)) total += data->size();
     }
-    if (use != grade_use::live && total > preset_payload_limit) {
-        throw fields.make_failure("the preset's payloads have " + std::to_string(total) + " bytes; more than " +
+    if (total <= preset_payload_limit) return;
+    throw failure(exit_usage, place + ": the preset's payloads have " + std::to_string(total) + " bytes; more than " +
                                   std::to_string(preset_payload_limit) + " could never be downloaded again");
-    }
-    return grade;
 }
 
 }  // namespace lutc_cli

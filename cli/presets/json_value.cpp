@@ -11,10 +11,8 @@ namespace lutc_cli {
 
 using nlohmann::ordered_json;
 
-constexpr std::size_t json_limit = 16u << 20;
-
-ordered_json read_json(const std::string& path) {
-    const std::vector<unsigned char> bytes = read_file(path, json_limit);
+ordered_json read_json(const std::string& path, std::size_t limit) {
+    const std::vector<unsigned char> bytes = read_file(path, limit);
     const std::string place = (path == "-" ? "standard input" : path) + ": ";
     // Of two members with the same key the parser would silently drop one.
     std::vector<std::set<std::string>> keys;

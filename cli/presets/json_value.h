@@ -3,6 +3,7 @@
 #define LUTC_CLI_PRESETS_JSON_VALUE_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <nlohmann/json_fwd.hpp>
@@ -15,7 +16,7 @@
 namespace lutc_cli {
 
 // The JSON of a file, or of standard input for "-". Throws failure: exit_refused when it can't be read, else exit_usage.
-nlohmann::ordered_json read_json(const std::string& path);
+nlohmann::ordered_json read_json(const std::string& path, std::size_t limit = 16u << 20);
 
 // A value of such a file, which outlives this. What reads it throws failure, exit_usage, when it is of another type.
 class json_value {

@@ -27,6 +27,7 @@ class WithFolder(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
+        os.environ["XDG_CONFIG_HOME"] = self.path("config")
 
     def path(self, *names):
         return os.path.join(self.folder, *names)
