@@ -10,6 +10,7 @@ void add_client(const command& tool);
 void add_model(const command& tool);
 void add_presets(const command& tool);
 void add_grade(const command& tool);
+void add_duplicate(const command& presets);
 void add_upload(const command& presets);
 void add_grade_preview(const command& grades);
 void add_state(const command& tool);

@@ -195,6 +195,7 @@ void add_presets(const command& tool) {
     group.add("list", "Show the presets", show_list);
     add_upload(group);
     group.add<download_options>("download", "Fetch a preset into a grade file, its tables beside it");
+    add_duplicate(group);
     group.add<delete_options>("delete", "Delete a preset");
     group.add<rename_options>("rename", "Rename a preset");
     group.add<move_options>("move", "Move a preset within the list");

@@ -5,10 +5,9 @@
 #include "cli/console/output.h"
 
 namespace lutc_cli {
-namespace {
 
 // On a busy machine a pause within a long answer looks like its end; asking again changes nothing.
-lutc::stored_preset receive(const std::string& name) {
+lutc::stored_preset receive_preset(const std::string& name) {
     constexpr int attempts = 3;
     for (int attempt = 1;; ++attempt) {
         try {
@@ -19,10 +18,8 @@ lutc::stored_preset receive(const std::string& name) {
     }
 }
 
-}  // namespace
-
 grade_file download_preset(const lutc::preset_entry& preset, std::vector<std::string>& notices) {
-    lutc::stored_preset stored = receive(preset.name);
+    lutc::stored_preset stored = receive_preset(preset.name);
     for (const std::size_t position : lutc::settle_kinds(stored.components, preset.components)) {
         notices.push_back("preset '" + preset.name + "': component " + std::to_string(position + 1) +
                           " is either a cdl or a saturation; the file has the more likely");

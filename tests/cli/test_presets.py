@@ -86,6 +86,29 @@ class Presets(WithSimulator):
                    (REFUSED, "presets download new.json --index 9", "no such preset"))
         self.assertFalse(os.path.exists(self.path("new.json")))
 
+    def test_a_duplicate_is_the_same_or_refused(self):
+        self.write("table.bin", os.urandom(999))
+        cdl, saturation = {"type": "cdl", "slope": [1.0] * 3, "offset": [0.0] * 3, "power": [1.0] * 3, "saturation": 0.5}, {
+            "type": "saturation", "saturation": 0.5}
+        for name, combination, components in [
+                ("one", 1, [{"typeIndex": 1, **cdl}, {"type": "3dlut", "typeIndex": 1, "dataFormat": "f", "file": "table.bin"}]),
+                ("two", 4, [saturation, {**cdl, "slope": [1.0, 1.0, 0.5]}]), ("none", 2, [])]:
+            self.upload(name, components, combination)
+            self.expect(DONE, "presets", "duplicate", "--name", name, "--to-name", "copy", "--yes")
+            self.expect(DONE, *"presets download copy.json --name copy --yes".split())
+            got = json.loads(self.read("copy.json"))
+            for component in got["components"]:
+                if "file" in component:
+                    self.assertEqual(self.read(component["file"]), self.read("table.bin"))
+                    component["file"] = "table.bin"
+            self.assertEqual(got, {"name": "copy", "gradeComboIndex": combination, "components": components})
+        self.upload("unclear", [saturation], 4)
+        self.check((REFUSED, "presets duplicate --name unclear --to-name b", "presets duplicate: component 1 of 'unclear' is either"),
+                   (USAGE, "presets duplicate --index 1 --to-name copy", "Replace 'copy'? Give --yes"),
+                   (USAGE, "presets duplicate --index 1 --to-name one", "another name"),
+                   (REFUSED, "presets duplicate --name absent --to-name b", "no such preset"))
+        self.assertEqual(self.names(), ["one", "copy", "two", "none", "unclear"])
+
     def test_what_a_file_can_not_hold_is_refused(self):
         self.upload("\u00e9", [{"type": "cdl", "slope": [1, 1, 0.7531]}])
         self.expect(DONE, "presets", "save")
