@@ -74,8 +74,8 @@ void grade(benchmark::State& state, const samples& from) {
 void apply(benchmark::State& state, const samples& from) {
     const OCIO::GroupTransformRcPtr group = OCIO::GroupTransform::Create();
     for (const OCIO::TransformRcPtr& stage :
-         {colour::make_cdl_stage(from.cdl), colour::make_table_stage(from.cube, true),
-          colour::make_table_stage(from.curve, true)}) {
+         {colour::make_cdl(from.cdl), colour::make_table(from.cube, OCIO::INTERP_TETRAHEDRAL),
+          colour::make_table(from.curve, OCIO::INTERP_TETRAHEDRAL)}) {
         group->appendTransform(stage);
     }
     const OCIO::ConstCPUProcessorRcPtr processor =
