@@ -2,7 +2,7 @@
 #
 #   liblutc1      the library, and the stand-in for the device's libqv unless LUTC_QV_LIBRARY names the real one
 #   liblutc-dev   headers, CMake and pkg-config files, lutc(3), examples
-#   lutc-tools    lutc, lutc-simulator, their pages and completions
+#   lutc-tools    lutc, lutc-simulator, lutc-trace, their pages and completions
 set(LUTC_PACKAGE_CONTACT "lutc maintainers <maintainers@users.noreply.lutc.example>" CACHE STRING
     "Name and address of whoever publishes the packages")
 
@@ -86,6 +86,7 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
 lutc lists, edits, backs up and restores the presets of a video
 colour-processing device, sends it grades, routes its video and sets its
 options. lutc-simulator stands in for the device's colour service where there
-is no device.")
+is no device. lutc-trace shows what programs send to the service, and what it
+answers.")
 
 include(CPack)

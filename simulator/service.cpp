@@ -6,9 +6,9 @@
 
 #include "bson/validator.h"
 #include "simulator/commands.h"
-#include "simulator/description.h"
 #include "simulator/device/text.h"
 #include "simulator/documents.h"
+#include "terminal/description.h"
 
 namespace simulator {
 
@@ -34,7 +34,7 @@ delivery service::answer(std::uint64_t connection, const std::vector<unsigned ch
     std::string name, text;
     document.getStringWithKey("command", name);
     if (sink_ || observer_) {
-        const std::string content = describe(document);
+        const std::string content = lutc_terminal::describe(document);
         text = (name.empty() ? "(no command)" : escape(name)) + (content.empty() ? "" : " ") + content;
     }
     log(connection, '<', text);
@@ -62,7 +62,7 @@ void service::log(std::uint64_t connection, char mark, const std::string& text) 
 
 delivery service::finish(const taken_command& command, bsonDocument& reply) {
     const std::string note = command.wrong ? " (fault: " + std::string(command.wrong->kind->name) + ")" : "";
-    const std::string text = sink_ || observer_ ? describe(reply) + note : "";
+    const std::string text = sink_ || observer_ ? lutc_terminal::describe(reply) + note : "";
     log(command.connection, '>', text);
     std::int32_t code = 0;
     reply.getInt32WithKey("code", &code);

@@ -47,7 +47,7 @@ class Installed(unittest.TestCase):
         self.assertEqual(os.listdir(f"{self.stage}/include"), ["lutc"])
         headers = [path.name for path in SOURCE.glob("*/include/lutc/*")]
         self.assertEqual(sorted(os.listdir(f"{self.stage}/include/lutc")), sorted(headers))
-        self.assertEqual(sorted(os.listdir(f"{self.stage}/bin")), ["lutc", "lutc-simulator"])
+        self.assertEqual(sorted(os.listdir(f"{self.stage}/bin")), ["lutc", "lutc-simulator", "lutc-trace"])
         self.assertEqual(glob.glob(f"{self.stage}/**/*.a", recursive=True), [])
         for name in [self.find("lutc.pc")] + glob.glob(f"{self.stage}/**/*.cmake", recursive=True):
             self.assertNotRegex(pathlib.Path(name).read_text(), f"{SOURCE}|{self.stage}")
@@ -75,11 +75,12 @@ class Installed(unittest.TestCase):
         with self.simulator():
             for program in ("build/example", "example"):
                 self.assertIn('"warm"', self.call(project / program))
+            self.assertIn("> code=0", self.call(f"{self.stage}/bin/lutc-trace", project / "example"))
 
     def test_every_page_is_there_and_formats_without_a_warning(self):
         pages = os.listdir(f"{self.stage}/share/man/man3")
         self.assertEqual({name[:-len(".3.gz")] for name in pages}, set(reader.functions()) | {"lutc"})
-        for name in ("lutc.1.gz", "lutc-simulator.1.gz", "lutc.3.gz"):
+        for name in ("lutc.1.gz", "lutc-simulator.1.gz", "lutc-trace.1.gz", "lutc.3.gz"):
             for checker in (["man", "--warnings", "-l"], ["mandoc", "-T", "lint", "-W", "warning"]):
                 if shutil.which(checker[0]):
                     environment = dict(os.environ, MANROFFOPT="-ww", MANWIDTH="160", LC_ALL="C.UTF-8")

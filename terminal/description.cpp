@@ -1,12 +1,11 @@
-#include "simulator/description.h"
+#include "terminal/description.h"
 
 #include <cstdint>
 #include <cstdio>
 
-#include "simulator/device/text.h"
-#include "simulator/refusal.h"
+#include "terminal/text.h"
 
-namespace simulator {
+namespace lutc_terminal {
 
 namespace {
 
@@ -67,7 +66,7 @@ void describe_elements(const bsonDocument& document, bool keys, int depth, std::
         const bsonDocument* inner = element->getDocumentValue();
         const bool is_array = element->getValueType() == bson_type::array;
         if (depth == 0 && element->key == "message") {
-            text += quote(element->getStringValue(), max_message_size);
+            text += quote(element->getStringValue(), max_described);
         } else if (!is_array && element->getValueType() != bson_type::document) {
             text += describe_scalar(*element);
         } else {
@@ -90,4 +89,4 @@ std::string describe(const bsonDocument& document) {
     return text;
 }
 
-}  // namespace simulator
+}  // namespace lutc_terminal
