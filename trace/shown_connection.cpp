@@ -15,20 +15,12 @@ namespace lutc_trace {
 
 namespace {
 
-constexpr std::size_t kept_bytes = 4 << 20;
-
 void add(byte_stream& to, const iovec* pieces, std::size_t count, std::uint64_t size) {
     for (std::size_t i = 0; i < count && size > 0; ++i) {
         const std::uint64_t part = std::min<std::uint64_t>(size, pieces[i].iov_len);
         to.add(pieces[i].iov_base, part);
         size -= part;
     }
-}
-
-// That not even its length is one of a message.
-bool is_no_message(const byte_stream& from) {
-    constexpr std::uint64_t least = 5, most = UINT32_MAX >> 1;
-    return from.total > 0 && (from.claimed() < least || from.claimed() > most);
 }
 
 // A message, or the part of one that there is.
@@ -38,7 +30,7 @@ std::string describe(const byte_stream& from) {
                           false, false);
     const bool is_complete = size == from.claimed();
     const bool is_read = document.convertMessageToElementList(is_complete) == 1;
-    if (is_no_message(from) || (is_complete && !is_read))
+    if (from.is_no_message() || (is_complete && !is_read))
         return std::to_string(from.total) + " bytes that are no message";
     std::string name;
     document.getStringWithKey("command", name);
@@ -55,18 +47,6 @@ std::string reason(int error) { return std::generic_category().message(error); }
 
 }  // namespace
 
-void byte_stream::add(const void* bytes, std::size_t size) {
-    total += size;
-    kept.append(static_cast<const char*>(bytes), std::min(size, kept_bytes - std::min(kept_bytes, kept.size())));
-}
-
-std::uint64_t byte_stream::claimed() const {
-    if (kept.size() < 4) return 0;
-    std::uint64_t size = 0;
-    for (unsigned i = 0; i < 4; ++i) size |= std::uint64_t{static_cast<unsigned char>(kept[i])} << (8 * i);
-    return size;
-}
-
 void shown_connection::connected(int descriptor, int error) {
     descriptor_ = descriptor;
     connect_error_ = error;
@@ -74,7 +54,7 @@ void shown_connection::connected(int descriptor, int error) {
 
 void shown_connection::wrote(const iovec* pieces, std::size_t count, ssize_t result, int) {
     if (result <= 0) {
-        if (sent_.total == 0 && offered_.total == 0) add(offered_, pieces, count, kept_bytes);
+        if (sent_.total == 0 && offered_.total == 0) add(offered_, pieces, count, byte_stream::most_kept);
         return;
     }
     add(sent_, pieces, count, static_cast<std::uint64_t>(result));
@@ -86,12 +66,8 @@ void shown_connection::got(const void* bytes, ssize_t result, int error) {
     read_error_ = error;
     if (result <= 0) return;
     received_.add(bytes, static_cast<std::size_t>(result));
-    while (!is_no_message(received_) && received_.is_whole() && received_.claimed() <= received_.kept.size()) {
-        const std::uint64_t size = received_.claimed();
+    for (; received_.is_whole() && received_.claimed() <= received_.kept.size(); received_.drop_message())
         show_reply(describe(received_));
-        received_.kept.erase(0, size);
-        received_.total -= size;
-    }
 }
 
 void shown_connection::ends() {
@@ -122,7 +98,7 @@ void shown_connection::show_reply(const std::string& text) {
 
 // Adds what has come of a message that was read in part; it stays where it is.
 void shown_connection::peek() {
-    std::string more(std::min<std::uint64_t>(received_.claimed(), kept_bytes), '\0');
+    std::string more(std::min<std::uint64_t>(received_.claimed(), byte_stream::most_kept), '\0');
     const ssize_t size = ::recv(descriptor_, more.data(), more.size(), MSG_PEEK | MSG_DONTWAIT);
     if (size > 0) received_.add(more.data(), static_cast<std::size_t>(size));
 }

@@ -4,23 +4,13 @@
 #define LUTC_TRACE_SHOWN_CONNECTION_H
 
 #include <chrono>
-#include <cstdint>
 #include <functional>
 #include <string>
 
+#include "trace/byte_stream.h"
 #include "trace/connections.h"
 
 namespace lutc_trace {
-
-// The bytes of one direction, as far as they are kept.
-struct byte_stream {
-    std::string kept;
-    std::uint64_t total = 0;
-
-    void add(const void* bytes, std::size_t size);
-    std::uint64_t claimed() const;  // the length that the message at the start says it has; 0: not there yet
-    bool is_whole() const { return claimed() != 0 && total >= claimed(); }
-};
 
 class shown_connection : public watcher {
   public:

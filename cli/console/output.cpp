@@ -6,7 +6,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <vector>
+
+#include "cli/console/service_answer.h"
 
 namespace lutc_cli {
 
@@ -68,6 +71,11 @@ failure explain(const std::exception& error) {
     if (failed == nullptr) return {exit_refused, error.what()};
     const int cause = failed->code().value();
     if (cause == ECONNREFUSED) return {exit_nobody, "no service listens on 127.0.0.1:54440"};
+    const std::optional<service_answer> answer = cause == EREMOTEIO ? last_answer() : std::nullopt;
+    if (answer) {
+        const std::string code = "refused (" + std::to_string(answer->code) + ")";
+        return {exit_refused, answer->message.empty() ? code : code + ": " + answer->message};
+    }
     const bool is_lost = cause == ETIMEDOUT || cause == ECONNRESET || cause == EPROTO || cause == ENOMEM;
     if (!is_lost || !changes_device(failed->call())) return {exit_refused, lutc::reason(cause)};
     return {exit_refused, lutc::reason(cause) + "; it may have been performed: look before you try again"};

@@ -157,7 +157,7 @@ class Device(WithSimulator):
         # What an index stands for is said, and counts: after a lost answer it may stand for another.
         self.check((DONE, "presets upload a.json --name a"), (DONE, "presets upload a.json --name b"),
                    (REFUSED, "presets upload a.json --name c", "presets upload: 'c': " + lost + unsure),
-                   (REFUSED, "presets move --index 2 --to 1", "presets move: 'b': the service refused it (its log says why)\n"),
+                   (REFUSED, "presets move --index 2 --to 1", "presets move: 'b': refused (7): refused on demand\n"),
                    (REFUSED, "presets move --index 2 --to 1", "presets move: 'b': the answer broke off" + unsure),
                    (USAGE, "presets delete --index 1", "Delete 'b'? Give --yes"),
                    (REFUSED, "presets delete --index 1 --yes", "presets delete: 'b': " + lost + unsure),
@@ -166,6 +166,13 @@ class Device(WithSimulator):
                    (REFUSED, "presets list", "presets list: " + lost + "\n"),
                    (REFUSED, "grade cdl --neutral --channel 1", "grade cdl: channel 1: " + lost + unsure),
                    (DONE, "presets list", "1            x ", "2            c "))
+
+    def test_a_refusal_is_in_the_services_words(self):
+        self.start("--fault", "getOption:2=event-glued", "--fault", "getOption:3=event-first")
+        self.check((REFUSED, "presets selected --channel 1", "lutc: presets selected: refused (4): no preset is selected on channel 1\n"),
+                   (REFUSED, "state get --channel 9", "refused (3): "), (REFUSED, "presets load --yes", "refused (6): "),
+                   (REFUSED, "option get x", 'refused (4): no option is named "x"'),
+                   (REFUSED, "option get x", "the answer broke off"), (REFUSED, "option get x", "refused (4): no option"))
 
     def test_grades(self):
         self.write("cube.bin", os.urandom(33 ** 3 * 3 * 2))

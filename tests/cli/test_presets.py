@@ -199,7 +199,7 @@ class Presets(WithSimulator):
         times = lambda: {name: os.stat(self.path("b", name)).st_mtime_ns for name in os.listdir(self.path("b"))}
         before = times()
         self.check((USAGE, "presets backup b", "--yes"), (REFUSED, "presets backup b --yes", "the answer broke off; 1 of 3 presets had been read"),
-                   (REFUSED, "presets backup b --yes", "'preset/3': the service refused it (its log says why); 0 of 3"))
+                   (REFUSED, "presets backup b --yes", "'preset/3': refused (7): refused on demand; 0 of 3"))
         self.assertEqual(before, times())
         self.check((DONE, "presets delete --index 1 --yes"), (DONE, "presets backup b --yes"))
         self.assertEqual(sorted(times()), ["001-preset_2.json", "002-preset_1.json", "library.json"])
@@ -210,7 +210,7 @@ class Presets(WithSimulator):
     def test_restore_goes_on_after_a_failure_and_an_interrupt(self):
         self.start("--fault", "sendPreset:2=refuse", "--fault", "sendPreset:4=delay,500")
         self.make_backup("made", 3)
-        self.check((REFUSED, "presets restore made", "'preset/2': the service refused it (its log says why); 1 of 3 presets are restored"))
+        self.check((REFUSED, "presets restore made", "'preset/2': refused (7): refused on demand; 1 of 3 presets are restored"))
         process = subprocess.Popen([LUTC, "presets", "restore", self.path("made"), "--yes"], stderr=subprocess.PIPE)
         self.simulator.wait_for("< sendPreset", 4)
         process.send_signal(signal.SIGINT)
