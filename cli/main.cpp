@@ -1,12 +1,15 @@
 // lutc: every function of the library from the shell.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 #include <exception>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/help.h"
 #include "colour/error.h"
 #include "terminal/command_tree.h"
 
@@ -37,11 +40,25 @@ std::vector<std::string> add_leading_zeros(int argc, char** argv) {
 }
 
 // Of an argument that stands where something else is required, CLI11 says only what is required.
-std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
+std::string usage_message(CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining(true);
     std::string message = error.what();
-    if (error.get_name() == "RequiredError" && !unknown.empty()) message += "; '" + unknown[0] + "' is not known here";
-    return message + " (see --help)";
+    if (unknown.empty()) return message + " (see --help)";
+    if (error.get_name() == "RequiredError") message += "; '" + unknown[0] + "' is not known here";
+    const auto option =
+        std::find_if(unknown.begin(), unknown.end(), [](const std::string& each) { return each[0] == '-'; });
+    return message + lutc_cli::suggest(app, option == unknown.end() ? unknown[0] : *option) + " (see --help)";
+}
+
+// The command that "help" asks about; none when the arguments begin otherwise.
+std::optional<std::vector<std::string>> find_question(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i][0] != '-') words.emplace_back(argv[i]);
+    }
+    if (words.empty() || words[0] != "help") return std::nullopt;
+    words.erase(words.begin());
+    return words;
 }
 
 // The title under which --help lists the commands.
@@ -54,7 +71,6 @@ void build_app(CLI::App& app, lutc_cli::output_style& style) {
     app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
     app.add_flag("--json", style.json, "Print results as JSON; accepted before and after the command");
     lutc_terminal::add_command_tree_flag(app);
-    app.footer(exit_codes);
     app.fallthrough();
     app.require_subcommand(1);
     for (const auto add :
@@ -62,15 +78,20 @@ void build_app(CLI::App& app, lutc_cli::output_style& style) {
           lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_dump, lutc_cli::add_lut, lutc_cli::add_config}) {
         add(lutc_cli::command(&app, style));
     }
+    app.add_subcommand("help", "Show the help of a command");
     set_title(app, "The device", {"client", "model", "state", "video", "option"});
     set_title(app, "Presets and grades", {"presets", "grade"});
     set_title(app, "Files, without a service", {"lut", "dump", "config"});
+    set_title(app, "About lutc", {"help"});
+    lutc_cli::add_examples(app, exit_codes);
 }
 
-void run(int argc, char** argv) {
-    lutc_cli::output_style style;
-    CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
-    build_app(app, style);
+// Runs the command that the arguments name.
+void run(CLI::App& app, int argc, char** argv) {
+    if (const auto words = find_question(argc, argv)) {
+        std::fputs(lutc_cli::help_of(app, *words).c_str(), stdout);
+        return;
+    }
     try {
         std::vector<std::string> arguments = add_leading_zeros(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 wants
@@ -81,6 +102,13 @@ void run(int argc, char** argv) {
         }
         app.exit(error);
     }
+}
+
+void run(int argc, char** argv) {
+    lutc_cli::output_style style;
+    CLI::App app{"Control of a video colour-processing device: presets, grades, channels, routing, options", "lutc"};
+    build_app(app, style);
+    run(app, argc, argv);
     if (!lutc_cli::flush_output()) {
         throw lutc_cli::failure(lutc_cli::exit_refused, "standard output can't be written");
     }

@@ -5,7 +5,7 @@
     help_pages.py links --header lutc.h -o FOLDER       one page for each function, which refers to lutc(3)
     help_pages.py completion TEMPLATE -o FILE --program "COMMAND ..." [--program ...]
 
-FRAME is a man page with markers on lines of their own: @OPTIONS@, @COMMANDS@ and @NOTES@ are filled from the
+FRAME is a man page with markers on lines of their own: @OPTIONS@, @COMMANDS@, @NOTES@ and @EXAMPLES@ are filled from the
 program's --command-tree, @CONVENTIONS@, @RECORDS@ and @FUNCTIONS@ from the header's comments.
 """
 import argparse
@@ -21,7 +21,8 @@ class Command:
 
     def __init__(self, tree, above=()):
         self.path = [*above, tree["name"]]
-        self.description, self.notes, self.arguments = tree["description"], tree["notes"], tree["arguments"]
+        self.description, self.arguments = tree["description"], tree["arguments"]
+        self.notes, _, self.example = ("\n" + tree["notes"]).partition("\nExample:\n")
         self.options = [option for option in tree["options"] if "--help" not in option["names"]]
         groups = list(dict.fromkeys(each["group"] for each in tree["commands"]))  # in the order of --help
         self.commands = [Command(each, self.path) for each in
@@ -84,17 +85,25 @@ def note_sections(notes):
     return lines
 
 
+def code(text):
+    """Lines as they are, further in."""
+    return [".RS 4", ".nf"] + [roff(line.strip()) for line in text.strip("\n").splitlines()] + [".fi", ".RE"]
+
+
 def command_markers(program):
-    """@COMMANDS@ has what each command takes; @NOTES@ the footer that all have in common."""
+    """@COMMANDS@ has what each command takes, @EXAMPLES@ one for each group; @NOTES@ is the program's footer."""
     commands = []
     for command in program.walk():
         if command is not program and not command.commands:
             commands += [f'.SS "{roff(command.usage())}"', roff(command.description) + "."]
             commands += [line for option in command.arguments + command.options for line in option_entry(option)]
-            commands += [] if command.notes == program.notes else [".PP"] + list(map(roff, command.notes.splitlines()))
+            commands += [".PP", "Example:", ".PP"] + code(command.example)
     options = tagged("-h,--help", "Print help and exit" + ("; after a command, its help" if program.commands else ""))
     options += [line for option in program.options for line in option_entry(option)]
-    return {"@OPTIONS@": options, "@COMMANDS@": commands, "@NOTES@": note_sections(program.notes)}
+    shown = [command for command in program.commands if command.path[-1] != "help"] or [program]
+    examples = [line for command in shown for line in [".PP", roff(command.description.rstrip(".")) + ":", ".PP"] +
+                code(command.example)]
+    return {"@OPTIONS@": options, "@COMMANDS@": commands, "@NOTES@": note_sections(program.notes), "@EXAMPLES@": examples}
 
 
 def comment_text(comment):

@@ -8,6 +8,7 @@
 #include "simulator/commands.h"
 #include "simulator/device/text.h"
 #include "simulator/documents.h"
+#include "terminal/suggestion.h"
 
 namespace simulator {
 
@@ -122,10 +123,15 @@ void fault_plan::add(const std::string& text) {
     }
     const std::vector<std::string> commands = command_names();
     if (command != "*" && std::find(commands.begin(), commands.end(), command) == commands.end())
-        throw std::invalid_argument("there is no command " + quote(command));
+        throw std::invalid_argument("there is no command " + quote(command) +
+                                    lutc_terminal::suggest(command, commands));
     const auto found = std::find_if(fault_kinds.begin(), fault_kinds.end(),
                                     [&](const fault_kind& known) { return known.name == kind; });
-    if (found == fault_kinds.end()) throw std::invalid_argument("there is no fault " + quote(kind));
+    if (found == fault_kinds.end()) {
+        std::vector<std::string> kinds;
+        for (const fault_kind& known : fault_kinds) kinds.emplace_back(known.name);
+        throw std::invalid_argument("there is no fault " + quote(kind) + lutc_terminal::suggest(kind, kinds));
+    }
     added.command = command;
     added.wrong = {&*found, milliseconds.value_or(found->milliseconds)};
     rules_.push_back(std::move(added));

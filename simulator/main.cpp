@@ -35,7 +35,10 @@ Exit codes:
   1  it can't listen, or can't go on
   2  wrong usage
 With --run: that of COMMAND; 128 and the number of the signal that ended it, 126 when it can't be run, 127 when there is
-no such command)";
+no such command
+
+Example:
+  lutc-simulator --page 8080 --input 1=shot.png --fault 'sendPreset:2=close')";
 
 struct settings {
     simulator::server_options server;

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "cli/console/files.h"
+#include "terminal/suggestion.h"
 
 namespace lutc_cli {
 
@@ -41,7 +42,8 @@ void json_value::allow_only(std::initializer_list<std::string_view> keys) const 
     if (!value_->is_object()) throw make_failure("must be an object");
     for (const auto& member : value_->items()) {
         if (std::find(keys.begin(), keys.end(), member.key()) == keys.end()) {
-            throw make_failure(member.key() + ": is not a known field here");
+            throw make_failure(member.key() + ": is not a known field here" +
+                               lutc_terminal::suggest(member.key(), {keys.begin(), keys.end()}));
         }
     }
 }

@@ -19,7 +19,9 @@ class Alone(WithFolder):
 
     def test_wrong_usage(self):
         self.check((USAGE, "", "subcommand"),
-                   (USAGE, "presets lsit", "'lsit' is not known here"),
+                   (USAGE, "presets lsit", "'lsit' is not known here; did you mean 'list'?"),
+                   (USAGE, "presets selectt", "did you mean 'select'?"), (USAGE, "select", "did you mean 'presets select'?"),
+                   (USAGE, "grade cdl --slop 1 1 1", "did you mean '--slope'?"), (USAGE, "help modle", "did you mean 'model'?"),
                    (USAGE, "presets save load", "load"),
                    (USAGE, "grade cdl --slope 1 1", "--slope"),
                    (USAGE, "grade cdl --channel 1", "give --slope, --offset, --power, --saturation, --file or --neutral"),
@@ -47,6 +49,7 @@ class Alone(WithFolder):
                 ('{"type":"cdl","slope":[1,1]}', "component 1: slope: must be a list of three numbers"),
                 ('{"type":"cdl"},{"type":"cdl","power":[1,"1",1]}', "component 2: power: must be numbers only"),
                 ('{"type":"cdl","gain":1}', "component 1: gain: is not a known field here"),
+                ('{"type":"cdl","slop":[1,1,1]}', "component 1: slop: is not a known field here; did you mean 'slope'?"),
                 ('{"type":"cdl","offset":[0,0,0],"offset":[1,0,0]}', "offset: stands twice in one object"),
                 ('{"type":"cdl","file":"x","slope":[1,1,1]}', "component 1: slope: is not a known field here"),
                 ('{"type":"cdl","file":""}', "component 1: file: must not be empty"),
@@ -67,7 +70,9 @@ class Alone(WithFolder):
             self.check((REFUSED, "grade live grade.json", "component 1: file: absent: can't be opened"))
 
     def test_help_and_version(self):
-        self.check((DONE, "--help", *("\n  %-4d " % code for code in (0, 1, 2, 3, 130))))
+        self.check((DONE, "--help", *("\n  %-4d " % code for code in (0, 1, 2, 3, 130))), (DONE, "help grade cdl", "Usage: lutc grade cdl"))
+        self.assertNotIn("Exit codes", self.expect(DONE, *"grade cdl --help".split()).stdout)
+        self.assertEqual(*(self.expect(DONE, *words.split()).stdout for words in ("help grade cdl", "grade cdl --help")))
         self.assertNotIn("\nSubcommands:", self.expect(DONE, "--help").stdout, "a command that stands in none of the groups")
         self.assertRegex(self.expect(DONE, "--version").stdout, r"^lutc \d+\.\d+\.\d+\n$")
 

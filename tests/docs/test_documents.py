@@ -36,6 +36,8 @@ def prepare(folder):
         subprocess.run([lut, "--size", "17", "--format", form, "-o", os.path.join(folder, name)], check=True)
     make("shot.cc", '<ColorCorrection id="shot"><SOPNode><Slope>1.1 1 0.9</Slope><Offset>0 0 0</Offset>'
                     "<Power>1 1 1</Power></SOPNode><SatNode><Saturation>0.9</Saturation></SatNode></ColorCorrection>")
+    with open(os.path.join(folder, "message.bson"), "wb") as file:
+        file.write(bytes((5, 0, 0, 0, 0)))
     make("grade.json", json.dumps({"name": "evening", "gradeComboIndex": 1, "components": [
         {"type": "cdl", "typeIndex": 1, "slope": [1.1, 1, 0.9], "offset": [0, 0, 0], "power": [1, 1, 1],
          "saturation": 0.9}]}))
@@ -86,6 +88,25 @@ class Documents(unittest.TestCase):
                 prepare(folder)
                 result = programs.run("bash", "-euo", "pipefail", "-c", script, cwd=folder, env=environment)
                 self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+    def test_the_examples_of_help_run(self):
+        def commands(entry, path=""):
+            yield path + entry["name"], entry
+            for each in entry["commands"]:
+                yield from commands(each, f"{path}{entry['name']} ")
+
+        environment = dict(os.environ, PATH=os.pathsep.join([os.path.dirname(programs.TOOL), os.environ["PATH"]]))
+        tree = json.loads(programs.run(programs.TOOL, "--command-tree").stdout)
+        start = "lutc presets save; lutc presets backup library --yes; lutc presets upload grade.json --apply; "
+        with programs.simulator(), tempfile.TemporaryDirectory() as folder:
+            prepare(folder)
+            for path, entry in commands(tree):
+                example = entry["notes"].partition("Example:\n  ")[2]
+                with self.subTest(command=path):
+                    self.assertIn(path, example)
+                    done = programs.run("sh", "-c", start + "lutc presets override set --name evening;" + example, cwd=folder,
+                                        env=environment)
+                    self.assertEqual(done.returncode, 0, example + done.stdout + done.stderr)
 
     def test_readme_example(self):
         readme = blocks(SOURCE.joinpath("README.md").read_text())

@@ -119,7 +119,9 @@ class Server(unittest.TestCase):
         taken = f"lutc-simulator: can't listen on 127.0.0.1:{self.port}: Address already in use\n"
         self.assertEqual(run("--port", str(self.port)), (1, taken))
         self.assertEqual(run("--port", "abc"), (2, "lutc-simulator: Could not convert: --port = abc (see --help)\n"))
-        self.assertEqual(run("--fault", "getOption=fire"), (2, 'lutc-simulator: --fault: there is no fault "fire"\n'))
+        for fault, fault_said in (("getOption=trikle", "there is no fault \"trikle\"; did you mean 'trickle'?"),
+                                  ("getoption=close", "there is no command \"getoption\"; did you mean 'getOption'?")):
+            self.assertEqual(run("--fault", fault), (2, f"lutc-simulator: --fault: {fault_said}\n"))
         self.assertEqual(run("--porl", "1")[0], 2)
 
 
