@@ -29,13 +29,13 @@ struct call {
 // ---- Fields that several commands have ----
 
 std::optional<std::int32_t> read_channel(const call& here, std::string_view key = "channelIndex") {
-    return here.command.optional_index(key, model::channels.size(), "channel");
+    return here.command.optional_index(key, here.device.model().channels.size(), "channel");
 }
 
 // A command without a channel sets all of them, and reads the first.
 channel_list channels_to_set(const call& here, std::string_view key = "channelIndex") {
     if (const auto channel = read_channel(here, key)) return {*channel};
-    channel_list all(model::channels.size());
+    channel_list all(here.device.model().channels.size());
     std::iota(all.begin(), all.end(), 1);
     return all;
 }
@@ -43,7 +43,8 @@ channel_list channels_to_set(const call& here, std::string_view key = "channelIn
 std::int32_t channel_to_read(const call& here) { return read_channel(here).value_or(1); }
 
 std::optional<std::int32_t> read_combination(const call& here) {
-    return here.command.optional_index("gradeComboIndex", model::grade_combinations.size(), "grade combination");
+    const std::size_t last = here.device.model().grade_combinations.size();
+    return here.command.optional_index("gradeComboIndex", last, "grade combination");
 }
 
 // A preset is chosen by its name or, without a name, by its index. 0: a name that no preset has, where it may be new.
@@ -80,7 +81,7 @@ void write_preset_place(const call& here, std::int32_t index, const std::string&
 
 // ---- The preset library ----
 
-void load_presets_from_media(const call& here) { here.device.presets() = load_library(here.media_folder); }
+void load_presets_from_media(const call& here) { load_library(here.media_folder, here.device); }
 
 void save_presets_to_media(const call& here) { save_library(here.media_folder, here.device.presets()); }
 
@@ -95,8 +96,7 @@ void get_presets_list(const call& here) {
         bsonDocument& entry = append_document(list);
         entry.addStringElement("presetName", presets.at(index).name);
         entry.addInt32Element("gradeComboIndex", combination);
-        write_strings(add_array(entry, "gradeCombo"),
-                      model::grade_combinations[static_cast<std::size_t>(combination) - 1]);
+        write_strings(add_array(entry, "gradeCombo"), here.device.model().combination(combination));
     }
 }
 
@@ -104,7 +104,7 @@ void delete_preset(const call& here) { here.device.presets().remove(find_preset(
 
 void rename_preset(const call& here) {
     const std::int32_t index = find_preset(here);
-    here.device.presets().rename(index, std::string(here.command.text("newName", 1, model::max_name_size)));
+    here.device.presets().rename(index, std::string(here.command.text("newName", 0, model::max_text_size)));
 }
 
 void move_preset(const call& here) {
@@ -134,10 +134,10 @@ void set_override_preset(const call& here) {
 
 void send_preset(const call& here) {
     preset content;
-    content.components = read_components(here.command, false);
+    content.components = read_components(here.command, used_in::preset);
     check_readable(content.components);
     const preset_library& presets = here.device.presets();
-    const auto name = here.command.optional_text("presetName", 1, model::max_name_size);
+    const auto name = here.command.optional_text("presetName", 0, model::max_name_size);
     const std::int32_t index = find_preset(here, true);
     content.name = index == 0 ? *name : presets.at(index).name;
     content.grade_combo_index = read_combination(here).value_or(index == 0 ? 1 : presets.at(index).grade_combo_index);
@@ -199,7 +199,7 @@ void send_saturation(const call& here) {
     send_values(here, "saturation", "saturationIndex", {{1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, {0.0, 0.0, 0.0}, saturation});
 }
 
-void send_live(const call& here) { grade(here, read_combination(here), read_components(here.command, true)); }
+void send_live(const call& here) { grade(here, read_combination(here), read_components(here.command, used_in::live)); }
 
 // ---- The device ----
 
@@ -212,14 +212,14 @@ void send_client_info(const call& here) {
 }
 
 void get_model_info(const call& here) {
-    here.results.addStringElement("modelName", model::name);
+    here.results.addStringElement("modelName", here.device.model().name);
     here.results.addStringElement("friendlyName", here.device.option("friendlyName"));
-    here.results.addStringElement("modelSerial", model::serial);
+    here.results.addStringElement("modelSerial", here.device.model().serial);
     bsonDocument& combinations = add_array(here.results, "gradeCombos");
-    for (const auto& combination : model::grade_combinations)
+    for (const auto& combination : here.device.model().grade_combinations)
         write_strings(add_array(combinations, next_key(combinations)), combination);
     bsonDocument& channels = add_array(here.results, "gradeChannels");
-    for (const model::channel& channel : model::channels) {
+    for (const model::channel& channel : here.device.model().channels) {
         bsonDocument& entry = append_document(channels);
         entry.addStringElement("channelName", channel.name);
         bsonDocument& supported = add_array(entry, "supportedGradeComboIndices");
@@ -253,9 +253,9 @@ void set_video_connection(const call& here) {
         here.command.refuse("sourceType", "is " + quote(from) + ": only an input or a channel is a source");
     if (!model::is_destination(to))
         here.command.refuse("destinationType", "is " + quote(to) + ": only a channel or an output is a destination");
-    const std::size_t last = model::channels.size();
-    const std::int32_t from_index = here.command.index("sourceIndex", last, from);
-    const std::int32_t to_index = here.command.index("destinationIndex", last, to);
+    const device_model& model = here.device.model();
+    const std::int32_t from_index = here.command.index("sourceIndex", model.count(from), from);
+    const std::int32_t to_index = here.command.index("destinationIndex", model.count(to), to);
     here.device.connect({{std::string(from), from_index}, {std::string(to), to_index}});
 }
 

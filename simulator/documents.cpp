@@ -1,5 +1,6 @@
 #include "simulator/documents.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "simulator/device/text.h"
@@ -27,6 +28,7 @@ void borrow_bytes(bsonDocument& to, const std::string& key, const std::vector<un
 void write_component(bsonDocument& to, const grade_component& from) {
     to.addInt32Element("typeIndex", from.type_index);
     to.addStringElement("type", from.type);
+    if (is_ignored(from)) return;
     to.addStringElement("dataFormat", from.data_format);
     if (!from.values) return borrow_bytes(to, "data", *from.data);
     write_doubles(to, "power", from.values->power);
@@ -46,14 +48,26 @@ test_pattern read_pattern(const fields& from) {
     return pattern;
 }
 
-grade_component read_component(const fields& from, bool with_patterns) {
+// What keeps its place alone; nothing of it but its type and its index counts.
+bool is_of_other_kind(const fields& from, used_in use) {
+    if (!from.has("type")) return from.has_at_most({"typeIndex"});
+    const std::string_view type = from.string("type");
+    if (type == "tpg") return use != used_in::live;
+    return use == used_in::media && slots_of(type) == 0 && from.has_at_most({"typeIndex", "type"});
+}
+
+grade_component read_component(const fields& from, used_in use) {
     grade_component component;
+    if (is_of_other_kind(from, use)) {
+        component.type = from.has("type") ? from.string("type") : other_kind;
+        component.type_index = from.optional_int32("typeIndex").value_or(0);
+        return component;
+    }
     component.type = from.string("type");
     if (slots_of(component.type) == 0) from.refuse("type", "is " + quote(component.type) + ": no such component type");
     if (from.optional_int32("typeIndex") != 0)
         component.type_index = read_slot(from, "typeIndex", component.type).value_or(0);
     if (component.type == "tpg") {
-        if (!with_patterns) from.refuse("type", "is \"tpg\": a preset can't hold a test pattern");
         component.pattern = read_pattern(from);
         return component;
     }
@@ -99,6 +113,12 @@ const bsonElement& fields::need(std::string_view key, kind wanted, int occurrenc
     const bsonElement* element = find(key, wanted, occurrence);
     if (element == nullptr) refuse(key, "is missing");
     return *element;
+}
+
+bool fields::has_at_most(std::initializer_list<std::string_view> keys) const {
+    return std::all_of(document_.elementList.begin(), document_.elementList.end(), [&](const bsonElement* element) {
+        return std::find(keys.begin(), keys.end(), element->key) != keys.end();
+    });
 }
 
 std::optional<std::int32_t> fields::optional_int32(std::string_view key) const {
@@ -197,12 +217,12 @@ cdl_values read_cdl(const fields& from) {
     return values;
 }
 
-std::vector<grade_component> read_components(const fields& from, bool with_patterns) {
+std::vector<grade_component> read_components(const fields& from, used_in use) {
     std::vector<grade_component> components;
     for (const bsonElement* element : from.array("gradeCombo").elementList) {
         const std::string where = "gradeCombo[" + std::to_string(components.size()) + "]";
         if (element->getValueType() != bson_type::document) from.refuse(where, "is not an embedded document");
-        components.push_back(read_component(fields(*element->getDocumentValue(), where + "."), with_patterns));
+        components.push_back(read_component(fields(*element->getDocumentValue(), where + "."), use));
     }
     return components;
 }

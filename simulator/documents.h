@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,6 +34,7 @@ class fields {
     explicit fields(const bsonDocument& document, std::string where = {});
 
     bool has(std::string_view key) const { return find_any(key, 0) != nullptr; }
+    bool has_at_most(std::initializer_list<std::string_view> keys) const;  // no other field
     std::optional<std::int32_t> optional_int32(std::string_view key) const;
     std::int32_t int32(std::string_view key) const;
     // From 1 to last; noun: what is counted.
@@ -70,8 +72,11 @@ std::string_view read_data_format(const fields& from);
 // The four CDL fields.
 cdl_values read_cdl(const fields& from);
 
-// The component list under "gradeCombo". Test patterns are read where with_patterns is set, else refused.
-std::vector<grade_component> read_components(const fields& from, bool with_patterns);
+enum class used_in { live, preset, media };
+
+// The component list under "gradeCombo". Ignored are components without a type, in presets test patterns, and on the
+// media those of a type that the device doesn't know, which a backup may have brought.
+std::vector<grade_component> read_components(const fields& from, used_in use);
 
 // Refuses components that make a longer getPreset reply than a client can receive.
 void check_readable(const std::vector<grade_component>& components);

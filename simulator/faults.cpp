@@ -106,16 +106,27 @@ std::string fault_help() {
     return help;
 }
 
+std::string fault::name() const {
+    return (kind->is_performed && !is_performed ? "before-" : "") + std::string(kind->name);
+}
+
 void fault_plan::add(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos)
-        throw std::invalid_argument("fault " + quote(text) + " is not COMMAND[:N]=KIND[,MS]");
+        throw std::invalid_argument("fault " + quote(text) + " is not COMMAND[:N[-M]]=[before-]KIND[,MS]");
     std::string command = text.substr(0, equals), kind = text.substr(equals + 1);
-    rule added{text, {}, 0, {}};
+    rule added{text, {}, 0, 0, {}};
     if (const std::size_t colon = command.find(':'); colon != std::string::npos) {
-        added.call = number<std::uint64_t>(command.substr(colon + 1), "call", 1);
+        const std::string calls = command.substr(colon + 1);
+        const std::size_t dash = calls.find('-');
+        added.first = number<std::uint64_t>(calls.substr(0, dash), "call", 1);
+        added.last = dash == std::string::npos ? added.first
+                                               : number<std::uint64_t>(calls.substr(dash + 1), "call", added.first);
         command.erase(colon);
     }
+    constexpr std::string_view before = "before-";
+    const bool is_before = kind.compare(0, before.size(), before) == 0;
+    if (is_before) kind.erase(0, before.size());
     std::optional<std::uint32_t> milliseconds;
     if (const std::size_t comma = kind.find(','); comma != std::string::npos) {
         milliseconds = number<std::uint32_t>(kind.substr(comma + 1), "milliseconds", 0);
@@ -133,7 +144,7 @@ void fault_plan::add(const std::string& text) {
         throw std::invalid_argument("there is no fault " + quote(kind) + lutc_terminal::suggest(kind, kinds));
     }
     added.command = command;
-    added.wrong = {&*found, milliseconds.value_or(found->milliseconds)};
+    added.wrong = {&*found, milliseconds.value_or(found->milliseconds), found->is_performed && !is_before};
     rules_.push_back(std::move(added));
 }
 
@@ -156,14 +167,15 @@ std::optional<fault> fault_plan::next(std::string_view command) {
     for (rule& known : rules_) {
         if (known.command != "*" && known.command != command) continue;
         ++known.seen;
-        if (!wrong && (known.call == 0 || known.call == known.seen)) wrong = known.wrong;
+        const bool fits = known.first == 0 || (known.first <= known.seen && known.seen <= known.last);
+        if (!wrong && fits) wrong = known.wrong;
     }
-    const auto is_over = [](const rule& known) { return known.call != 0 && known.seen >= known.call; };
+    const auto is_over = [](const rule& known) { return known.first != 0 && known.seen >= known.last; };
     rules_.erase(std::remove_if(rules_.begin(), rules_.end(), is_over), rules_.end());
     if (wrong) return wrong;
     if (random_percent_ == 0 || random_() % 100 >= random_percent_) return std::nullopt;
     const fault_kind& kind = fault_kinds[random_() % fault_kinds.size()];
-    return fault{&kind, kind.milliseconds};
+    return fault{&kind, kind.milliseconds, kind.is_performed};
 }
 
 delivery fault_plan::send(std::vector<unsigned char> reply, const std::optional<fault>& wrong) {

@@ -40,6 +40,9 @@ std::string fault_help();
 struct fault {
     const fault_kind* kind;
     std::uint32_t milliseconds;
+    bool is_performed;  // whether the command is
+
+    std::string name() const;
 };
 
 // Which call of which command goes wrong.
@@ -47,7 +50,7 @@ class fault_plan {
   public:
     explicit fault_plan(std::uint64_t seed = 1) : random_(seed) {}
 
-    // Adds "COMMAND[:N]=KIND[,MS]"; throws std::invalid_argument that says what is wrong with it.
+    // Adds "COMMAND[:N[-M]]=[before-]KIND[,MS]"; throws std::invalid_argument that says what is wrong with it.
     void add(const std::string& text);
 
     // From 0 to 100: how many of the calls that no other fault fits go wrong, each in a random way.
@@ -68,8 +71,8 @@ class fault_plan {
   private:
     struct rule {
         std::string text;
-        std::string command;  // "*": any
-        std::uint64_t call;   // 0: every one
+        std::string command;        // "*": any
+        std::uint64_t first, last;  // calls; 0: every one
         fault wrong;
         std::uint64_t seen = 0;  // calls of that command so far
     };

@@ -6,6 +6,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -16,6 +17,7 @@
 #include "simulator/command_runner.h"
 #include "simulator/page/page.h"
 #include "simulator/server.h"
+#include "simulator/start_files.h"
 #include "terminal/command_tree.h"
 
 namespace {
@@ -25,7 +27,8 @@ constexpr int exit_stopped = 0, exit_failed = 1, exit_usage = 2;
 const char* const faults_footer = R"(
 Faults:
   COMMAND      a command's name, or * for any
-  N            the N-th call of that command, from 1; without it every call
+  N            the N-th call of that command, from 1; N-M: from the N-th to the M-th; without it every call
+  before-      the command isn't performed; where there is a reply, it is a refusal
   MS           a pause in milliseconds
 )";
 
@@ -43,6 +46,7 @@ Example:
 struct settings {
     simulator::server_options server;
     std::string media = "lutc-media";
+    std::string device, library;
     std::uint64_t seed = 1;
     unsigned random_faults = 0;
     std::vector<std::string> faults;
@@ -71,6 +75,10 @@ void describe(CLI::App& app, settings& to) {
     app.add_option("--address", to.server.address, "Address to listen on")->check(CLI::ValidIPV4);
     app.add_option("--port", to.server.port, "Port to listen on; 0 takes a free one");
     app.add_option("--media", to.media, "Folder that presets are saved to and loaded from; made by the first save");
+    app.add_option("--device", to.device, "JSON file of another device, with fields as in lutc model --json")
+        ->always_capture_default(false);
+    app.add_option("--library", to.library, "Folder of a backup whose presets the library has at the start")
+        ->always_capture_default(false);
     app.add_option("--max-command", to.server.max_command_size, "Longest command taken, in bytes")
         ->check(CLI::Range(std::size_t{5}, std::size_t{1} << 30));
     app.add_option("--max-pending", to.server.max_pending_size, "Most bytes of all commands that are half received")
@@ -84,7 +92,8 @@ void describe(CLI::App& app, settings& to) {
     add_seconds("--idle-timeout", to.server.idle_timeout, "Seconds of silence after which a connection is closed [30]");
     add_seconds("--deadline", to.server.deadline,
                 "Seconds after which a connection without a whole command is closed [60]");
-    app.add_option("--fault", to.faults, "COMMAND[:N]=KIND[,MS]: what goes wrong, see below; may be repeated")
+    app.add_option("--fault", to.faults,
+                   "COMMAND[:N[-M]]=[before-]KIND[,MS]: what goes wrong, see below; may be repeated")
         ->always_capture_default(false)
         ->allow_extra_args(false);
     app.add_option("--random-faults", to.random_faults, "Percent of the calls that go wrong in a random way")
@@ -100,7 +109,13 @@ class printer {
     explicit printer(std::FILE* to) : to_(to) {}
 
     void operator()(std::uint64_t connection, char mark, const std::string& text) const {
-        std::fprintf(to_, "%llu %c %s\n", static_cast<unsigned long long>(connection), mark, text.c_str());
+        timespec now{};
+        tm local{};
+        char clock[16];
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        std::strftime(clock, sizeof clock, "%H:%M:%S", ::localtime_r(&now.tv_sec, &local));
+        std::fprintf(to_, "%s.%03ld %llu %c %s\n", clock, now.tv_nsec / 1000000,
+                     static_cast<unsigned long long>(connection), mark, text.c_str());
         std::fflush(to_);
     }
     void say(const std::string& text) const {
@@ -116,6 +131,13 @@ void check(settings& given) {
     if (given.run == given.command.empty()) throw std::invalid_argument("--run and a COMMAND behind -- go together");
     if (given.run && given.page.empty()) given.page = "0";
     if (!given.inputs.empty() && given.page.empty()) throw std::invalid_argument("--input needs --page");
+}
+
+simulator::device_start read_start(const settings& given) {
+    simulator::device_start start;
+    if (!given.device.empty()) start.model = simulator::read_device(given.device);
+    if (!given.library.empty()) start.presets = simulator::read_backup(given.library, start.model);
+    return start;
 }
 
 void add_faults(simulator::fault_plan& to, const std::vector<std::string>& faults) {
@@ -186,7 +208,7 @@ int main(int argc, char** argv) {
         const printer print(given.run ? stderr : stdout);
         simulator::service::log_sink log;
         if (!given.quiet) log = print;
-        simulator::service service(given.media, std::move(faults), log);
+        simulator::service service(given.media, std::move(faults), log, read_start(given));
         return run(given, service, print);
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "lutc-simulator: %s\n", error.what());

@@ -11,7 +11,6 @@
 #include <system_error>
 #include <utility>
 
-#include "simulator/device/model.h"
 #include "simulator/device/problem.h"
 #include "simulator/documents.h"
 #include "simulator/refusal.h"
@@ -103,16 +102,16 @@ std::unique_ptr<bsonDocument> read_document(int file) {
     return document;
 }
 
-preset read_preset(const fields& from) {
+preset read_preset(const fields& from, const device_model& model) {
     preset content;
-    content.name = from.text("presetName", 1, model::max_name_size);
-    content.grade_combo_index = from.index("gradeComboIndex", model::grade_combinations.size(), "grade combination");
-    content.components = read_components(from, false);
+    content.name = from.text("presetName", 0, model::max_text_size);
+    content.grade_combo_index = from.index("gradeComboIndex", model.grade_combinations.size(), "grade combination");
+    content.components = read_components(from, used_in::media);
     check_readable(content.components);
     return content;
 }
 
-preset_library read_library(int file) {
+preset_library read_library(int file, const device_model& model) {
     const auto head = read_document(file);
     const fields about(*head);
     if (about.string("format") != format_name || about.int32("version") != format_version)
@@ -121,7 +120,7 @@ preset_library read_library(int file) {
     if (count < 0 || count > static_cast<std::int32_t>(model::library_capacity))
         refuse_broken("it tells an impossible number of presets");
     preset_library presets;
-    while (presets.size() < count) presets.store(0, read_preset(fields(*read_document(file))));
+    while (presets.size() < count) presets.store(0, read_preset(fields(*read_document(file)), model));
     unsigned char more = 0;
     if (read_up_to(file, &more, 1) != 0) refuse_broken("something follows the last preset");
     return presets;
@@ -154,7 +153,7 @@ void save_library(const std::string& folder, const preset_library& presets) {
     if (::fsync(directory.get()) != 0) fail("can't store the media folder", errno);
 }
 
-preset_library load_library(const std::string& folder) {
+void load_library(const std::string& folder, device_state& device) {
     check_folder(folder);
     const std::string path = folder + "/" + media_file_name;
     const descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -162,7 +161,7 @@ preset_library load_library(const std::string& folder) {
     struct stat about {};
     if (::fstat(file.get(), &about) != 0 || !S_ISREG(about.st_mode)) refuse_broken("it isn't a file");
     try {
-        return read_library(file.get());
+        device.presets() = read_library(file.get(), device.model());
     } catch (const refusal& why) {
         if (why.why() == reason::media) throw;
         refuse_broken(why.what());

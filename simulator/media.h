@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "simulator/device/preset_library.h"
+#include "simulator/device/device_state.h"
 
 namespace simulator {
 
@@ -21,9 +21,9 @@ extern const char* const media_file_name;
 // folder's entry for the new one.
 void save_library(const std::string& folder, const preset_library& presets);
 
-// Reads it back. A file that is missing, broken, longer than it says, or holds anything that the device would have
+// Makes it the device's library. A file that is missing, broken, longer than it says, or holds anything that the device would have
 // refused, throws a refusal (reason media).
-preset_library load_library(const std::string& folder);
+void load_library(const std::string& folder, device_state& device);
 
 }  // namespace simulator
 

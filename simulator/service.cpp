@@ -14,11 +14,13 @@ namespace simulator {
 
 constexpr std::uint32_t max_elements = 1000000;  // decoding takes memory for each of them
 
-service::service(std::string media_folder, fault_plan faults, log_sink sink)
+service::service(std::string media_folder, fault_plan faults, log_sink sink, device_start start)
     : media_folder_(std::move(media_folder)),
       first_faults_(std::move(faults)),
       faults_(first_faults_),
-      sink_(std::move(sink)) {}
+      sink_(std::move(sink)),
+      start_(std::move(start)),
+      device_(start_) {}
 
 delivery service::answer(std::uint64_t connection, const std::vector<unsigned char>& command) {
     const auto start = std::chrono::steady_clock::now();
@@ -39,7 +41,7 @@ delivery service::answer(std::uint64_t connection, const std::vector<unsigned ch
     }
     log(connection, '<', text);
     const std::optional<fault> wrong = faults_.next(name);
-    const auto reply = wrong && !wrong->kind->is_performed
+    const auto reply = wrong && !wrong->is_performed
                            ? simulator::refuse(refusal(reason::on_demand, "refused on demand"))
                            : perform(device_, media_folder_, document);
     return finish({connection, name, std::move(text), command, wrong, start}, *reply);
@@ -52,7 +54,7 @@ delivery service::refuse(std::uint64_t connection, const refusal& why) {
 }
 
 void service::reset() {
-    device_ = device_state();
+    device_ = device_state(start_);
     faults_ = first_faults_;
 }
 
@@ -61,7 +63,7 @@ void service::log(std::uint64_t connection, char mark, const std::string& text) 
 }
 
 delivery service::finish(const taken_command& command, bsonDocument& reply) {
-    const std::string note = command.wrong ? " (fault: " + std::string(command.wrong->kind->name) + ")" : "";
+    const std::string note = command.wrong ? " (fault: " + command.wrong->name() + ")" : "";
     const std::string text = sink_ || observer_ ? lutc_terminal::describe(reply) + note : "";
     log(command.connection, '>', text);
     std::int32_t code = 0;

@@ -35,7 +35,8 @@ class service {
     using log_sink = std::function<void(std::uint64_t connection, char mark, const std::string& text)>;
 
     // Presets are saved to and loaded from that folder; without one, both are refused. Without a sink there is no log.
-    explicit service(std::string media_folder = {}, fault_plan faults = fault_plan(), log_sink sink = {});
+    explicit service(std::string media_folder = {}, fault_plan faults = fault_plan(), log_sink sink = {},
+                     device_start start = {});
 
     delivery answer(std::uint64_t connection, const std::vector<unsigned char>& command);
     delivery refuse(std::uint64_t connection, const refusal& why);
@@ -64,6 +65,7 @@ class service {
     fault_plan faults_;
     log_sink sink_;
     std::function<void(const answered_command&)> observer_;
+    device_start start_;
     device_state device_;
 };
 

@@ -29,10 +29,10 @@ namespace {
 constexpr int exit_own = 125, exit_not_startable = 126, exit_not_found = 127, exit_by_signal = 128;
 
 const char* const footer =
-    "On standard error, the program's process and the number of its connection in front:\n"
-    "  < ...  a command and its fields\n"
-    "  > ...  what came back, its code and message, and the milliseconds since the connect;\n"
-    "         or why nothing came\n"
+    "Output:\n"
+    "  N < ...  the Nth connection's command and its fields\n"
+    "  N > ...  what came back, its code and message, and the milliseconds since the connect;\n"
+    "           or why nothing came\n"
     "\n"
     "Exit codes:\n"
     "  125    lutc-trace itself failed, or was used wrongly\n"

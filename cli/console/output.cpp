@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/console/service_answer.h"
+#include "terminal/json_value.h"
 
 namespace lutc_cli {
 
@@ -67,6 +68,7 @@ void print_table(const ordered_json& rows) {
 
 failure explain(const std::exception& error) {
     if (const auto* const known = dynamic_cast<const failure*>(&error)) return *known;
+    if (dynamic_cast<const lutc_terminal::content_error*>(&error) != nullptr) return {exit_usage, error.what()};
     const auto* const failed = dynamic_cast<const lutc::error*>(&error);
     if (failed == nullptr) return {exit_refused, error.what()};
     const int cause = failed->code().value();

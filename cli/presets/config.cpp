@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/console/files.h"
-#include "cli/presets/json_value.h"
+#include "cli/presets/json_file.h"
 #include "colour/layout.h"
 
 namespace lutc_cli {

@@ -3,7 +3,7 @@
 
 #include "cli/console/files.h"
 #include "cli/presets/grade_file.h"
-#include "cli/presets/json_value.h"
+#include "cli/presets/json_file.h"
 #include "colour/error.h"
 #include "colour/reader.h"
 #include "colour/text_file.h"

@@ -6,7 +6,7 @@
 
 #include "cli/presets/backup.h"
 #include "cli/presets/grade_file.h"
-#include "cli/presets/json_value.h"
+#include "cli/presets/json_file.h"
 #include "cli/presets/progress.h"
 
 namespace lutc_cli {

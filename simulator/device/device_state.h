@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "simulator/device/grade.h"
+#include "simulator/device/model.h"
 #include "simulator/device/preset_library.h"
 
 namespace simulator {
@@ -37,9 +38,17 @@ struct route {
 
 using channel_list = std::vector<std::int32_t>;
 
+// What a device begins with.
+struct device_start {
+    device_model model;
+    std::vector<preset> presets;
+};
+
 class device_state {
   public:
-    device_state();
+    explicit device_state(const device_start& start = {});
+
+    const device_model& model() const { return model_; }
 
     // Clients that have introduced themselves, oldest first.
     void register_client(client_info client);
@@ -74,6 +83,7 @@ class device_state {
     void connect(const route& wanted);
 
     const std::string& option(std::string_view name) const;
+    std::string option(std::string_view name, const char* otherwise) const;  // for a device that may not have it
     void set_option(std::string_view name, std::string_view value);
 
   private:
@@ -85,8 +95,10 @@ class device_state {
 
     channel_state& at(std::int32_t channel) { return channels_[static_cast<std::size_t>(channel) - 1]; }
     const channel_state& at(std::int32_t channel) const { return channels_[static_cast<std::size_t>(channel) - 1]; }
+    void add_routes(const char* from, const char* to);
     void select(const channel_list& channels, std::vector<live_grade> grades, std::int32_t index) noexcept;
 
+    device_model model_;
     std::deque<client_info> clients_;
     preset_library presets_;
     preset_library::reference override_;

@@ -29,8 +29,8 @@ struct test_pattern {
 
 // Copies share the data.
 struct grade_component {
-    std::string type;             // "cdl", "saturation", "1dlut", "3dlut" or "tpg"
-    std::int32_t type_index = 0;  // slot, from 1 to slots_of(type); 0: not given
+    std::string type;             // "cdl", "saturation", "1dlut", "3dlut", "tpg" or other_kind
+    std::int32_t type_index = 0;  // slot, from 1 to slots_of(type); 0: not given. Any when it is ignored
     std::string data_format;      // every type but "tpg"
     std::shared_ptr<const std::vector<unsigned char>> data;
     std::optional<cdl_values> values;     // "cdl" and "saturation" given as values rather than as data
@@ -47,10 +47,16 @@ struct live_grade {
 // How many components of a type a grade may hold; 0 for a type that doesn't exist.
 std::int32_t slots_of(std::string_view type);
 
+// The type of a component that came without one: a kind that isn't known.
+constexpr const char* other_kind = "unknown";
+
+// Keeps its place in a preset, and that is all: one of another kind, and a test pattern that is no more than that.
+bool is_ignored(const grade_component& component);
+
 // A LUT, whose content is a table.
 bool is_table(std::string_view type);
 
-// Each component goes to the slot that it names, or else to the first that no other component of the list takes. Throws
+// Each component that isn't ignored goes to the slot that it names, or else to the first that no other component of the list takes. Throws
 // a problem when two name the same, or when there is none left.
 component_map place_components(const std::vector<grade_component>& components);
 

@@ -4,16 +4,16 @@
 #include <charconv>
 #include <stdexcept>
 
-#include "simulator/device/model.h"
 #include "simulator/device/text.h"
 
 namespace simulator {
 
 namespace {
 
-std::vector<scene::picture> read_inputs(const std::vector<std::string>& given, const renderer& computes) {
+std::vector<scene::picture> read_inputs(const std::vector<std::string>& given, std::size_t count,
+                                        const renderer& computes) {
     std::vector<scene::picture> pictures;
-    for (std::size_t i = 1; i <= model::channels.size(); ++i)
+    for (std::size_t i = 1; i <= count; ++i)
         pictures.push_back(std::make_shared<const colour::image>(computes.draw_chart(static_cast<int>(i))));
     for (const std::string& text : given) {
         std::size_t number = 0;
@@ -47,7 +47,8 @@ page_options read_page_place(const std::string& text) {
 }
 
 page::page(boost::asio::io_context& context, const page_options& options, service& colour_service)
-    : routes_(context, colour_service, load_renderer(), read_inputs(options.inputs, load_renderer()),
+    : routes_(context, colour_service, load_renderer(),
+              read_inputs(options.inputs, colour_service.device().model().inputs, load_renderer()),
               [this] { server_.wake(); }),
       server_(context, options.address, options.port,
               [this](const auto& request, const auto& exchange) { routes_.handle(request, exchange); }),

@@ -8,7 +8,6 @@
 #include <string_view>
 #include <utility>
 
-#include "simulator/device/model.h"
 #include "simulator/device/text.h"
 #include "simulator/media.h"
 #include "simulator/page/state_json.h"
@@ -160,19 +159,19 @@ void routes::run(const route_entry& entry, const call& given) {
 
 void routes::get_input(const call& given) {
     const std::int32_t index = given.numbers[0];
-    check_index(index, model::channels.size(), "input");
+    check_index(index, service_.device().model().inputs, "input");
     answer_picture(given, [index] { return shot{index, nullptr, false}; });
 }
 
 void routes::get_channel(const call& given) {
     const std::int32_t index = given.numbers[0];
-    check_index(index, model::channels.size(), "channel");
+    check_index(index, service_.device().model().channels.size(), "channel");
     answer_picture(given, [this, index] { return scene_.channel(index); });
 }
 
 void routes::get_output(const call& given) {
     const std::int32_t index = given.numbers[0];
-    check_index(index, model::channels.size(), "output");
+    check_index(index, service_.device().model().outputs, "output");
     answer_picture(given, [this, index] { return scene_.output(index); });
 }
 
@@ -197,7 +196,7 @@ void routes::answer_picture(const call& given, std::function<shot()> take) {
 
 void routes::get_component(const call& given) {
     const std::int32_t channel = given.numbers[0], index = given.numbers[1];
-    check_index(channel, model::channels.size(), "channel");
+    check_index(channel, service_.device().model().channels.size(), "channel");
     queue_.answer(
         given.request.path, given.request.if_none_match, [=] { return plan_component(channel, index); },
         given.exchange);
@@ -272,7 +271,7 @@ void routes::record(const answered_command& command) {
 
 void routes::note_obstacles() {
     std::set<std::string> found;
-    for (std::size_t i = 1; i <= model::channels.size(); ++i) {
+    for (std::size_t i = 1; i <= service_.device().model().channels.size(); ++i) {
         for (std::string& text : scene_.find_obstacles(static_cast<std::int32_t>(i))) found.insert(std::move(text));
     }
     for (const std::string& text : found) {

@@ -5,8 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "simulator/device/model.h"
-
 namespace simulator {
 
 namespace {
@@ -113,7 +111,7 @@ void scene::arrange_steps(shown_grade& shown) const {
         shown.operands.push_back(operand_of(slot, component));
     }
     const auto find_obstacle = [this](const colour::grade_component& operand) { return obstacle_of(operand); };
-    const auto& combination = model::grade_combinations[static_cast<std::size_t>(shown.content.grade_combo_index) - 1];
+    const auto& combination = device_.model().combination(shown.content.grade_combo_index);
     shown.steps = computes_.list_steps(combination, shown.operands, find_obstacle);
     for (std::size_t i = 0; i < shown.steps.size(); ++i) {
         const colour::grade_step& step = shown.steps[i];
@@ -151,7 +149,7 @@ picture_plan scene::plan(const shot& from, const framing& wanted) const {
     planned.input = arriving(from.input);
     planned.width = wanted.width;
     planned.depth = wanted.depth;
-    planned.view.is_legal_range = device_.option("rangeMode") == "legal";
+    planned.view.is_legal_range = device_.option("rangeMode", "full") == "legal";
     if (from.is_graded) {
         const shown_grade& grade = *from.grade;
         planned.owner = from.grade;
@@ -169,7 +167,7 @@ picture_plan scene::plan(const shot& from, const framing& wanted) const {
     if (planned.input || planned.pattern) return planned;
     // No signal: nothing is graded either.
     planned.steps.clear();
-    planned.pattern = device_.option("testPatternOnLoss") == "on" ? bars : black;
+    planned.pattern = device_.option("testPatternOnLoss", "off") == "on" ? bars : black;
     return planned;
 }
 

@@ -11,26 +11,23 @@ using nlohmann::ordered_json;
 
 namespace {
 
-const std::vector<std::string>& combination_of(std::int32_t index) {
-    return model::grade_combinations[static_cast<std::size_t>(index) - 1];
-}
-
-ordered_json describe_combination(std::int32_t index) {
-    return {{"gradeComboIndex", index}, {"gradeCombo", combination_of(index)}};
+ordered_json describe_combination(const device_model& model, std::int32_t index) {
+    return {{"gradeComboIndex", index}, {"gradeCombo", model.combination(index)}};
 }
 
 ordered_json describe_model(const device_state& device) {
-    ordered_json described = {{"modelName", model::name},
+    const device_model& model = device.model();
+    ordered_json described = {{"modelName", model.name},
                               {"friendlyName", device.option("friendlyName")},
-                              {"modelSerial", model::serial},
+                              {"modelSerial", model.serial},
                               {"gradeCombos", ordered_json::array()},
                               {"gradeChannels", ordered_json::array()}};
-    for (std::size_t i = 1; i <= model::grade_combinations.size(); ++i)
-        described["gradeCombos"].push_back(describe_combination(static_cast<std::int32_t>(i)));
-    for (std::size_t i = 0; i < model::channels.size(); ++i)
+    for (std::size_t i = 1; i <= model.grade_combinations.size(); ++i)
+        described["gradeCombos"].push_back(describe_combination(model, static_cast<std::int32_t>(i)));
+    for (std::size_t i = 0; i < model.channels.size(); ++i)
         described["gradeChannels"].push_back({{"channelIndex", i + 1},
-                                              {"channelName", model::channels[i].name},
-                                              {"supportedGradeComboIndices", model::channels[i].combinations}});
+                                              {"channelName", model.channels[i].name},
+                                              {"supportedGradeComboIndices", model.channels[i].combinations}});
     return described;
 }
 
@@ -49,7 +46,7 @@ ordered_json describe_place(const device_state& device, std::int32_t preset_inde
 ordered_json describe_preset(const device_state& device, const scene& seen, std::int32_t index) {
     const shot shown = seen.preset(index);
     ordered_json described = {{"presetIndex", index}, {"presetName", device.presets().at(index).name}};
-    described.update(describe_combination(shown.grade->content.grade_combo_index));
+    described.update(describe_combination(device.model(), shown.grade->content.grade_combo_index));
     described["components"] = describe_components(*shown.grade);
     return described;
 }
@@ -57,9 +54,8 @@ ordered_json describe_preset(const device_state& device, const scene& seen, std:
 ordered_json describe_channel(const device_state& device, const scene& seen, std::int32_t index) {
     const shot shown = seen.channel(index);
     const std::int32_t state = device.transform_state(index);
-    ordered_json described = {{"channelIndex", index},
-                              {"channelName", model::channels[static_cast<std::size_t>(index) - 1].name}};
-    described.update(describe_combination(shown.grade->content.grade_combo_index));
+    ordered_json described = {{"channelIndex", index}, {"channelName", device.model().channel(index).name}};
+    described.update(describe_combination(device.model(), shown.grade->content.grade_combo_index));
     described["colorTransformState"] = state;
     described["stateMeaning"] = state == on_state ? "on" : state == bypassed_state ? "bypassed" : "unknown";
     described["selectedPreset"] = describe_place(device, device.selected_preset(index));
@@ -112,9 +108,9 @@ ordered_json describe_device(const device_state& device, const scene& seen) {
         {"options", ordered_json::object()}, {"clients", ordered_json::array()}};
     for (std::int32_t i = 1; i <= device.presets().size(); ++i)
         described["presets"].push_back(describe_preset(device, seen, i));
-    for (std::size_t i = 1; i <= model::channels.size(); ++i)
+    for (std::size_t i = 1; i <= device.model().channels.size(); ++i)
         described["channels"].push_back(describe_channel(device, seen, static_cast<std::int32_t>(i)));
-    for (const auto& option : model::options) described["options"][option.first] = device.option(option.first);
+    for (const auto& option : device.model().options) described["options"][option.first] = device.option(option.first);
     for (const client_info& client : device.clients())
         described["clients"].push_back(
             {{"clientModel", client.model}, {"versionNumber", client.version}, {"clientSerial", client.serial}});

@@ -81,6 +81,21 @@ TEST_F(Device, GivesPresetsBackByteForByte) {
     EXPECT_EQ("{'gradeComboIndex':4,'gradeCombo':[]}", call("getPreset", "{'presetName':'Film'}"));
 }
 
+TEST_F(Device, TakesWhatAFaithfulClientMaySend) {
+    ASSERT_EQ("{}", call("sendPreset",
+                         "{'presetName':'','gradeCombo':[{'typeIndex':9},{},{'type':'tpg','typeIndex':1},"
+                         "{'type':'1dlut','dataFormat':'f','data':'hex:00'}]}"));
+    ASSERT_EQ("{}", call("renamePreset", "{'presetName':'','newName':'" + std::string(256, 'n') + "'}"));
+    ASSERT_EQ("{}", call("setSelectedPreset", "{'presetIndex':1}"));
+    EXPECT_EQ(1u, device_.live(1).components.size());
+    EXPECT_EQ("{}", call("sendLive", "{'resetAndApply':true,'gradeCombo':[{'typeIndex':1},{}]}"));
+    EXPECT_EQ(
+        "{'gradeComboIndex':1,'gradeCombo':[{'typeIndex':9,'type':'unknown'},{'typeIndex':0,'type':'unknown'},"
+        "{'typeIndex':1,'type':'tpg'},{'typeIndex':0,'type':'1dlut','dataFormat':'f','data':'hex:00'}]}",
+        call("getPreset", "{'presetIndex':1}"));
+    EXPECT_NE(std::string::npos, call("getPresetsList").find(std::string(256, 'n')));
+}
+
 TEST_F(Device, RefusesPresetsThatBreakARule) {
     upload("Film");
     const std::string name = "'presetName':'A',";
@@ -89,7 +104,6 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
     expect_refused(
         "sendPreset",
         {{"'gradeCombo':[]", "\"presetName\" and \"presetIndex\" are missing"},
-         {"'presetName':'','gradeCombo':[]", "\"presetName\" is empty"},
          {"'presetName':'" + std::string(33, 'n') + "','gradeCombo':[]", "33 bytes"},
          {"'presetIndex':2,'gradeCombo':[]", "\"presetIndex\" is 2"},
          {name + "'gradeCombo':[1]", "\"gradeCombo[0]\" is not an embedded document"},
@@ -98,7 +112,7 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
          {name + "'applyPreset':true,'applyChannel':3,'gradeCombo':[]", "\"applyChannel\" is 3"},
          {name + "'gradeComboIndex':2,'applyPreset':true,'gradeCombo':[]",
           "channel 2 doesn't support grade combination 2"},
-         {component("'type':'tpg'"), "a preset can't hold a test pattern"},
+         {component("'dataFormat':'f'"), "\"gradeCombo[0].type\" is missing"},
          {component("'type':'CDL'"), "no such component type"},
          {component("'type':'3dlut','dataFormat':'f','data':'text'"), "\"gradeCombo[0].data\" is not binary"},
          {component("'typeIndex':5,'type':'3dlut','dataFormat':'f','data':'hex:00'"), "count from 1 to 4"},
@@ -153,7 +167,7 @@ TEST_F(Device, MovesRenamesAndDeletes) {
                                   {"'presetIndex':1", "\"toIndex\" is missing"},
                                   {"'toIndex':1", "are missing"}});
     expect_refused("renamePreset", {{"'presetIndex':1,'newName':'D'", "another preset is named \"D\""},
-                                    {"'presetIndex':1,'newName':'" + std::string(33, 'n') + "'", "33 bytes"},
+                                    {"'presetIndex':1,'newName':'" + std::string(257, 'n') + "'", "257 bytes"},
                                     {"'presetName':'Z','newName':'Y'", "no preset is named \"Z\""}});
     expect_refused("deletePreset", {{"", "are missing"}, {"'presetIndex':0", "\"presetIndex\" is 0"}});
     EXPECT_EQ("A D E ", names());

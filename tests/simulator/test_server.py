@@ -1,10 +1,13 @@
 """lutc-simulator as a process of its own, on a free port: its sockets, log, faults and ends."""
 import contextlib
+import json
 import os
+import re
 import socket
 import struct
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import bson
@@ -58,12 +61,12 @@ class Server(unittest.TestCase):
         self.start()
         self.assertEqual(bson.decode(self.send(command("getColorTransformState", channelIndex=1))),
                          {"type": "response", "msgID": 1, "code": 0, "message": "ok", "colorTransformState": 0})
-        self.send(command("x", data=b"\0\1", message="no\n\x1fline", none=None, list=[1.5, {"deep": True}]))
+        self.send(command("x", data=b"\0\1", message="no\n\x1fl\u00efne\x9b", none=None, list=[1.5, {"deep": True}]))
         self.simulator.stop()
-        self.assertEqual([line.rstrip("\n") for line in self.simulator.lines[1:]], [
+        self.assertEqual([re.sub(r"^\d\d:\d\d:\d\d\.\d{3} ", "", line.rstrip("\n")) for line in self.simulator.lines[1:]], [
             "1 < getColorTransformState channelIndex=1",
             '1 > code=0 message="ok" colorTransformState=0',
-            r'2 < x data=[2 bytes 00 01] message="no\x0a\x1fline" none=null list=[1.5 {deep=true}]',
+            r'2 < x data=[2 bytes 00 01] message="no\x0a\x1flïne\xc2\x9b" none=null list=[1.5 {deep=true}]',
             r'2 > code=2 message="there is no command \"x\""'])
 
     def test_puts_commands_together(self):
@@ -113,6 +116,43 @@ class Server(unittest.TestCase):
         after_event, trickled, usual = (self.send(GET_OPTION) for _ in range(3))
         self.assertEqual(bson.decode(usual)["value"], "full")
         self.assertEqual((after_event, trickled), (EVENT + usual, usual))
+
+    def write(self, name, content):
+        with open(os.path.join(self.folder, name), "w", encoding="utf-8") as file:
+            json.dump(content, file)
+        return os.path.join(self.folder, name)
+
+    def test_begins_as_another_device_with_the_presets_of_a_backup(self):
+        with tempfile.TemporaryDirectory() as self.folder:
+            combinations = [["cdl"], ["cdl", "1dlut", "3dlut", "saturation", "1dlut"]]
+            device = {"modelName": "other", "gradeCombos": [{"gradeComboIndex": i + 1, "gradeCombo": each}
+                                                            for i, each in enumerate(combinations)],
+                      "gradeChannels": [{"channelIndex": 1, "channelName": "A", "supportedGradeComboIndices": [2]}],
+                      "inputs": 1, "outputs": 3, "options": {"mode": {"value": "a", "choices": ["a", "b"]}}}
+            preset = {"name": "evening", "gradeComboIndex": 2, "components": [{"type": "cdl", "saturation": 0.5}, {"type": "tpg"}]}
+            index = {"formatVersion": 1, "gradeCombos": [device["gradeCombos"][1]], "presets": ["001.json"]}
+            self.write("001.json", preset)
+            self.write("library.json", index)
+            self.start("--quiet", "--device", self.write("device.json", device), "--library", self.folder)
+            self.assertEqual(bson.decode(self.send(command("getPresetsList")))["presetsList"],
+                             [{"presetName": "evening", "gradeComboIndex": 2, "gradeCombo": combinations[1]}])
+            self.assertEqual([each["type"] for each in bson.decode(self.send(command("getPreset", presetIndex=1)))["gradeCombo"]],
+                             ["cdl", "tpg"])
+            self.assertEqual(len(bson.decode(self.send(command("getVideoConnections")))["videoConnections"]), 4)
+            self.assertIn("only one of a, b", self.message(command("setOption", name="mode", value="c")))
+            os.symlink("/etc/passwd", os.path.join(self.folder, "link.json"))
+            for option, name, content, reason in (
+                    ("--device", "device.json", {**device, "modelNam": ""}, "modelNam: is not a known field here; did you mean 'modelName'?"),
+                    ("--device", "device.json", {"gradeChannels": [{"channelName": "A", "supportedGradeComboIndices": [5]}]}, "gradeChannels 1: "),
+                    ("--library", "library.json", {**index, "presets": ["../x"]}, "must be a file of the same folder"),
+                    ("--library", "library.json", {**index, "presets": ["link.json"]}, "Too many levels of symbolic links"),
+                    ("--library", "library.json", {**index, "presets": ["001.json"] * 2}, 'two presets are named "evening"')):
+                self.write(name, content)
+                library = ["--library", self.folder] if option == "--library" else []
+                code, said = run("--device", os.path.join(self.folder, "device.json"), *library)
+                self.assertIn(reason, said)
+                self.assertEqual((code, said.count("\n")), (1 if "link" in str(content) else 2, 1), said)
+                self.write("device.json", device)
 
     def test_ends_with_a_reason_when_it_can_not_start(self):
         self.start("--quiet")

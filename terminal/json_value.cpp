@@ -1,19 +1,17 @@
-#include "cli/presets/json_value.h"
+#include "terminal/json_value.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "cli/console/files.h"
 #include "terminal/suggestion.h"
 
-namespace lutc_cli {
+namespace lutc_terminal {
 
 using nlohmann::ordered_json;
 
-ordered_json read_json(const std::string& path, std::size_t limit) {
-    const std::vector<unsigned char> bytes = read_file(path, limit);
+ordered_json parse_json(const std::vector<unsigned char>& bytes, const std::string& path) {
     const std::string place = (path == "-" ? "standard input" : path) + ": ";
     // Of two members with the same key the parser would silently drop one.
     std::vector<std::set<std::string>> keys;
@@ -21,7 +19,7 @@ ordered_json read_json(const std::string& path, std::size_t limit) {
         if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
         if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
         if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
-            throw failure(exit_usage, place + value.get<std::string>() + ": stands twice in one object");
+            throw content_error(place + value.get<std::string>() + ": stands twice in one object");
         }
         return true;
     };
@@ -29,24 +27,26 @@ ordered_json read_json(const std::string& path, std::size_t limit) {
         return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
     } catch (const ordered_json::exception& error) {
         const std::string text = error.what();
-        throw failure(exit_usage, place + "is no JSON: " + text.substr(text.find("] ") + 2));
+        throw content_error(place + "is no JSON: " + text.substr(text.find("] ") + 2));
     }
 }
 
 json_value::json_value(const std::string& place, const ordered_json& value)
     : place_(place == "-" ? "standard input" : place), value_(&value) {}
 
-failure json_value::make_failure(const std::string& fault) const { return failure(exit_usage, place_ + ": " + fault); }
+content_error json_value::make_failure(const std::string& fault) const { return content_error(place_ + ": " + fault); }
 
 void json_value::allow_only(std::initializer_list<std::string_view> keys) const {
     if (!value_->is_object()) throw make_failure("must be an object");
     for (const auto& member : value_->items()) {
         if (std::find(keys.begin(), keys.end(), member.key()) == keys.end()) {
             throw make_failure(member.key() + ": is not a known field here" +
-                               lutc_terminal::suggest(member.key(), {keys.begin(), keys.end()}));
+                               suggest(member.key(), {keys.begin(), keys.end()}));
         }
     }
 }
+
+bool json_value::is_object() const { return value_->is_object(); }
 
 bool json_value::has(const char* key) const { return value_->contains(key); }
 
@@ -54,6 +54,15 @@ json_value json_value::operator[](const char* key) const {
     if (!value_->is_object()) throw make_failure("must be an object");
     if (!has(key)) throw make_failure(std::string(key) + ": is missing");
     return {place_ + ": " + key, value_->at(key)};
+}
+
+std::vector<std::pair<std::string, json_value>> json_value::members() const {
+    if (!value_->is_object()) throw make_failure("must be an object");
+    std::vector<std::pair<std::string, json_value>> members;
+    for (const auto& member : value_->items()) {
+        members.emplace_back(member.key(), json_value(place_ + ": " + member.key(), member.value()));
+    }
+    return members;
 }
 
 std::vector<json_value> json_value::items() const {
@@ -85,6 +94,11 @@ std::int32_t json_value::integer(std::int32_t least, std::int32_t most) const {
     return value_->get<std::int32_t>();
 }
 
+bool json_value::boolean() const {
+    if (!value_->is_boolean()) throw make_failure("must be true or false");
+    return value_->get<bool>();
+}
+
 double json_value::number() const {
     if (!value_->is_number()) throw make_failure("must be numbers only");
     return value_->get<double>();
@@ -102,4 +116,4 @@ std::string json_value::plain_name() const {
     throw make_failure("'" + name + "' must be a file of the same folder");
 }
 
-}  // namespace lutc_cli
+}  // namespace lutc_terminal
