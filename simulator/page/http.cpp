@@ -27,6 +27,17 @@ http_answer http_failure(unsigned status, const std::string& why) {
     return answer;
 }
 
+bool is_current(const std::string& if_none_match, const std::string& etag) {
+    return if_none_match.find(etag) != std::string::npos || if_none_match == "*";
+}
+
+http_answer http_unchanged(const std::string& etag) {
+    http_answer answer;
+    answer.status = 304;
+    answer.etag = etag;
+    return answer;
+}
+
 http_server::http_server(asio::io_context& context, const std::string& address, std::uint16_t port,
                          http_handler handler)
     : listener_(context, address, port), wake_timer_(context), handler_(std::move(handler)) {}

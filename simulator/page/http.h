@@ -60,6 +60,10 @@ struct http_answer {
 // An answer with this line of text: why a request can't be served.
 http_answer http_failure(unsigned status, const std::string& why);
 
+// Whether the client's copy is still right; and the answer that says so.
+bool is_current(const std::string& if_none_match, const std::string& etag);
+http_answer http_unchanged(const std::string& etag);
+
 // A request that waits for its answer, which may come later. A client that went away costs nothing: its answer goes
 // nowhere.
 class http_exchange {

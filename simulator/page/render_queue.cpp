@@ -14,13 +14,6 @@ namespace {
 constexpr int niceness = 10;  // of the thread: a tenth of the service's share of a busy processor
 constexpr std::size_t max_remembered = 32u << 20;
 
-http_answer unchanged(const std::string& etag) {
-    http_answer answer;
-    answer.status = 304;
-    answer.etag = etag;
-    return answer;
-}
-
 }  // namespace
 
 render_queue::~render_queue() {
@@ -35,7 +28,7 @@ render_queue::~render_queue() {
 void render_queue::answer(const std::string& place, const std::string& if_none_match,
                           std::function<render_plan()> make_plan, const std::shared_ptr<http_exchange>& exchange) {
     const std::string etag = make_plan().etag;
-    if (if_none_match.find(etag) != std::string::npos || if_none_match == "*") return exchange->answer(unchanged(etag));
+    if (is_current(if_none_match, etag)) return exchange->answer(http_unchanged(etag));
     for (auto kept = memory_.begin(); kept != memory_.end(); ++kept) {
         if (kept->place != place || kept->etag != etag) continue;
         memory_.splice(memory_.begin(), memory_, kept);

@@ -8,9 +8,11 @@
 #include <string_view>
 #include <utility>
 
+#include "simulator/commands.h"
 #include "simulator/device/text.h"
 #include "simulator/media.h"
 #include "simulator/page/state_json.h"
+#include "simulator/page/web_files.h"
 
 namespace simulator {
 
@@ -108,21 +110,25 @@ routes::routes(boost::asio::io_context& context, service& colour_service, const 
       journal_(std::move(changed)) {}
 
 const std::vector<routes::route_entry>& routes::table() {
-    static const std::vector<route_entry> entries{
-        {"/inputs/#.png", {"depth", "width"}, {{"GET", &routes::get_input}}},
-        {"/channels/#.png", {"depth", "width", "only", "without"}, {{"GET", &routes::get_channel}}},
-        {"/outputs/#.png", {"depth", "width"}, {{"GET", &routes::get_output}}},
-        {"/presets/#.png", {"depth", "width"}, {{"GET", &routes::get_preset}}},
-        {"/channels/#/components/#.json", {}, {{"GET", &routes::get_component}}},
-        {"/state.json", {}, {{"GET", &routes::get_state}}},
-        {"/events", {}, {{"GET", &routes::get_events}}},
-        {"/log.json", {"since"}, {{"GET", &routes::get_log}}},
-        {"/log/#.json", {}, {{"GET", &routes::get_log_entry}}},
-        {"/faults",
-         {"fault"},
-         {{"GET", &routes::get_faults}, {"POST", &routes::add_fault}, {"DELETE", &routes::remove_faults}}},
-        {"/reset", {}, {{"POST", &routes::reset}}},
-    };
+    static const std::vector<route_entry> entries = [] {
+        std::vector<route_entry> all{
+            {"/inputs/#.png", {"depth", "width"}, {{"GET", &routes::get_input}}},
+            {"/channels/#.png", {"depth", "width", "only", "without"}, {{"GET", &routes::get_channel}}},
+            {"/outputs/#.png", {"depth", "width"}, {{"GET", &routes::get_output}}},
+            {"/presets/#.png", {"depth", "width"}, {{"GET", &routes::get_preset}}},
+            {"/channels/#/components/#.json", {"points"}, {{"GET", &routes::get_component}}},
+            {"/state.json", {}, {{"GET", &routes::get_state}}},
+            {"/events", {}, {{"GET", &routes::get_events}}},
+            {"/log.json", {"since"}, {{"GET", &routes::get_log}}},
+            {"/log/#.json", {}, {{"GET", &routes::get_log_entry}}},
+            {"/faults",
+             {"fault"},
+             {{"GET", &routes::get_faults}, {"POST", &routes::add_fault}, {"DELETE", &routes::remove_faults}}},
+            {"/reset", {}, {{"POST", &routes::reset}}},
+        };
+        for (const web_file& file : web_files) all.push_back({file.path, {}, {{"GET", &routes::get_file}}});
+        return all;
+    }();
     return entries;
 }
 
@@ -153,6 +159,16 @@ void routes::run(const route_entry& entry, const call& given) {
     http_answer refused = http_failure(405, "only " + allowed + " can be used here");
     refused.allow = allowed;
     given.exchange->answer(refused);
+}
+
+void routes::get_file(const call& given) {
+    const auto file = std::find_if(web_files.begin(), web_files.end(),
+                                   [&](const web_file& each) { return given.request.path == each.path; });
+    http_answer answer;
+    answer.type = file->type;
+    answer.etag = etag_of(std::string(file->bytes));
+    answer.body = http_body(file->bytes);
+    given.exchange->answer(is_current(given.request.if_none_match, answer.etag) ? http_unchanged(answer.etag) : answer);
 }
 
 // ---- Pictures ----
@@ -197,24 +213,30 @@ void routes::answer_picture(const call& given, std::function<shot()> take) {
 void routes::get_component(const call& given) {
     const std::int32_t channel = given.numbers[0], index = given.numbers[1];
     check_index(channel, service_.device().model().channels.size(), "channel");
+    constexpr std::size_t most_points = 65536;
+    std::size_t points = most_points;
+    std::string place = given.request.path;
+    if (const auto query = given.request.query.find("points"); query != given.request.query.end()) {
+        points = parameter_number("points", query->second, most_points);
+        place += "&points=" + query->second;
+    }
     queue_.answer(
-        given.request.path, given.request.if_none_match, [=] { return plan_component(channel, index); },
-        given.exchange);
+        place, given.request.if_none_match, [=] { return plan_component(channel, index, points); }, given.exchange);
 }
 
-render_plan routes::plan_component(std::int32_t channel, std::int32_t index) const {
+render_plan routes::plan_component(std::int32_t channel, std::int32_t index, std::size_t points) const {
     const std::shared_ptr<const shown_grade> grade = scene_.channel(channel).grade;
     check_index(index, grade->components.size(), "component");
     const shown_component& component = grade->components[static_cast<std::size_t>(index) - 1];
     const ordered_json described = describe_component(component);
     const colour::grade_component* const operand = component.step ? grade->steps[*component.step].component : nullptr;
     const bool has_table = operand != nullptr && is_table(operand->type) && scene_.obstacle_of(*operand).empty();
-    const std::string key = to_text(described) + (has_table ? scene_.key(*operand) : "");
-    return {
-        etag_of(key), "application/json", [=, &computes = computes_] {
-            (void)grade;  // keeps the operand
-            return http_body(has_table ? describe_table(described, computes.read_table(*operand)) : to_text(described));
-        }};
+    const std::string key = to_text(described) + (has_table ? scene_.key(*operand) + "," + std::to_string(points) : "");
+    return {etag_of(key), "application/json", [=, &computes = computes_] {
+                (void)grade;  // keeps the operand
+                return http_body(has_table ? describe_table(described, thin_out(computes.read_table(*operand), points))
+                                           : to_text(described));
+            }};
 }
 
 std::string routes::etag_of(const std::string& key) const {
@@ -283,7 +305,11 @@ void routes::note_obstacles() {
 // ---- Faults ----
 
 void routes::get_faults(const call& given) {
-    given.exchange->answer(json_answer({{"faults", service_.faults().list()}}));
+    ordered_json kinds = ordered_json::array();
+    for (const fault_kind& kind : fault_kinds)
+        kinds.push_back({{"kind", kind.name}, {"milliseconds", kind.milliseconds}, {"help", kind.help}});
+    given.exchange->answer(
+        json_answer({{"faults", service_.faults().list()}, {"commands", command_names()}, {"kinds", kinds}}));
 }
 
 void routes::add_fault(const call& given) {

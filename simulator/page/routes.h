@@ -47,6 +47,7 @@ class routes {
     static const std::vector<route_entry>& table();
 
     void run(const route_entry& entry, const call& given);
+    void get_file(const call& given);
     void get_input(const call& given);
     void get_channel(const call& given);
     void get_output(const call& given);
@@ -62,7 +63,7 @@ class routes {
     void reset(const call& given);
 
     void answer_picture(const call& given, std::function<shot()> take);
-    render_plan plan_component(std::int32_t channel, std::int32_t index) const;
+    render_plan plan_component(std::int32_t channel, std::int32_t index, std::size_t points) const;
     std::string etag_of(const std::string& key) const;
     void note_obstacles();
 

@@ -59,6 +59,7 @@ class scene {
     // The pictures of the inputs, in order; null is no signal. Device and renderer outlive this object.
     scene(const device_state& device, const renderer& computes, std::vector<picture> inputs);
 
+    bool has_signal(std::int32_t input) const { return arriving(input) != nullptr; }
     shot output(std::int32_t index) const;
     shot channel(std::int32_t index) const;
     shot preset(std::int32_t index) const;  // on input 1

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 
 #include "simulator/device/model.h"
 
@@ -101,13 +102,20 @@ std::string to_text(const ordered_json& value) {
 }
 
 ordered_json describe_device(const device_state& device, const scene& seen) {
-    ordered_json described = {
-        {"model", describe_model(device)},   {"maxPresetsListSize", model::library_capacity},
-        {"presets", ordered_json::array()},  {"override", describe_place(device, device.override_preset())},
-        {"channels", ordered_json::array()}, {"connections", describe_connections(device)},
-        {"options", ordered_json::object()}, {"clients", ordered_json::array()}};
+    ordered_json described = {{"model", describe_model(device)},
+                              {"maxPresetsListSize", model::library_capacity},
+                              {"presets", ordered_json::array()},
+                              {"override", describe_place(device, device.override_preset())},
+                              {"inputs", ordered_json::array()},
+                              {"channels", ordered_json::array()},
+                              {"connections", describe_connections(device)},
+                              {"options", ordered_json::object()},
+                              {"clients", ordered_json::array()}};
     for (std::int32_t i = 1; i <= device.presets().size(); ++i)
         described["presets"].push_back(describe_preset(device, seen, i));
+    for (std::size_t i = 1; i <= device.model().inputs; ++i)
+        described["inputs"].push_back(
+            {{"inputIndex", i}, {"hasSignal", seen.has_signal(static_cast<std::int32_t>(i))}});
     for (std::size_t i = 1; i <= device.model().channels.size(); ++i)
         described["channels"].push_back(describe_channel(device, seen, static_cast<std::int32_t>(i)));
     for (const auto& option : device.model().options) described["options"][option.first] = device.option(option.first);
@@ -140,6 +148,21 @@ ordered_json describe_component(const shown_component& component) {
     described["runs"] = component.runs;
     described["reason"] = component.runs ? ordered_json(nullptr) : ordered_json(component.reason);
     return described;
+}
+
+colour::lut_table thin_out(colour::lut_table table, std::size_t points) {
+    if (points < 2 || table.size <= points) return table;
+    const auto place = [&](std::size_t i) { return (i * (table.size - 1) + (points - 1) / 2) / (points - 1); };
+    colour::lut_table thin{table.is_cube, points, {}};
+    const std::size_t planes = table.is_cube ? points : 1;
+    for (std::size_t i = 0; i < planes * planes * points; ++i) {
+        std::size_t from = place(i % points);  // red fastest
+        if (table.is_cube)
+            from += table.size * (place(i / points % points) + table.size * place(i / (points * points)));
+        thin.values.insert(thin.values.end(), table.values.begin() + static_cast<std::ptrdiff_t>(3 * from),
+                           table.values.begin() + static_cast<std::ptrdiff_t>(3 * from + 3));
+    }
+    return thin;
 }
 
 std::string describe_table(const ordered_json& component, const colour::lut_table& table) {

@@ -186,7 +186,7 @@ class Page(unittest.TestCase):
         self.do(preset("evening \xff<b>", *GRADE), ("setSelectedPreset", {"channelIndex": 1, "presetIndex": 1}),
                 live(*GRADE, cdl, {"type": "saturation", "dataFormat": "cdl", "data": b"\0"}), state(5))
         told = self.json("state.json")
-        self.assertEqual(set(told), {"model", "presets", "override", "media", "channels", "connections", "options", "faults",
+        self.assertEqual(set(told), {"model", "presets", "override", "media", "inputs", "channels", "connections", "options", "faults",
                                      "revision", "instance", "maxPresetsListSize", "clients"})
         channel = told["channels"][0]
         self.assertEqual([(each["type"], each["typeIndex"], each["runs"], each["reason"]) for each in channel["components"]],
@@ -204,6 +204,10 @@ class Page(unittest.TestCase):
         self.assertEqual((table["size"], len(table["samples"])), (3, 27))
         for got, held in zip(table["samples"], CUBE_HELD):
             self.assertLess(max(abs(a - b) for a, b in zip(got, held)), 1e-6)
+        ends = self.json("channels/1/components/3.json?points=2")
+        self.assertEqual((ends["size"], ends["samples"]), (2, [table["samples"][i] for i in (0, 2, 6, 8, 18, 20, 24, 26)]))
+        self.assertEqual(self.json("channels/1/components/1.json?points=5")["samples"][3],
+                         self.json("channels/1/components/1.json")["samples"][12])
         self.assertEqual(self.json("channels/1/components/2.json")["power"], CDL["power"])
         self.simulator.wait_for("3 ! channel 1: cdl 2 doesn't run: slope must not be below 0\n")
         self.assertEqual(len(self.json("log/3.json")["notes"]), 2)
@@ -260,11 +264,11 @@ class Page(unittest.TestCase):
 
     def test_refuses_what_it_should(self):
         self.start()
-        for path, status in (("", 404), ("outputs/3.png", 404), ("outputs/0.png", 404), ("presets/1.png", 404),
+        for path, status in (("index.html", 404), ("outputs/3.png", 404), ("outputs/0.png", 404), ("presets/1.png", 404),
                              ("log/1.json", 404), ("channels/1/components/1.json", 404), ("../state.json", 404),
                              ("outputs/1.png?depth=12", 400), ("outputs/1.png?width=0", 400), ("outputs/1.png?width=x", 400),
                              ("outputs/1.png?only=1", 400), ("channels/1.png?without=1", 400), ("log.json?since=x", 400),
-                             ("state.json?%", 400), ("state.json?a=1&a=1", 400)):
+                             ("channels/1/components/1.json?points=x", 400), ("state.json?%", 400), ("state.json?a=1&a=1", 400)):
             self.assertEqual(self.ask(path)[0], status, path)
         self.assertEqual([self.ask("faults", "PUT")[1]["Allow"], self.ask("reset")[0]], ["GET, HEAD, POST, DELETE", 405])
         for status, headers in ((200, {"Host": "localhost:1"}), (200, {"Origin": f"http://127.0.0.1:{self.page}"}),
@@ -275,7 +279,7 @@ class Page(unittest.TestCase):
             self.assertEqual((got, answered["Access-Control-Allow-Origin"]), (status, None), headers)
         for lines, body, status in (
                 ("GET / HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n", 0, 400), ("GET / HTTP/1.1\r\n\r\n", 0, 400),
-                ("nonsense\r\n\r\n", 0, 400), (self.request(8192), 0, 404), (self.request(8193), 0, 431),
+                ("nonsense\r\n\r\n", 0, 400), (self.request(8192), 0, 200), (self.request(8193), 0, 431),
                 ("GET /" + 9000 * "x", 0, 431), (self.posted("Content-Length: 65536"), 65536, 400),
                 (self.posted("Content-Length: 65537"), 0, 413),
                 (self.posted("Transfer-Encoding: chunked") + "10001\r\n", 65537, 413),
@@ -290,6 +294,16 @@ class Page(unittest.TestCase):
 
     def posted(self, length):
         return f"POST /faults HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n{length}\r\n\r\n"
+
+    def test_serves_the_page(self):
+        self.start()
+        for path, kind in (("", "text/html"), ("page.css", "text/css"), ("main.js", "text/javascript"), ("icon.svg", "image/svg+xml")):
+            status, headers, body = self.ask(path)
+            with open(f"{SOURCE}/simulator/page/web/{path or 'index.html'}", "rb") as file:
+                self.assertEqual((status, headers["Content-Type"], body), (200, kind + "; charset=utf-8", file.read()))
+            self.assertRegex(headers["Content-Security-Policy"], "^default-src 'none'; script-src 'self'; style-src 'self';.* frame-ancestors 'none'$")
+            self.assertEqual(headers["X-Content-Type-Options"], "nosniff")
+            self.assertEqual(self.ask(path, If_None_Match=headers["ETag"])[0], 304)
 
     def test_limits_its_connections(self):
         self.start()
