@@ -5,7 +5,8 @@ const colours = ["#e05050", "#3fa34d", "#5a7dff"];
 const limit = (value, low, high) => Math.min(Math.max(value, low), high);
 
 const context_of = (canvas, side) =>
-    Object.assign(Object.assign(canvas, { width: side, height: side }).getContext("2d"), { strokeStyle: "#707070" });
+    Object.assign(Object.assign(canvas, { width: side, height: side }).getContext("2d"),
+        { strokeStyle: "#707070", lineWidth: 1.5 });
 
 function draw_line(context, points) {
     context.beginPath();

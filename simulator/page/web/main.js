@@ -8,27 +8,26 @@ import { draw_log } from "./log.js";
 import { draw_presets } from "./presets.js";
 
 const pause = 100, retry_pause = 1000; // milliseconds
-const sections = { signal: ["signal", "log"], channel: ["channel"], preset: ["presets"], log: ["log"],
-    device: ["device"] };
+const views = ["signal", "channel", "preset", "log", "device"];
 let is_drawing = false, is_wanted = false, is_painting = false, is_behind = false;
 
 // What stands behind the #: a view, the number of what is opened in it, and what it leaves out.
 function read_place() {
     const query = new URLSearchParams(location.hash.slice(1));
-    const view = Object.keys(sections).find((name) => query.has(name)) ?? "signal";
+    const view = views.find((name) => query.has(name)) ?? "signal";
     return { view, index: Number(query.get(view)) || 0, query };
 }
 
 function draw_frame({ model, channels }, { view, index }) {
     document.body.dataset.view = view;
-    for (const section of document.querySelectorAll("section")) section.hidden = !sections[view].includes(section.id);
+    for (const name of views) by_id(name).hidden = name !== view && !(name === "log" && view === "signal");
     set_text(by_id("device-name"), model.friendlyName);
-    const views = [["#", "Signal path"], ...channels.map((each) => [`#channel=${each.channelIndex}`, each.channelName]),
+    const links = [["#", "Signal path"], ...channels.map((each) => [`#channel=${each.channelIndex}`, each.channelName]),
         ["#preset", "Presets"], ["#log", "Log"], ["#device", "Device"]];
     const here = view === "signal" ? "#" : view === "channel" ? `#channel=${index}` : `#${view}`;
-    rebuild(by_id("views"), { views, here }, () => views.map(([link, name], i) =>
+    rebuild(by_id("views"), { links, here }, () => links.map(([link, name], i) =>
         element("a", { href: link, id: `view-${i}`, "aria-current": link === here ? "page" : null }, name)));
-    document.title = `${views.find(([link]) => link === here)?.[1] ?? view} – ${model.friendlyName}`;
+    document.title = `${links.find(([link]) => link === here)?.[1] ?? view} – ${model.friendlyName}`;
 }
 
 // Pictures come when they come; the rest doesn't wait for them.
