@@ -3,6 +3,7 @@
 #   liblutc1      the library, and the stand-in for the device's libqv unless LUTC_QV_LIBRARY names the real one
 #   liblutc-dev   headers, CMake and pkg-config files, lutc(3), examples
 #   lutc-tools    lutc, lutc-simulator, lutc-trace, their pages and completions
+#   python3-lutc  import lutc
 set(LUTC_PACKAGE_CONTACT "lutc maintainers <maintainers@users.noreply.lutc.example>" CACHE STRING
     "Name and address of whoever publishes the packages")
 
@@ -20,7 +21,8 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
         DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md debian/changelog.py
         VERBATIM)
     add_custom_target(lutc_debian_changelog ALL DEPENDS ${folder}/changelog.gz)
-    foreach(pair IN ITEMS runtime:${runtime_package} development:liblutc-dev tools:lutc-tools)
+    foreach(pair IN ITEMS runtime:${runtime_package} development:liblutc-dev tools:lutc-tools
+                              python:python3-lutc)
         string(REPLACE ":" ";" pair ${pair})
         list(GET pair 0 component)
         list(GET pair 1 package)
@@ -35,6 +37,21 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION share/doc/liblutc-dev COMPONENT development)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION share/doc/liblutc-dev COMPONENT development
             FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+
+    # What pip would install from the wheel.
+    if(NOT LUTC_WHEEL)
+        message(FATAL_ERROR "python3-lutc needs Python 3, setuptools and wheel to be built")
+    endif()
+    add_custom_command(
+        OUTPUT ${folder}/wheel.stamp
+        COMMAND ${CMAKE_COMMAND} -E rm -rf ${folder}/wheel
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}/wheel
+        COMMAND ${CMAKE_COMMAND} -E chdir ${folder}/wheel ${CMAKE_COMMAND} -E tar xf ${LUTC_WHEEL}
+        COMMAND ${CMAKE_COMMAND} -E touch ${folder}/wheel.stamp
+        DEPENDS ${LUTC_WHEEL}
+        VERBATIM)
+    add_custom_target(lutc_debian_python ALL DEPENDS ${folder}/wheel.stamp)
+    install(DIRECTORY ${folder}/wheel/ DESTINATION lib/python3/dist-packages COMPONENT python)
 endif()
 
 set(CPACK_GENERATOR DEB)
@@ -45,7 +62,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package's description opens wi
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_COMPONENTS_ALL runtime development tools python)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -88,5 +105,22 @@ colour-processing device, sends it grades, routes its video and sets its
 options. lutc-simulator stands in for the device's colour service where there
 is no device. lutc-trace shows what programs send to the service, and what it
 answers.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-lutc)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3:any (>= 3.9), ${runtime_package} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "lutc-tools, python3-pytest")
+foreach(script IN ITEMS postinst prerm)
+    configure_file(debian/python3-lutc.${script} debian/python/${script} COPYONLY)
+    list(APPEND CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/debian/python/${script})
+endforeach()
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "control a video colour-processing device from Python 3
+The functions of liblutc for Python: presets, grades, LUTs as numpy arrays,
+channels, routing and options of a video colour-processing device; and a
+simulated device for tests, with a fixture for pytest.")
 
 include(CPack)

@@ -1,0 +1,229 @@
+"""import lutc, held against the header and the simulator."""
+import concurrent.futures
+import ctypes
+import errno
+import os
+import pickle
+import re
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import numpy
+
+import lutc
+from lutc import _arrays, _library, records
+
+SOURCE = os.environ["LUTC_SOURCE_DIR"]
+sys.path[:0] = [os.path.join(SOURCE, "tests", "support"), os.path.join(SOURCE, "tests", "docs")]
+import png  # noqa: E402
+import reader  # noqa: E402
+
+HEADER = reader.text("interface", "include", "lutc", "lutc.h")
+CDL = lutc.Cdl([1.1, 1, 0.9], (0, -0.25, 0.5), numpy.array([1, 2, 1]), 0.9, slot=1)
+VALUES = "power=[1 2 1] slope=[1.1 1 0.9] offset=[0 -0.25 0.5] saturation=0.9"
+LUT, PATTERN = lutc.Lut1D("f", bytes(12), 2), lutc.TestPattern("square", 3, 0.5, (65535, 1, 2), (3, 4, 5))
+ODD = "\udcff \udc80 ä"  # no UTF-8
+ROUTE = lutc.VideoConnection(lutc.VideoEnd.INPUT, 2, lutc.VideoEnd.OUTPUT, 1)
+SENT = [  # a call, how what it sends begins, and what it returns
+    (lambda: lutc.send_preset("a", [CDL], to_index=1, combination=2, apply=True, channel=1), 'sendPreset presetName="a" '
+     'toIndex=1 gradeComboIndex=2 applyPreset=true applyChannel=1 gradeCombo=[{typeIndex=1 type="cdl" dataFormat="cdl" '
+     + VALUES, None),
+    (lambda: lutc.send_preset("b", []), 'sendPreset presetName="b" gradeCombo=[]', None),
+    (lambda: lutc.recv_preset(1), "getPreset presetIndex=1", lutc.StoredPreset(2, [CDL])),
+    (lambda: lutc.rename_preset(2, new_name=ODD), 'renamePreset presetIndex=2 newName="', None),
+    (lambda: lutc.move_preset(ODD, to_index=1), 'movePreset presetName="', None),
+    (lutc.preset_list, "getPresetsList", lutc.PresetLibrary([lutc.PresetEntry(ODD, 1, ["1dlut", "cdl", "3dlut"]),
+                                                             lutc.PresetEntry("a", 2, ["cdl", "saturation"])], 100)),
+    (lambda: lutc.get_preset(channel=1), "getSelectedPreset channelIndex=1", lutc.PresetChoice("a", 2)),
+    (lambda: lutc.set_preset(ODD, channel=2), 'setSelectedPreset channelIndex=2 presetName="', None),
+    (lambda: lutc.set_override_preset("a"), 'setOverridePreset presetName="a"', None),
+    (lutc.get_override_preset, "getOverridePreset", lutc.PresetChoice("a", 2)),
+    (lambda: lutc.delete_preset("a"), 'deletePreset presetName="a"', None),
+    (lutc.save_presets_to_media, "savePresetsToMedia", None), (lutc.delete_all_presets, "deleteAllPresets", None),
+    (lutc.load_presets_from_media, "loadPresetsFromMedia", None),
+    (lambda: lutc.send_combination(2, channel=1, reset=True), "sendGradeCombo channelIndex=1 resetAndApply=true grade", None),
+    (lambda: lutc.send_cdl(CDL, channel=1, slot=3), f"sendCDL channelIndex=1 resetAndApply=false cdlIndex=3 {VALUES}", None),
+    (lambda: lutc.send_saturation(0.5, reset=True), "sendSaturation resetAndApply=true saturation=0.5", None),
+    (lambda: lutc.send_lut(LUT), 'sendLut resetAndApply=false lutIndex=2 type="1dlut" dataFormat="f" data=', None),
+    (lambda: lutc.send_live([PATTERN], channel=1, combination=2), "sendLive channelIndex=1 gradeComboIndex=2 resetAndApply="
+     'false gradeCombo=[{type="tpg" patternType="square" videoFormat=3 squareSize=0.5 fgColor=[65535 1 2] bgColor=[3 4 5]}', None),
+    (lambda: lutc.client_info("me", serial="7"), 'sendClientInfo clientModel="me" clientSerial="7"', None),
+    (lambda: lutc.model_info().combinations[1], "getModelInfo", ["cdl", "saturation"]),
+    (lambda: lutc.model_info().channels[1], "getModelInfo", lutc.Channel("Channel 2", [1, 3])),
+    (lambda: lutc.set_state(7, channel=2), "setColorTransformState channelIndex=2 colorTransformState=7", None),
+    (lambda: lutc.get_state(channel=2), "getColorTransformState channelIndex=2", 7),
+    (lambda: lutc.set_video_connection(ROUTE), 'setVideoConnection sourceType="input" sourceIndex=2 destinationType="output" '
+     "destinationIndex=1", None), (lambda: ROUTE in lutc.get_video_connections(), "getVideoConnections", True),
+    (lambda: lutc.set_option("note", ODD), 'setOption name="note" value="', None),
+    (lambda: lutc.get_option("note"), 'getOption name="note"', ODD)]
+BAD = [lambda: lutc.set_preset(2**31), lambda: lutc.get_state(channel=-2**31 - 1), lambda: lutc.delete_preset("a\0"),
+       lambda: lutc.delete_preset("ä" * 17), lambda: lutc.rename_preset(1, new_name="n" * 33), lambda: lutc.set_preset(True),
+       lambda: lutc.delete_preset(None), lambda: lutc.delete_preset(b"a"), lambda: lutc.set_preset(1.0), lambda: lutc.Cdl([1]),
+       lambda: lutc.rename_preset(1, new_name=None), lambda: lutc.send_live([7]), lambda: lutc.send_cdl(lutc.Saturation()),
+       lambda: lutc.send_saturation("1"), lambda: lutc.send_live([lutc.Lut1D("\0", b"")]), lambda: lutc.Lut1D("f", "text"),
+       lambda: lutc.TestPattern("square", foreground=(0, 0, 65536)), lambda: lutc.set_video_connection(1)]
+
+
+def python(*arguments):
+    return subprocess.run([sys.executable, "-B", *arguments], capture_output=True, text=True, timeout=60)
+
+
+class Library(unittest.TestCase):
+    def test_records_and_numbers_are_those_of_the_header(self):
+        structures = [each for each in vars(_library).values() if isinstance(each, type(ctypes.Structure))]
+        self.assertEqual({each.__name__ for each in structures}, set(re.findall(r"^typedef struct (\w+)", HEADER, re.M)))
+        checks = [f"sizeof({each.__name__}) == {ctypes.sizeof(each)}" for each in structures] + [
+            f"offsetof({each.__name__}, {name}) == {getattr(each, name).offset} && "
+            f"sizeof((({each.__name__}*)0)->{name}) == {getattr(each, name).size}" for each in structures for name, _ in each._fields_]
+        checks += [f"LUTC_VIDEO_{end.name} == {end:d}" for end in lutc.VideoEnd] + [
+            f"LUTC_{header} == {getattr(_library, name)}" for header, name in (
+                ("PRESET_NAME_SIZE", "NAME_SIZE"), ("GRADE_COMBO_SLOTS", "COMBO_SLOTS"),
+                ("MAX_VIDEO_CONNECTIONS",) * 2, ("MODEL_STRING_BUFFER_SIZE",) * 2)] + [
+            f"LUTC_KIND_{name} == {records._KINDS[kind]}" for name, kind in (
+                ("CDL", lutc.Cdl), ("SATURATION", lutc.Saturation), ("LUT_1D", lutc.Lut1D), ("LUT_3D", lutc.Lut3D),
+                ("TEST_PATTERN", lutc.TestPattern))]
+        done = subprocess.run([os.environ["CC"], f"-I{SOURCE}/interface/include", "-fsyntax-only", "-x", "c", "-"], text=True,
+                              capture_output=True, input="#include <lutc/lutc.h>\n#include <stddef.h>\n" + "".join(
+                                  f'_Static_assert({check}, "");\n' for check in checks))
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_every_exported_function_takes_what_the_header_says(self):
+        letters = {"int ": "i", "bool ": "b", "double ": "d", "uint32_t ": "u", "const char* ": "tn"}
+        exported = re.findall(r"^ \S*lutc_([a-z_]+?)(?:iibPKcS0_Phi)?@", reader.text("packaging", "debian", "liblutc1.symbols"), re.M)
+        self.assertEqual(set(exported), set(_library.SIGNATURES))
+        for name in exported:
+            self.assertTrue(callable(getattr(lutc, name)))
+            parameters = re.search(rf"int lutc_{name}\(([^)]*)\)", HEADER)[1].replace("void", "")
+            kinds = re.findall(r"(const char\* |\w+ )\w+(?:,|$)|(\S+) \w+(?:,|$)", parameters)
+            self.assertEqual([letter in letters.get(kind, "p") for (kind, _), letter in zip(
+                kinds, _library.SIGNATURES[name].lower())], [True] * len(_library.SIGNATURES[name]))
+
+    def test_without_the_library_it_says_how_to_install_it(self):
+        done = python("-c", "import ctypes\ndef refuse(*_, **__): raise OSError('none')\nctypes.CDLL = refuse\nimport lutc")
+        self.assertRegex(done.stderr, "ImportError: .*liblutc.so.1 .*liblutc1")
+
+
+class Calls(unittest.TestCase):
+    def setUp(self):
+        device = lutc.simulator.run()
+        self.device = device.__enter__()
+        self.addCleanup(device.__exit__, None, None, None)
+
+    def test_what_is_sent_and_what_comes(self):
+        for call, command, answer in SENT:
+            with self.subTest(command):
+                self.assertEqual(call(), answer)
+                self.assertEqual(self.device.log()[-1]["command"][:len(command)], command)
+        self.assertEqual({entry["command"].split()[0] for entry in self.device.log()}, set(reader.functions().values()))
+
+    def test_grades_come_back_equal(self):
+        cube = numpy.random.default_rng(20).integers(0, 65536, (5, 5, 5, 3), dtype="u2")
+        grade = [CDL, lutc.Lut3D.from_array(cube, slot=1), lutc.Lut1D(ODD, memoryview(bytes(range(48)))[::2], 4),
+                 lutc.Saturation(0.25, 2), lutc.RawColour(bytearray(b"raw"), slot=3)]
+        lutc.send_preset("every kind", [*grade, lutc.Cdl(saturation=0.5, slot=2)])
+        came = lutc.recv_preset("every kind").components
+        self.assertEqual(came, [*grade, lutc.Saturation(0.5, 2)])
+        self.assertTrue((came[1].to_array() == cube).all())
+        self.assertNotEqual(lutc.Lut1D("f", b""), lutc.Lut3D("f", b""))
+
+    def test_failures_are_the_built_in_classes_too(self):
+        for fault, kind, number in [("close", ConnectionResetError, errno.ECONNRESET), ("refuse", lutc.Error, errno.EREMOTEIO),
+                                    ("truncate", lutc.Error, errno.EPROTO), (None, ConnectionRefusedError, errno.ECONNREFUSED)]:
+            self.device.reset()
+            self.device.add_fault(f"*={fault}") if fault else self.doCleanups()
+            for call in (lutc.preset_list, lutc.model_info, lambda: lutc.recv_preset("a"), lambda: lutc.get_option("a")):
+                with self.assertRaises(kind) as failed:
+                    call()
+                self.assertEqual(pickle.loads(pickle.dumps(failed.exception)).errno, number)
+            self.assertEqual((failed.exception.call, isinstance(failed.exception, lutc.Error)), ("lutc_get_option", True))
+        reasons = re.findall(r'case (E\w+):\s+return "(.*)";', reader.text("interface", "include", "lutc", "values.hpp"))
+        self.assertEqual({getattr(errno, name): text for name, text in reasons}, _library.REASONS)
+
+    def test_bad_arguments_are_never_sent(self):
+        for call in BAD:
+            self.assertRaises((TypeError, ValueError), call)
+        self.assertEqual(self.device.log(), [])
+
+    def test_the_simulated_device(self):
+        with self.assertRaisesRegex(RuntimeError, "only one"), lutc.simulator.run():
+            self.fail()
+        depth, rows = png.read(self.device.picture("outputs/1", depth=16, width=40))
+        self.assertEqual(self.device.array("outputs/1", depth=depth, width=40).tolist(), [[list(p) for p in row] for row in rows])
+        self.assertRaises(ValueError, self.device.picture, "outputs/9")
+        self.doCleanups()
+        with self.assertRaises(KeyError), lutc.simulator.run(["*=refuse"]) as device:
+            raise KeyError(self.assertEqual(len(device.state()["faults"]), 1))
+        with tempfile.NamedTemporaryFile("w", suffix="_test.py") as file:
+            file.write("def test_a(lutc_simulator): lutc_simulator.add_fault('*=close')\n"
+                       "def test_b(lutc_simulator): assert lutc_simulator.state()['faults']\n")
+            file.flush()
+            done = python("-m", "pytest", "-p", "pytest_lutc", "-p", "no:cacheprovider", file.name)
+        self.assertIn("1 failed, 1 passed", done.stdout)
+
+    def test_nothing_is_left_of_10000_calls(self):
+        lutc.send_preset("a", [CDL, lutc.Lut1D("f", bytes(10000))])
+        left = []
+        for calls in (200, 2000):  # of five
+            for _ in range(calls):
+                self.assertEqual(len(lutc.recv_preset("a").components + lutc.preset_list().presets + lutc.model_info().channels), 5)
+                self.assertRaises(lutc.Error, lutc.recv_preset, "b")
+                lutc.send_live([CDL, PATTERN])
+            left.append((len(os.listdir("/proc/self/fd")), resource.getrusage(resource.RUSAGE_SELF).ru_maxrss))
+        self.assertEqual(left[0][0], left[1][0])
+        self.assertLess(left[1][1] - left[0][1], 2000)  # KiB; the table alone would be 20,000
+
+    def test_threads_get_their_own_answers(self):
+        def ask(name):
+            self.assertRaises(lutc.Error, lutc.recv_preset, "none")
+            return [lutc.recv_preset(name).components[0].format for _ in range(20)]
+        names = [f"preset {i}" for i in range(64)]
+        for name in names:
+            lutc.send_preset(name, [lutc.Lut1D(name, bytes(1000))])
+        with concurrent.futures.ThreadPoolExecutor(64) as callers:
+            self.assertEqual(list(callers.map(ask, names)), [[name] * 20 for name in names])
+
+    def test_ctrl_c_ends_a_call_with_the_call(self):
+        self.device.add_fault("getOption=delay,1500")
+        program = subprocess.Popen([sys.executable, "-Bc", "import lutc; lutc.get_option('note')"], stderr=subprocess.PIPE)
+        while not self.device.log():
+            pass
+        program.send_signal(signal.SIGINT)
+        self.assertIn(b"KeyboardInterrupt", program.communicate(timeout=60)[1])
+
+
+class Arrays(unittest.TestCase):
+    def test_tables_are_those_of_the_tool(self):
+        cube = numpy.random.default_rng(21).random((3, 3, 3, 3), dtype="f4")
+        for layout in [f"{samples}-{end}{order}" for samples in _arrays.LARGEST for end in ("le", "be")
+                       for order in ("", "-red-fastest", "-blue-fastest")]:
+            samples, end, *order = layout.split("-", 2)
+            lut, array = (lutc.Lut3D, cube) if order else (lutc.Lut1D, cube[0, 0])
+            rows = (cube.transpose(2, 1, 0, 3) if order else array).reshape(-1, 3)
+            with self.subTest(layout), tempfile.TemporaryDirectory() as folder:
+                numpy.savetxt(f"{folder}/a.cube", rows, "%.9g", header=f"LUT_{3 if order else 1}D_SIZE 3", comments="")
+                subprocess.run(["lutc", "lut", "pack", "a.cube", "--samples", samples, "--byte-order", {"le": "little", "be": "big"}[end],
+                                *(["--order", order[0]] if order else []), "-o", "a.bin"], cwd=folder, check=True, capture_output=True)
+                packed = lut.from_array(array, layout, slot=3)
+                with open(f"{folder}/a.bin", "rb") as file:
+                    self.assertEqual(packed, lut(layout, file.read(), 3))
+                self.assertEqual(lut.from_array(packed.to_array(), layout, slot=3), packed)
+
+    def test_what_fits_no_table_is_refused(self):
+        for shape, value, layout, said in [
+                ((2, 4), 0, "uint16-le", r"shape \(N, 3\).* not \(2, 4\)"), ((2, 3), 1024, "uint10in16-le", "0 to 1023"),
+                ((2, 3), 0, "uint16-le-red-fastest", "no layout of a curve"), ((2, 3), -1, "uint16-le", "0 to 65535"),
+                ((2, 3), 1.0001, "uint16-le", "0 to 1,"), ((2, 3), numpy.nan, "uint16-le", "nan"),
+                ((2, 3), numpy.inf, "float32-le", "inf"), ((2, 3), 1e39, "float32-le", r"1e\+39")]:
+            with self.assertRaisesRegex(ValueError, said):
+                lutc.Lut1D.from_array(numpy.full(shape, value), layout)
+        self.assertEqual(lutc.Lut1D.from_array(numpy.full((2, 3), -2.5), "float32-le").to_array().min(), -2.5)
+        self.assertRaisesRegex(ValueError, r"shape \(N, N, N, 3\)", lutc.Lut3D.from_array, numpy.zeros((2, 2, 3)))
+        self.assertRaisesRegex(ValueError, "30 bytes", lutc.Lut3D("uint16", bytes(30)).to_array)
+
+
+if __name__ == "__main__":
+    unittest.main()
