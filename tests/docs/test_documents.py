@@ -1,7 +1,8 @@
 """Every code block of the documents: C and C++ compile, JSON parses, shell commands run against a simulator.
 
 A shell block behind a comment <!-- not run: why --> is passed over. The blocks of one document share a folder and run
-in their order; the files that they mention and don't make are those of prepare().
+in their order; the files that they mention and don't make are those of prepare(). What is in Python runs in python.md
+alone, and prints what the text behind it says.
 """
 import json
 import os
@@ -26,7 +27,7 @@ NOT_CODE = {"text", "hex", "console", "mermaid", "cmake"}  # cmake: the packages
 
 
 def prepare(folder):
-    """Puts the files that the documents' commands read into the folder, and one preset "evening" into the library."""
+    """Puts the files that the documents' commands read into the folder."""
     def make(name, content):
         with open(os.path.join(folder, name), "w") as file:
             file.write(content)
@@ -41,7 +42,6 @@ def prepare(folder):
     make("grade.json", json.dumps({"name": "evening", "gradeComboIndex": 1, "components": [
         {"type": "cdl", "typeIndex": 1, "slope": [1.1, 1, 0.9], "offset": [0, 0, 0], "power": [1, 1, 1],
          "saturation": 0.9}]}))
-    subprocess.run([programs.TOOL, "presets", "upload", "grade.json"], cwd=folder, check=True, capture_output=True)
 
 
 class Documents(unittest.TestCase):
@@ -86,6 +86,7 @@ class Documents(unittest.TestCase):
             with self.subTest(document=document.name), \
                     programs.simulator(), tempfile.TemporaryDirectory() as folder:
                 prepare(folder)
+                subprocess.run([programs.TOOL, "presets", "upload", "grade.json"], cwd=folder, check=True, capture_output=True)
                 result = programs.run("bash", "-euo", "pipefail", "-c", script, cwd=folder, env=environment)
                 self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
 
@@ -107,6 +108,23 @@ class Documents(unittest.TestCase):
                     done = programs.run("sh", "-c", start + "lutc presets override set --name evening;" + example, cwd=folder,
                                         env=environment)
                     self.assertEqual(done.returncode, 0, example + done.stdout + done.stderr)
+
+    @unittest.skipIf(SANITIZE, "a sanitized library can't be loaded")
+    def test_python_prints_what_the_page_says(self):
+        cells = [(line, language, text) for line, language, _, text in blocks(SOURCE.joinpath("docs", "python.md").read_text())
+                 if language in ("python", "text")]
+        script = "".join(text + "print('--- end')\n" for _, language, text in cells if language == "python")
+        environment = dict(os.environ, LD_LIBRARY_PATH=LIBRARIES, PYTHONPATH=str(SOURCE / "python"), PATH=os.pathsep.join(
+            [os.path.dirname(programs.SIMULATOR), os.environ["PATH"]]))
+        script += "with lutc.simulator.run() as device:\n    test_the_look_warms(device)\n"
+        with tempfile.TemporaryDirectory() as folder:
+            prepare(folder)
+            result = programs.run("/usr/bin/python3", "-B", "-c", script, cwd=folder, env=environment)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        printed = iter(result.stdout.split("--- end\n"))
+        for (line, language, _), (_, behind, text) in zip(cells, [*cells[1:], (0, "", "")]):
+            if language == "python":
+                self.assertEqual(next(printed), text if behind == "text" else "", line)
 
     def test_readme_example(self):
         readme = blocks(SOURCE.joinpath("README.md").read_text())
