@@ -75,11 +75,12 @@ void build_app(CLI::App& app, lutc_cli::output_style& style) {
     app.require_subcommand(1);
     for (const auto add :
          {lutc_cli::add_client, lutc_cli::add_model, lutc_cli::add_presets, lutc_cli::add_grade, lutc_cli::add_state,
-          lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_dump, lutc_cli::add_lut, lutc_cli::add_config}) {
+          lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_watch, lutc_cli::add_dump, lutc_cli::add_lut,
+          lutc_cli::add_config}) {
         add(lutc_cli::command(&app, style));
     }
     app.add_subcommand("help", "Show the help of a command");
-    set_title(app, "The device", {"client", "model", "state", "video", "option"});
+    set_title(app, "The device", {"client", "model", "state", "video", "option", "watch"});
     set_title(app, "Presets and grades", {"presets", "grade"});
     set_title(app, "Files, without a service", {"lut", "dump", "config"});
     set_title(app, "About lutc", {"help"});

@@ -86,6 +86,10 @@ argument command::add_text(const char* name, std::optional<std::string>& value, 
     return argument(app_->add_option(name, value, description));
 }
 
+argument command::add_texts(const char* name, std::vector<std::string>& values, const char* description) const {
+    return argument(app_->add_option(name, values, description)->allow_extra_args(false));
+}
+
 argument command::add_path(const char* name, std::string& path, const char* description) const {
     // An empty path would be the current folder, which nobody means.
     const auto fault = [](const std::string& text) { return text.empty() ? "must not be empty" : std::string(); };

@@ -95,6 +95,7 @@ class command {
     argument add_flag(const char* name, bool& value, const char* description) const;
     argument add_text(const char* name, std::string& value, const char* description) const;
     argument add_text(const char* name, std::optional<std::string>& value, const char* description) const;
+    argument add_texts(const char* name, std::vector<std::string>& values, const char* description) const;  // repeated
     argument add_path(const char* name, std::string& path, const char* description) const;  // required, not empty
     argument add_choice(const char* name, std::string& value, const std::vector<std::string>& choices,
                         const char* description) const;

@@ -2,6 +2,10 @@
 #ifndef LUTC_CLI_COMMANDS_COMMANDS_H
 #define LUTC_CLI_COMMANDS_COMMANDS_H
 
+#include <optional>
+#include <string>
+
+#include <lutc/lutc.hpp>
 #include "cli/commands/command.h"
 
 namespace lutc_cli {
@@ -19,6 +23,10 @@ void add_option(const command& tool);
 void add_dump(const command& tool);
 void add_lut(const command& tool);
 void add_config(const command& tool);
+void add_watch(const command& tool);
+
+// The end of a video connection as users write it, such as "input:1".
+std::string show_end(const std::optional<lutc::video_end>& type, int index);
 
 }  // namespace lutc_cli
 

@@ -35,10 +35,6 @@ connection_end read_end(const std::string& text) {
     return end;
 }
 
-std::string show_end(const std::optional<lutc::video_end>& type, int index) {
-    return (type ? end_names[static_cast<std::size_t>(*type)] : "unknown") + (":" + std::to_string(index));
-}
-
 ordered_json list_connections() {
     ordered_json list = ordered_json::array();
     for (const lutc::video_connection& route : lutc::get_video_connections()) {
@@ -73,6 +69,10 @@ struct connect_options {
 };
 
 }  // namespace
+
+std::string show_end(const std::optional<lutc::video_end>& type, int index) {
+    return (type ? end_names[static_cast<std::size_t>(*type)] : "unknown") + (":" + std::to_string(index));
+}
 
 void add_video(const command& tool) {
     const command group = tool.add_group("video", "Routing between inputs, channels and outputs");

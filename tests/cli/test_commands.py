@@ -2,11 +2,14 @@
 import json
 import os
 import pty
+import signal
 import struct
 import subprocess
+import threading
 import unittest
 
 from tool import DONE, LUTC, NOBODY, REFUSED, USAGE, WithFolder, WithSimulator
+from service import listener  # noqa: E402, found by tool
 
 DOCUMENT = bytes.fromhex("0C000000 10 6100 01000000 00".replace(" ", ""))
 
@@ -41,7 +44,8 @@ class Alone(WithFolder):
                    (USAGE, "presets download - --index 1", "give a file"),
                    (USAGE, "video connect output:1 channel:1", "can't be a source"),
                    (USAGE, "video connect input:1 input:2", "can't be a destination"),
-                   (USAGE, "video connect input:1 channel:x", "channel:x"))
+                   (USAGE, "video connect input:1 channel:x", "channel:x"),
+                   (USAGE, "watch --interval 1h", "'1h' is no time"))
 
     def test_wrong_grade_files_name_the_place(self):
         square = '{"type":"tpg","patternType":"square","videoFormat":1,"squareSize":1,'
@@ -225,6 +229,44 @@ class Device(WithSimulator):
         raw = os.fsencode("a") + b"\xc3\xe9"
         result = subprocess.run([LUTC, "option", "get", raw], capture_output=True)
         self.assertIn(b"option get: 'a\\xC3\\xE9': ", result.stderr)
+
+
+class Watching(WithSimulator):
+    def start(self):
+        """Two who watch, and then a service."""
+        asked, self.watching = threading.Semaphore(0), []
+        with listener(lambda connection: (connection.close(), asked.release())):
+            for options in ([], ["--json"]):
+                watch = subprocess.Popen([LUTC, "watch", "--interval", "20ms", "--option", "note", *options],
+                                         stdout=subprocess.PIPE, text=True)
+                self.addCleanup(watch.stdout.close)
+                self.watching.append(watch)
+                asked.acquire(timeout=60)
+        super().start()
+
+    def test_changes_are_told(self):
+        self.write("a.json", '{"name": "a", "components": []}')
+        preset, chosen = {"presetName": "a", "gradeComboIndex": 1}, {"presetName": "a", "presetIndex": 1}
+        for command, what, channel, value, before, text in [
+                ("model", "service", None, "found", "lost", "service: found (before: lost)"),
+                ("option set note x", "option note", None, "x", "", "option note: x (before: )"),
+                ("state set 5 --channel 2", "state", 2, 5, 0, "channel 2 state: 5 (before: 0)"),
+                ("video connect input:2 output:1", "route output:1", None, "input:2", "channel:1",
+                 "route output:1: input:2 (before: channel:1)"),
+                ("presets upload a.json", "presets", None, [preset], [], "presets: a (before: -)"),
+                ("presets select --name a --channel 1", "selection", 1, chosen, None, "channel 1 selection: a (before: -)"),
+                ("presets override set --index 1", "override", None, chosen, None, "override: a (before: -)"),
+                ("presets override clear", "override", None, None, chosen, "override: - (before: a)")]:
+            self.expect(DONE, *command.split())
+            for watch in self.watching:
+                line = watch.stdout.readline().strip()
+                told = {"what": what, "channel": channel, "value": value, "before": before}
+                self.assertEqual(json.loads(line) if line[0] == "{" else line, told if line[0] == "{" else text)
+        self.simulator.stop()
+        for watch in self.watching:
+            self.assertIn("lost", watch.stdout.readline())
+            watch.send_signal(signal.SIGINT)
+            self.assertEqual((watch.wait(timeout=60), watch.stdout.read()), (DONE, ""))
 
 
 class Asking(WithSimulator):
