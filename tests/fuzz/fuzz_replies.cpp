@@ -9,8 +9,9 @@
 
 namespace {
 
-constexpr bool (*readers[])() = {read_preset_list, read_preset,   read_model, read_video,
-                                 read_option,      read_selected, read_state};
+void (*const readers[])() = {[] { read_preset_list(); }, [] { read_preset(); }, [] { read_model(); },
+                             [] { read_video(); },       [] { read_option(); }, [] { read_selected(); },
+                             [] { read_state(); }};
 
 // {"type": "response", "code": 0, results...}
 std::vector<unsigned char> success_with(const std::uint8_t* results, std::size_t size) {

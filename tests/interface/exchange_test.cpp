@@ -39,10 +39,7 @@ int save(std::vector<step> script, line_kind line = line_kind::socket, int left 
 
 int list() { return read_preset_list() ? 0 : -1; }
 
-int receive() {
-    int count = 0;
-    return lutc_recv_preset("p", 0, nullptr, nullptr, &count);
-}
+int receive() { return read_preset(nullptr, 0, false) ? 0 : -1; }
 
 std::vector<step> script(std::initializer_list<std::vector<step>> parts) {
     std::vector<step> all;

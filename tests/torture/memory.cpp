@@ -18,10 +18,10 @@
 
 #include <lutc/bsonDocument.h>
 #include <lutc/lutc.hpp>
+#include "tests/support/calls.h"
 #include "tests/support/check.h"
 #include "tests/support/documents.h"
 #include "tests/support/prepared_service.h"
-#include "tests/support/readers.h"
 
 #ifdef LUTC_WRAP_MALLOC
 #define HERE(name) __wrap_##name
@@ -99,162 +99,53 @@ int lowest_free_descriptor() {
     return descriptor;
 }
 
-// One use of the library. run: true when it succeeded; false, or std::bad_alloc, when it failed for lack of memory, after
-// it has checked that nothing was written. It frees what it was given, and allocates nothing on its own account.
-template <class Result>
-struct use {
-    const char* name;
-    Result (*run)();
-};
-
-bool succeeds(bool (*run)()) {
-    errno = EXDEV;
-    const bool done = run();
-    CHECK(errno == (done ? EXDEV : ENOMEM));
-    return done;
-}
-bool succeeds(void (*run)()) {
-    try {
-        run();
-        return true;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
-
-template <class Result>
-bool run_with(const use<Result>& one, long first, bool all_after) {
+// One use of the library. run() is true when it succeeded, and false when it failed for lack of memory, after it has
+// checked that nothing was written. It frees what it was given, and allocates nothing on its own account.
+template <class Run>
+bool run_with(const char* name, Run run, long first, bool all_after) {
     allocations = failures = 0;
     first_to_fail = first;
     fail_all_after = all_after;
     const long before = blocks;
     const int descriptor = lowest_free_descriptor();
     counting = true;
-    const bool done = succeeds(one.run);
+    const bool done = run();
     counting = false;
-    if (blocks != before) std::fprintf(stderr, "%s: %ld blocks more than before\n", one.name, blocks - before);
+    if (blocks != before) std::fprintf(stderr, "%s: %ld blocks more than before\n", name, blocks - before);
     CHECK(blocks == before && lowest_free_descriptor() == descriptor && !is_connected());
     return done;
 }
 
-template <class Result>
-void torture(const use<Result>& one) {
-    CHECK(run_with(one, LONG_MAX, false));
+template <class Run>
+void torture(const char* name, Run run) {
+    CHECK(run_with(name, run, LONG_MAX, false));
     const long needed = allocations;
     CHECK(needed > 0);
     for (long k = 1; k <= needed; ++k) {
         for (const bool all_after : {false, true}) {
-            const bool done = run_with(one, k, all_after);
-            if (done || failures == 0) std::fprintf(stderr, "%s: allocation %ld\n", one.name, k);
+            const bool done = run_with(name, run, k, all_after);
+            if (done || failures == 0) std::fprintf(stderr, "%s: allocation %ld\n", name, k);
             CHECK(!done && failures > 0);
         }
-        CHECK(run_with(one, LONG_MAX, false) && allocations == needed);
+        CHECK(run_with(name, run, LONG_MAX, false) && allocations == needed);
     }
-    std::printf("%6ld %s\n", needed, one.name);
+    std::printf("%6ld %s\n", needed, name);
 }
 
-// ---- The exported functions ----
-
-unsigned char table[300] = {1, 2, 3};
-char format[] = "float";
-cdl values{{0, 0, 0}, {1, 1, 1}, {1, 1, 1}, 0.9};
-const testPattern pattern{"square", 1, 0.5, {1, 2, 3}, {4, 5, 6}};
-const gradeComponent components[] = {{LUTC_KIND_CDL, nullptr, 0, 1, nullptr, &values, nullptr},
-                                     {LUTC_KIND_LUT_3D, table, sizeof table, 1, format, nullptr, nullptr},
-                                     {LUTC_KIND_SATURATION, table, 8, 1, nullptr, nullptr, nullptr},
-                                     {LUTC_KIND_TEST_PATTERN, nullptr, 0, 1, nullptr, nullptr, &pattern}};
-const videoConnection route{LUTC_VIDEO_INPUT, 1, LUTC_VIDEO_OUTPUT, 1};
-
-const use<bool> calls[] = {
-    {"lutc_load_presets_from_media", [] { return lutc_load_presets_from_media() == 0; }},
-    {"lutc_save_presets_to_media", [] { return lutc_save_presets_to_media() == 0; }},
-    {"lutc_delete_all_presets", [] { return lutc_delete_all_presets() == 0; }},
-    {"lutc_preset_list", read_preset_list},
-    {"lutc_delete_preset", [] { return lutc_delete_preset("a", 0) == 0; }},
-    {"lutc_rename_preset", [] { return lutc_rename_preset("a", 0, "the new name of the preset") == 0; }},
-    {"lutc_move_preset", [] { return lutc_move_preset("a", 0, 1) == 0; }},
-    {"lutc_get_preset", read_selected},
-    {"lutc_set_preset", [] { return lutc_set_preset(1, "a", 0) == 0; }},
-    {"lutc_get_override_preset", read_override},
-    {"lutc_set_override_preset", [] { return lutc_set_override_preset(nullptr, 0) == 0; }},
-    {"lutc_send_combination", [] { return lutc_send_combination(1, true, 1) == 0; }},
-    {"lutc_send_lut", [] { return lutc_send_lut(1, 1, true, "3dlut", "float", table, sizeof table) == 0; }},
-    {"lutc_send_cdl", [] { return lutc_send_cdl(1, 1, true, &values) == 0; }},
-    {"lutc_send_saturation", [] { return lutc_send_saturation(1, 1, true, 0.5) == 0; }},
-    {"lutc_send_live", [] { return lutc_send_live(1, 1, true, components, 4) == 0; }},
-    {"lutc_send_preset", [] { return lutc_send_preset("a", 0, 1, 1, true, 1, components, 3) == 0; }},
-    {"lutc_recv_preset", read_preset},
-    {"lutc_client_info", [] { return lutc_client_info("model", "version", "serial") == 0; }},
-    {"lutc_model_info", read_model},
-    {"lutc_get_state", read_state},
-    {"lutc_set_state", [] { return lutc_set_state(1, 1) == 0; }},
-    {"lutc_get_video_connections", read_video},
-    {"lutc_set_video_connection", [] { return lutc_set_video_connection(&route) == 0; }},
-    {"lutc_get_option", read_option},
-    {"lutc_set_option", [] { return lutc_set_option("name", "value") == 0; }},
-};
-
-// The C++ face: what the C function handed out is freed when there is no memory to copy it.
-void require(const std::error_code& failure) {
+// A function of the C++ face: what the C function handed out is freed when there is no memory to copy it.
+template <class Call>
+void through_face(Call call) {
+    std::error_code failure;
+    call(failure);
     if (failure.value() == ENOMEM) throw std::bad_alloc();
     CHECK(!failure);
-}
-
-const use<void> of_lists[] = {
-    {"lutc::preset_list",
-     [] {
-         std::error_code failure;
-         lutc::preset_list(failure);
-         require(failure);
-     }},
-    {"lutc::recv_preset",
-     [] {
-         std::error_code failure;
-         lutc::recv_preset(1, failure);
-         require(failure);
-     }},
-};
-const use<void> of_small[] = {
-    {"lutc::model_info",
-     [] {
-         std::error_code failure;
-         lutc::model_info(failure);
-         require(failure);
-     }},
-    {"lutc::send_live",
-     [] {
-         std::error_code failure;
-         lutc::send_live(1, {lutc::cdl_values{}, lutc::lut_1d{"float", {1, 2}, 1}, lutc::test_pattern{"bars"}}, {},
-                         failure);
-         require(failure);
-     }},
-};
-
-// Replies with lists and texts on the heap: what a large buffer takes, and what fits 1024 bytes.
-const std::string combo = "['a rather long name of a kind','cdl']", long_name = "'a text of some length, on the heap'";
-const std::string data = "'typeIndex':1,'dataFormat':'float','data':'hex:" + std::string(600, '0') + "'}";
-const std::string preset = "'gradeComboIndex':1,'gradeCombo':" + combo + "}";
-const std::string lists = "'maxPresetsListSize':9,'presetsList':[{'presetName':'first'," + preset +
-                          ",{'presetName':'second'," + preset +
-                          "],'gradeComboIndex':1,'gradeCombo':[{'type':'cdl','saturation':0.9," + data +
-                          ",{'type':'3dlut'," + data + ",{'type':'saturation'," + data + "]";
-const std::string channel = "{'channelName':'A','supportedGradeComboIndices':[1]}";
-const std::string small =
-    "'presetName':" + long_name + ",'presetIndex':1,'modelName':" + long_name + ",'friendlyName':" + long_name +
-    ",'modelSerial':" + long_name + ",'value':" + long_name + ",'colorTransformState':1,'gradeCombos':[" + combo + "," +
-    combo + "],'gradeChannels':[" + channel + "," + channel +
-    "],'videoConnections':[{'sourceIndex':1,'destinationIndex':1,'sourceType':'input','destinationType':'input'}]";
-
-void prepare(const std::string& results) {
-    const std::string reply = encoded("{'type':'response','code':0," + results + "}");
-    prepared_reply.assign(reply.begin(), reply.end());
 }
 
 // ---- The document classes ----
 
 const std::string long_text(100, 'x');
 const std::unique_ptr<bsonDocument> held =
-    document_from("{'text':'" + long_text + "'," + lists + ",'inner':{'combo':" + combo + "}}");
+    document_from("{'text':'" + long_text + "','inner':{'list':['" + long_text + "']}," + (any_reply + 1));
 bsonDocument& sample = *held;  // nested, with its message
 
 // A setter: after a failure the element has its old value.
@@ -296,11 +187,24 @@ void on_copy(Method method) {
     }
 }
 
-const use<void> methods[] = {
+const struct {
+    const char* name;
+    void (*run)();
+} methods[] = {
+    {"lutc::preset_list", [] { through_face([](std::error_code& e) { lutc::preset_list(e); }); }},
+    {"lutc::recv_preset", [] { through_face([](std::error_code& e) { lutc::recv_preset(1, e); }); }},
+    {"lutc::model_info", [] { through_face([](std::error_code& e) { lutc::model_info(e); }); }},
+    {"lutc::send_live",
+     [] {
+         through_face([](std::error_code& e) {
+             lutc::send_live(1, {lutc::cdl_values{}, lutc::lut_1d{"float", {1, 2}, 1}, lutc::test_pattern{"bars"}}, {},
+                             e);
+         });
+     }},
     {"bsonElement(key)", [] { bsonElement element(long_text); }},
     {"bsonElement(key, boolean)", [] { bsonElement element("k", true); }},
     {"bsonElement(key, string)", [] { bsonElement element("k", long_text); }},
-    {"bsonElement(key, bytes)", [] { bsonElement e("k", table, 9, true, std::uint8_t{1}); }},
+    {"bsonElement(key, bytes)", [] { bsonElement e("k", some_table, 4, true, std::uint8_t{1}); }},
     {"bsonElement(type, ...)", [] { bsonElement e(0x03, "k", sample.message, sample.messageSize, true, 0); }},
     {"new bsonElement", [] { delete new bsonElement; }},
     {"setBoolValue", [] { sets([](bsonElement& e) { e.setBoolValue(true); }); }},
@@ -308,7 +212,7 @@ const use<void> methods[] = {
     {"setInt64Value", [] { sets([](bsonElement& e) { e.setInt64Value(1); }); }},
     {"setDoubleValue", [] { sets([](bsonElement& e) { e.setDoubleValue(1.0); }); }},
     {"setStringValue", [] { sets([](bsonElement& e) { e.setStringValue(long_text); }); }},
-    {"setBinaryValue", [] { sets([](bsonElement& e) { e.setBinaryValue(table, 9, true, 1); }); }},
+    {"setBinaryValue", [] { sets([](bsonElement& e) { e.setBinaryValue(some_table, 4, true, 1); }); }},
     {"getStringValue", [] { sample.elementList[0]->getStringValue(); }},
     {"bsonElement::getCopy", [] { delete sample.getElementWithValueType(0x03, 0)->getCopy(); }},
     {"new bsonDocument", [] { delete new bsonDocument; }},
@@ -335,7 +239,7 @@ const use<void> methods[] = {
     {"addInt32Element", [] { on_copy([](bsonDocument& d) { d.addInt32Element(long_text, 1); }); }},
     {"addDoubleElement", [] { on_copy([](bsonDocument& d) { d.addDoubleElement("k", 1.0); }); }},
     {"addStringElement", [] { on_copy([](bsonDocument& d) { d.addStringElement(1, long_text); }); }},
-    {"addBinaryElement", [] { on_copy([](bsonDocument& d) { d.addBinaryElement("k", table, 9); }); }},
+    {"addBinaryElement", [] { on_copy([](bsonDocument& d) { d.addBinaryElement("k", some_table, 4); }); }},
     {"addDocumentElement",
      [] {
          on_copy([](bsonDocument& d) {
@@ -353,14 +257,16 @@ const use<void> methods[] = {
 int main() {
     static char buffer[4096];
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-    for (const auto& one : calls) {
-        prepare(one.run == read_preset_list || one.run == read_preset ? lists : small);
-        torture(one);
+    const std::string reply = encoded(any_reply);
+    prepared_reply.assign(reply.begin(), reply.end());
+    for (const exported_call& call : exported_calls) {
+        torture(call.command, [&call] {
+            errno = EXDEV;
+            const bool done = call.run() == 0;
+            CHECK(errno == (done ? EXDEV : ENOMEM));
+            return done;
+        });
     }
-    prepare(lists);
-    for (const auto& one : of_lists) torture(one);
-    prepare(small);
-    for (const auto& one : of_small) torture(one);
     sample.elementList.push_back(
         new bsonElement("referred", sample.getElementWithKey("inner", 0)->documentValue, false, false));
     sample.convertElementListToMessage();
@@ -370,10 +276,17 @@ int main() {
         std::fflush(stdout);
         const bool prints = std::string(one.name).find("debugPrint") != std::string::npos;
         dup2(prints ? nowhere : screen, STDOUT_FILENO);
-        torture(one);
+        torture(one.name, [&one] {
+            try {
+                one.run();
+                return true;
+            } catch (const std::bad_alloc&) {
+                return false;
+            }
+        });
     }
     std::fflush(stdout);
     dup2(screen, STDOUT_FILENO);
-    std::printf("%zu functions and methods\n", std::size(calls) + std::size(methods));
+    std::printf("%zu calls and methods\n", exported_calls.size() + std::size(methods));
     return 0;
 }
