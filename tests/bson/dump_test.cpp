@@ -61,6 +61,8 @@ TEST(Dump, nestingIsIndented) {
     EXPECT_EQ(dump_of(*document_from("{'e':{},'a':[[],{'x':null}],'z':true}"), 1),
               "\te:(embedded document){\n\t}\n\ta:(array document)[\n\t\t0:(array document)[\n\t\t]\n"
               "\t\t1:(embedded document){\n\t\t\tx:(null)\n\t\t}\n\t]\n\tz:(boolean)true\n");
+    EXPECT_EQ(dump_of(*document_from("{'d':{'n':5}}")->elementList[0], 1),
+              "\td:(embedded document){\n\t\tn:(int32)5\n\t}\n");
     EXPECT_EQ(dump_of(bsonDocument(), 3), "");
 }
 

@@ -92,6 +92,8 @@ TEST(Element, constructorsAndSettersStoreTheBytesOfTheirKind) {
 
     bsonElement element("k", new bsonDocument, true, true);
     EXPECT_EQ(look(element), "04 00 ");
+    element.setDocumentValue(element.documentValue, true, false);  // the same once more
+    EXPECT_EQ(look(element) + text_of(*element.documentValue), "03 00 {}");
     element.setInt32Value(1);  // the document goes
     EXPECT_EQ(element.documentValue, nullptr);
     element.setBinaryValue(bytes, 2, true, 0x80);

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <lutc/lutc.hpp>
 
+#include "tests/support/calls.h"
 #include "tests/support/documents.h"
 #include "tests/support/scripted_service.h"
 
@@ -42,9 +43,8 @@ TEST(Face, gradesSurviveTheRoundTrip) {
         reply->getElementWithKey("gradeCombo", 0)
             ->documentValue->elementList.push_back(nothing->elementList[0]->getCopy());
     }
-    EXPECT_EQ(call_with(
-                  encoded(*reply), [] { return lutc::recv_preset("p").components.size(); }, 2),
-              66000u);
+    const auto count = [] { return lutc::recv_preset("p").components.size(); };
+    EXPECT_EQ(call_with(encoded(*reply), count, 2), 66000u);
     lutc::cdl_values neutral;
     neutral.slot = 1;
     EXPECT_EQ(returned({neutral}), (lutc::grade{lutc::saturation{1.0, 1}}));
@@ -79,24 +79,19 @@ TEST(Face, kindsAreSettledByTheCombination) {
 }
 
 TEST(Face, answersBecomeValues) {
-    const lutc::preset_library library = call_with(
-        response(
-            "'maxPresetsListSize':9,'presetsList':[{'presetName':'a','gradeComboIndex':2,'gradeCombo':['x','y']}]"),
-        [] { return lutc::preset_list(); });
-    EXPECT_EQ(library, (lutc::preset_library{{{"a", 2, {"x", "y"}}}, 9}));
-    const lutc::model model =
-        call_with(response("'modelName':'m','friendlyName':'f','modelSerial':'s','gradeCombos':[['x'],[]],"
-                           "'gradeChannels':[{'channelName':'c','supportedGradeComboIndices':[2,1]}]"),
-                  [] { return lutc::model_info(); });
-    EXPECT_EQ(model, (lutc::model{"m", "f", "s", {{"x"}, {}}, {{"c", {2, 1}}}}));
+    const auto answer = [](auto call) { return call_with(encoded(any_reply), call); };
+    const std::string text = "a text on a heap";
+    EXPECT_EQ(answer([] { return lutc::preset_list(); }),
+              (lutc::preset_library{{{"a", 1, {text}}, {"b", 1, {"cdl"}}}, 9}));
+    EXPECT_EQ(answer([] { return lutc::model_info(); }),
+              (lutc::model{text, text, text, {{text}, {"x"}}, {{"A", {1}}, {"B", {}}}}));
+    EXPECT_EQ(answer([] { return lutc::get_preset(1); }), (lutc::preset_choice{text, 1}));
+    EXPECT_EQ(answer([] { return lutc::get_option("o"); }), text);
     const auto connections =
         call_with(response("'videoConnections':[{'sourceIndex':1,'sourceType':'input','destinationIndex':2,"
                            "'destinationType':'elsewhere'}]"),
                   [] { return lutc::get_video_connections(); });
     EXPECT_EQ(connections, (std::vector<lutc::video_connection>{{lutc::video_end::input, 1, std::nullopt, 2}}));
-    EXPECT_EQ(call_with(response("'presetName':'a','presetIndex':3"), [] { return lutc::get_preset(1); }),
-              (lutc::preset_choice{"a", 3}));
-    EXPECT_EQ(call_with(response("'value':'abc'"), [] { return lutc::get_option("o"); }), "abc");
 }
 
 TEST(Face, presetsAreNamedByTextOrIndex) {
@@ -127,6 +122,8 @@ TEST(Face, failuresSayWhy) {
 // No service is there, so that a connect fails the test.
 TEST(Face, textsWithAZeroByteAreRefused) {
     const std::string cut("a\0b", 3);
+    const lutc::lut_1d curve{cut, {}, 0};
+    const lutc::lut_3d cube{cut, {}, 0};
     const std::function<void(std::error_code&)> calls[] = {
         [&](std::error_code& e) { lutc::delete_preset(cut, e); },
         [&](std::error_code& e) { lutc::set_preset(1, cut, e); },
@@ -140,12 +137,8 @@ TEST(Face, textsWithAZeroByteAreRefused) {
         [&](std::error_code& e) { lutc::rename_preset(cut, "a", e); },
         [&](std::error_code& e) { lutc::client_info(cut, e); },
         [&](std::error_code& e) { lutc::rename_preset("a", cut, e); },
-        [&](std::error_code& e) {
-            lutc::send_lut(1, lutc::lut_1d{cut, {}, 0}, {}, e);
-        },
-        [&](std::error_code& e) {
-            lutc::send_live(1, {lutc::lut_3d{cut, {}, 0}}, {}, e);
-        },
+        [&](std::error_code& e) { lutc::send_lut(1, curve, {}, e); },
+        [&](std::error_code& e) { lutc::send_live(1, {cube}, {}, e); },
         [&](std::error_code& e) { lutc::send_live(1, {lutc::test_pattern{cut}}, {}, e); },
         [&](std::error_code& e) { lutc::client_info("a", {}, cut, e); },
         [&](std::error_code& e) { lutc::set_option("a", cut, e); },

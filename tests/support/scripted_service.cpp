@@ -80,6 +80,7 @@ int scripted_service::connect(const char* host, const char* port, std::uint32_t*
     peer_ = ends[0];
     descriptor_ = ends[1];
     if (line_ == line_kind::closed_socket || line_ == line_kind::closed_pipe) {
+        for (const step& each : script_) send_in_chunks(each.bytes);
         close(peer_.exchange(-1));
     } else if (line_ != line_kind::unread) {
         sigset_t all, before;  // signals of the tests are for the calling threads

@@ -29,7 +29,7 @@ std::vector<step> dribble(const std::string& bytes, std::size_t piece, int milli
 class scripted_service {
   public:
     // What connect returns: a socket; one whose other end reads slowly or never; -1; a socket that was never connected;
-    // a socket, or the writing end of a pipe, whose other end is closed.
+    // a socket, or the writing end of a pipe, whose other end has sent the script and is closed.
     enum class line_kind { socket, slow, unread, refused, unconnected, closed_socket, closed_pipe };
 
     // After the last step the service is silent. A connect leaves left in errno.

@@ -201,7 +201,7 @@ class Host(unittest.TestCase):
         with Simulator():
             self.assertEqual(elsewhere("import os\nfor d in (0, 1, 2): os.close(d)\n"
                                        "good = all(t.get_option() == b'SIM-0001' for _ in range(10))\n"
-                                       "os._exit(0 if good else 1)"), 0)
+                                       "os._exit(0 if good and os.open('/dev/null', os.O_RDONLY) == 0 else 1)"), 0)
 
     def test_descriptor_table_full(self):
         with Simulator():
