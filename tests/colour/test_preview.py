@@ -86,6 +86,10 @@ class Grades(WithPreview):
         for kind, entries in (("1dlut", ends), ("1dlut", long), ("3dlut", corners)):
             with self.subTest(kind=kind, entries=len(entries)):
                 self.check([self.component(kind, None, entries)])
+        black = {"type": "3dlut", "dataFormat": "uint16", "file": "black.bin"}
+        self.write("black.bin", bytes(6 * 129 ** 3))
+        _, rows = self.preview(self.write("grade.json", json.dumps({"components": [black]})), png.written(ROWS, 16))
+        self.assertEqual(set(itertools.chain(*rows)), {(0, 0, 0)})
 
     def test_what_can_not_run_is_an_error(self):
         table = {"type": "1dlut", "dataFormat": "uint16-le", "file": "table.bin"}
@@ -93,6 +97,8 @@ class Grades(WithPreview):
                  ({**table, "dataFormat": "text"}, 12, "format"),
                  (table, 13, "13 bytes"), (table, 6, "6 bytes"), (table, 6 * 65537, "bytes"),
                  ({**table, "type": "3dlut", "dataFormat": "uint16"}, 6 * 9, "54 bytes"),
+                 ({**table, "type": "3dlut", "dataFormat": "uint16"}, 6 * 130 ** 3, "13182000 bytes"),
+                 ({**table, "dataFormat": "uint10in16-le"}, b"\0\4" * 6, "above 1023"),
                  ({**table, "dataFormat": "float32-le"}, b"\0\0\x80\x7f" * 6, "not finite"),
                  ({"type": "cdl", "file": "table.bin"}, 80, "bytes"),
                  ({"type": "cdl", "slope": [1, -0.1, 1]}, 0, "slope"),
