@@ -1,9 +1,6 @@
 // The exchange: how a reply is received, what is skipped, and what ends a call.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/syscall.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <ctime>
@@ -13,6 +10,7 @@
 #include "tests/support/nesting.h"
 #include "tests/support/readers.h"
 #include "tests/support/scripted_service.h"
+#include "tests/support/signal_storm.h"
 
 namespace {
 
@@ -145,27 +143,10 @@ TEST(Exchange, aCommandThatIsTooLongToEncodeIsNotSent) {
 
 // A reply sees the call through 200 ms in which a signal arrives each millisecond, in the wait and in the message.
 TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
-    static volatile sig_atomic_t count;
-    count = 0;
-    struct sigaction action {
-    }, before{};
-    action.sa_handler = [](int) { count = count + 1; };
-    ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
-    sigevent target{};
-    target.sigev_notify = SIGEV_THREAD_ID;
-    target.sigev_signo = SIGUSR1;
-    target._sigev_un._tid = static_cast<pid_t>(syscall(SYS_gettid));
-    timer_t timer;
-    ASSERT_EQ(timer_create(CLOCK_MONOTONIC, &target, &timer), 0);
-    const itimerspec every_millisecond{{0, 1000000}, {0, 1000000}};
-    timer_settime(timer, 0, &every_millisecond, nullptr);
-
+    const signal_storm storm;
     EXPECT_EQ(punctually(script({{pause(200)}, dribble(ok, 6, 3)}), lutc_save_presets_to_media), 0);
-    EXPECT_GT(count, 50);
+    EXPECT_GT(storm.count(), 50);
     EXPECT_EQ(save({send(ok.substr(0, 9)), pause(apart), send(ok.substr(9))}), EPROTO);
-
-    timer_delete(timer);
-    sigaction(SIGUSR1, &before, nullptr);
 }
 
 // SIGPIPE has its default disposition here, which would end the test.

@@ -1,4 +1,4 @@
-// A silent service. These take the whole wait of 15 seconds, side by side.
+// A silent service, under a signal every millisecond. These take the whole wait of 15 seconds, side by side.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -8,6 +8,7 @@
 #include <lutc/lutc.h>
 #include "tests/support/documents.h"
 #include "tests/support/scripted_service.h"
+#include "tests/support/signal_storm.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ TEST(Timeout, silenceEndsACall) {
     const auto expect = [&](std::vector<step> steps, int result, double least, double most,
                             line_kind line = line_kind::socket) {
         return std::thread([=, &table] {
+            const signal_storm storm;
             scripted_service service(steps, line);
             EXPECT_EQ(outcome_of([&] {
                           return line == line_kind::socket ? lutc_save_presets_to_media()

@@ -8,13 +8,14 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <lutc/lutc.h>
+#include <lutc/lutc.hpp>
 #include "tests/support/check.h"
 
 namespace {
@@ -30,44 +31,24 @@ std::size_t open_descriptors() {
 
 // Stores a table that only this thread has, in a preset that only it knows; reads it back and deletes it.
 void round_trip(const std::string& name) {
-    std::vector<unsigned char> table(1000 + name.size());
-    for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<unsigned char>(name[i % name.size()] + i);
-    gradeComponent sent{}, got{};
-    sent.kind = LUTC_KIND_LUT_3D;
-    sent.data = table.data();
-    sent.dataSize = static_cast<int>(table.size());
-    sent.typeIndex = 1;
-    sent.dataFormat = const_cast<char*>(name.c_str());
-    int count = 1, combination = 0;
-    CHECK(lutc_send_preset(name.c_str(), 0, 0, 1, false, 0, &sent, 1) == 0);
-    CHECK(lutc_recv_preset(name.c_str(), 0, &combination, &got, &count) == 0);
-    CHECK(count == 1 && combination == 1 && got.dataFormat == name);
-    CHECK(got.dataSize == sent.dataSize && std::memcmp(got.data, sent.data, table.size()) == 0);
-    std::free(got.data);
-    std::free(got.dataFormat);
-    CHECK(lutc_delete_preset(name.c_str(), 0) == 0);
-}
-
-void list() {
-    presetEntry* presets = nullptr;
-    int count = 0, most = 0;
-    CHECK(lutc_preset_list(&presets, &count, &most) == 0 && count <= most);
-    for (int i = 0; i < count; ++i) {
-        for (char* const slot : presets[i].gradeCombo.slots) std::free(slot);
-    }
-    std::free(presets);
+    const lutc::grade sent = {lutc::lut_3d{name, std::vector<unsigned char>(name.begin(), name.end()), 1}};
+    lutc::send_preset(name, sent);
+    CHECK(lutc::recv_preset(name).components == sent);
+    lutc::delete_preset(name);
 }
 
 void make_calls(int owner, int rounds) {
     const std::string name = "preset of thread " + std::to_string(owner);
-    const cdl values{{0, 0, 0}, {1, 1, 1}, {1, 1, 1}, 0.9};
-    char serial[64];
     for (int round = 0; round < rounds; ++round) {
         round_trip(name);
-        list();
-        CHECK(lutc_get_option("serialNumber", serial, sizeof serial) == 0 && std::strcmp(serial, "SIM-0001") == 0);
-        CHECK(lutc_set_state(owner, 1 + owner % 2) == 0 && lutc_send_cdl(1, 1, true, &values) == 0);
-        CHECK(lutc_rename_preset(name.c_str(), 0, "another") == -1);  // refused: it is deleted
+        const lutc::preset_library library = lutc::preset_list();
+        CHECK(library.presets.size() <= static_cast<std::size_t>(library.maximum));
+        CHECK(lutc::get_option("serialNumber") == "SIM-0001");
+        lutc::set_state(owner, 1 + owner % 2);
+        lutc::send_cdl(1, lutc::cdl_values{});
+        std::error_code failure;
+        lutc::rename_preset(name, "another", failure);  // it is deleted
+        CHECK(failure.value() == EREMOTEIO);
     }
 }
 
