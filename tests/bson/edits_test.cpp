@@ -37,6 +37,7 @@ TEST(Edits, addersAppendTheirKind) {
 TEST(Edits, typedGettersTellMissingFromMistyped) {
     const auto document = document_from(
         "{'string':'x','int32':-7,'double':0.1,'boolean':true,'binary':'hex:0102','document':{'n':1},'array':[2]}");
+    document->addInt32Element("string", 1);  // is not the first of that key
     const std::pair<const char*, const char*> rows[] = {
         {"missing", "0 0 0 0 0 0 0 0: - 99 99 99 99 99 . ."},
         {"string", "1 -1 -1 -1 -1 -1 -1 -1: x 99 99 99 99 99 . ."},

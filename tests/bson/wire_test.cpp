@@ -11,104 +11,39 @@
 
 namespace {
 
-// Every kind, with what comes back from a round trip beside it where that differs.
-const struct {
-    const char* hex;
-    const char* back;
-} every_kind[] = {
-    {"01 6100 000000000000F83F", nullptr},
-    {"02 6200 03000000 686900", nullptr},
-    {"02 6200 00000000", nullptr},
-    {"03 6300 0C000000 10 6100 01000000 00", nullptr},
-    {"04 6400 14000000 0A 3000 08 3100 01 02 3200 01000000 00 00", nullptr},
-    {"05 6500 02000000 80 AABB", "05 6500 02000000 00 AABB"},
-    {"05 6500 00000000 00", nullptr},
-    {"06 6600", "0A 6600"},
-    {"07 6700 000102030405060708090A0B", nullptr},
-    {"08 6800 01", nullptr},
-    {"09 6900 FFFFFFFFFFFFFFFF", nullptr},
-    {"0A 6A00", nullptr},
-    {"0B 6B00 5E6100 6900", nullptr},
-    {"0C 6C00 02000000 6E00 000102030405060708090A0B", nullptr},
-    {"0D 6D00 02000000 6600", nullptr},
-    {"0E 6E00 02000000 7300", nullptr},
-    {"0F 6F00 16000000 02000000 6600 0C000000 10 6100 01000000 00", nullptr},
-    {"10 7000 FEFFFFFF", nullptr},
-    {"11 7100 0100000002000000", nullptr},
-    {"12 00 0000000000000080", nullptr},
-    {"7F 7200", "0A 7200"},
-    {"FF 7300", "0A 7300"},
-};
-
 std::string wrapped(const std::string& elements) {
     const std::uint32_t length = size_of(elements) + 5;
     return std::string(reinterpret_cast<const char*>(&length), 4) + elements + std::string(1, '\0');
 }
 
-std::string one_of_every_kind(bool round_tripped) {
-    std::string elements;
-    for (const auto& one : every_kind) elements += from_hex(round_tripped && one.back ? one.back : one.hex);
-    return wrapped(elements);
-}
-
-TEST(Wire, everyKindRoundTrips) {
-    const std::string sample = one_of_every_kind(false);
-    bsonDocument document(bytes_of(sample), size_of(sample), true, false);
-    ASSERT_EQ(document.convertMessageToElementList(true), 1);
-    ASSERT_EQ(document.elementList.size(), std::size(every_kind));
-    document.clearMessage();  // the elements own their bytes
-    EXPECT_EQ(document.calculateMessageSizeFromKeyValueList(), sample.size());
-    EXPECT_EQ(to_hex(encoded(document)), to_hex(one_of_every_kind(true)));
-
-    const auto find = [&](std::uint8_t type) { return document.getElementWithValueType(type, 0); };
-    EXPECT_EQ(to_hex(find(0x0B)->value, find(0x0B)->valueSize), "5E61006900");
-    EXPECT_EQ(find(0x0C)->valueSize, 14u);
-    EXPECT_EQ(find(0x0F)->valueSize, 22u);
-    EXPECT_EQ(find(0x05)->binarySubtype, 0);
-    EXPECT_EQ(document.getElementListWithValueType(0x0A).size(), 4u);
-
-    document.clearElementList();
-    document.elementList.push_back(new bsonElement("b", bytes_of(sample), 1, false, 0x80));
-    EXPECT_EQ(to_hex(encoded(document)), to_hex(wrapped(from_hex("05 6200 01000000 80") + sample[0])));
-}
-
-// Copies of exactly the message's size, so that the address sanitizer sees a read behind it.
-void decode_anything(const std::string& bytes, std::size_t& accepted) {
-    bsonDocument document(bytes_of(bytes), size_of(bytes), true, false);
-    const bool valid = bsonDocument::isMessageValid(document.message, document.messageSize, false);
-    const bool done = document.convertMessageToElementList(true) == 1;
-    EXPECT_TRUE(valid || (!done && document.elementList.empty()));
-    if (!done) return;
-    ++accepted;
-    document.convertElementListToMessage();
-    EXPECT_TRUE(bsonDocument::isMessageValid(document.message, document.messageSize, false)) << to_hex(bytes);
-}
-
-TEST(Wire, brokenMessagesAreRefusedOrDecode) {
-    const std::string sample = one_of_every_kind(false);
-    std::size_t accepted = 0;
-    for (std::size_t size = 0; size < sample.size(); ++size) {
-        EXPECT_FALSE(bsonDocument::isMessageValid(bytes_of(sample), static_cast<std::uint32_t>(size), false));
-        if (size >= 5) decode_anything(wrapped(sample.substr(4, size - 5)), accepted);  // cut, its length made good
-        bsonDocument vouched(bytes_of(sample), static_cast<std::uint32_t>(size), true, false);
-        vouched.convertMessageToElementList(false);
+TEST(Wire, valuesAreTheBytesBehindTheKey) {
+    const struct {
+        const char* element;
+        const char* value;
+    } rows[] = {
+        {"02 6B00 03000000 686900", "686900"},
+        {"05 6B00 02000000 80 AABB", "AABB"},
+        {"06 6B00", ""},
+        {"07 6B00 000102030405060708090A0B", "000102030405060708090A0B"},
+        {"0B 6B00 5E6100 6900", "5E61006900"},
+        {"0C 6B00 02000000 6E00 000102030405060708090A0B", "6E00000102030405060708090A0B"},
+        {"0F 6B00 0F000000 02000000 6600 05000000 00", "0F0000000200000066000500000000"},
+        {"12 6B00 0000000000000080", "0000000000000080"},
+    };
+    for (const auto& row : rows) {
+        const std::string bytes = wrapped(from_hex(row.element));
+        const bsonDocument document(bytes_of(bytes), size_of(bytes), true, true);
+        const bsonElement& element = *document.elementList.at(0);
+        EXPECT_EQ(to_hex(element.value, element.valueSize), row.value) << row.element;
+        EXPECT_EQ(element.binarySubtype, 0) << row.element;
     }
-    // Where the cut falls between two elements, except behind the string without a body, which can't be the last.
-    EXPECT_EQ(accepted, std::size(every_kind) - 1);
-    for (std::size_t at = 0; at < sample.size(); ++at) {
-        for (int change = 1; change < 256; ++change) {
-            std::string changed = sample;
-            changed[at] = static_cast<char>(changed[at] ^ change);
-            decode_anything(changed, accepted);
-            bsonDocument vouched(bytes_of(changed), size_of(changed), true, false);
-            vouched.convertMessageToElementList(false);
-        }
-    }
+    bsonDocument document;  // a subtype is sent, and reads as 0
+    document.elementList.push_back(new bsonElement("b", bytes_of("x"), 1, false, 0x80));
+    EXPECT_EQ(to_hex(encoded(document)), to_hex(from_hex("0E000000 05 6200 01000000 80 78 00")));
 }
 
 TEST(Wire, decodingGoesAsFarAsItCan) {
-    const std::string unknown =
-        wrapped(from_hex("10 6100 01000000 13 6200 0A 6300"));  // a type byte that no element has
+    const std::string unknown = wrapped(from_hex("10 6100 01000000 13 6200 0A 6300"));  // no element has type 0x13
     const struct {
         std::string bytes;
         bool validated;
