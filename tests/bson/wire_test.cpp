@@ -38,7 +38,7 @@ TEST(Wire, valuesAreTheBytesBehindTheKey) {
         EXPECT_EQ(element.binarySubtype, 0) << row.element;
     }
     bsonDocument document;  // a subtype is sent, and reads as 0
-    document.elementList.push_back(new bsonElement("b", bytes_of("x"), 1, false, 0x80));
+    document.elementList.push_back(new bsonElement("b", bytes_of("x"), 1, true, 0x80));
     EXPECT_EQ(to_hex(encoded(document)), to_hex(from_hex("0E000000 05 6200 01000000 80 78 00")));
 }
 

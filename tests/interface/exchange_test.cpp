@@ -35,6 +35,13 @@ int save(std::vector<step> script, line_kind line = line_kind::socket, int left 
     return outcome_of(lutc_save_presets_to_media);
 }
 
+// Sends 5 MB, more than any socket takes unread.
+int upload(std::vector<step> script, line_kind line = line_kind::socket) {
+    std::vector<unsigned char> table(5000000);
+    scripted_service service(std::move(script), line);
+    return outcome_of([&] { return lutc_send_lut(0, 0, false, "", "", table.data(), 5000000); });
+}
+
 int list() { return read_preset_list() ? 0 : -1; }
 
 int receive() { return read_preset(nullptr, 0, false) ? 0 : -1; }
@@ -115,8 +122,11 @@ TEST(Exchange, closeAndResetAtEachStage) {
         EXPECT_EQ(save({end}), ECONNRESET);
         EXPECT_EQ(save({send(half), end}), EPROTO);
         EXPECT_EQ(save({send(ok), end}), 0);
+        EXPECT_EQ(upload({end}), ECONNRESET);
+        EXPECT_EQ(upload({send(ok), end}), 0);  // with a reset ahead of the command's second half
     }
-    EXPECT_EQ(save({send(ok)}, line_kind::closed_socket), 0);  // ahead of a close that the command runs into
+    EXPECT_EQ(upload({}, line_kind::closed_socket), ECONNRESET);
+    EXPECT_EQ(upload({send(ok)}, line_kind::closed_socket), 0);
 }
 
 // Only the reasons that a failed connect has are taken from errno, and only when there is no connection.

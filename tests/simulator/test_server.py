@@ -108,14 +108,16 @@ class Server(unittest.TestCase):
         self.assertEqual(self.message(whole), "the command has more than 1000000 elements")
 
     def test_goes_wrong_on_demand(self):
-        kinds = ["reset", "close", "silence,50", "event-first", "trickle"]
+        kinds = ["reset", "close", "silence,50", "event-first", "event-glued", "trickle", "delay", "truncate", "length", "garbage"]
         faults = [f"--fault=getOption:{number}={kind}" for number, kind in enumerate(kinds, 1)]
         self.start("--quiet", *faults, "--fault=setOption=refuse")
         self.assertEqual([self.send(GET_OPTION) for _ in range(3)], [None, b"", b""])
         self.assertEqual(self.message(command("setOption", name="rangeMode", value="legal")), "refused on demand")
-        after_event, trickled, usual = (self.send(GET_OPTION) for _ in range(3))
+        *changed, garbage, usual = (self.send(GET_OPTION) for _ in range(8))
         self.assertEqual(bson.decode(usual)["value"], "full")
-        self.assertEqual((after_event, trickled), (EVENT + usual, usual))
+        self.assertEqual(changed, [EVENT + usual, EVENT + usual, usual, usual, usual[:len(usual) // 2],
+                                   bytes([usual[0] + 1]) + usual[1:]])
+        self.assertEqual((len(garbage), garbage == usual), (len(usual), False))
 
     def write(self, name, content):
         with open(os.path.join(self.folder, name), "w", encoding="utf-8") as file:

@@ -119,9 +119,9 @@ void scripted_service::finish() {
     if (peer_ >= 0) close(peer_.exchange(-1));
 }
 
-// A socket that is closed before everything was read is reset, so a script with a reset leaves the last byte unread.
+// A socket that is closed before everything was read is reset, so a script with a reset leaves half of it unread.
 void scripted_service::read_command() {
-    const bool leave_one =
+    const bool leaves_half =
         std::any_of(script_.begin(), script_.end(), [](const step& each) { return each.kind == step::reset; });
     std::size_t wanted = 4;
     while (command_.size() < wanted) {
@@ -133,7 +133,7 @@ void scripted_service::read_command() {
         if (command_.size() == 4) {
             std::uint32_t length;
             memcpy(&length, command_.data(), 4);
-            wanted = length - (leave_one ? 1 : 0);
+            wanted = leaves_half ? length / 2 : length;
         }
     }
 }
