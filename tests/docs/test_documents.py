@@ -15,7 +15,6 @@ import programs
 from reader import SOURCE, blocks, documents, functions, quoted, tables
 
 INCLUDES = [f"-I{folder}" for folder in os.environ["LUTC_INCLUDES"].split(":")]
-SANITIZE = [f"-fsanitize={os.environ['LUTC_SANITIZE']}"] if os.environ.get("LUTC_SANITIZE") else []
 LIBRARIES = os.environ["LUTC_LIBRARY_DIR"]
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 COMPILERS = {"cpp": [os.environ["CXX"], "-std=c++17", "-x", "c++"], "c": [os.environ["CC"], "-std=c11", "-x", "c"]}
@@ -45,11 +44,6 @@ def prepare(folder):
 
 
 class Documents(unittest.TestCase):
-    def compile(self, language, text, options):
-        command = COMPILERS[language] + WARNINGS + INCLUDES + options + ["-"]
-        result = subprocess.run(command, input=text, capture_output=True, text=True)
-        self.assertEqual(result.returncode, 0, result.stderr + text)
-
     def check_code(self, language, text):
         if not re.search(r"^int main\(", text, re.M):  # lines from inside a function, or a function
             included = "".join(line + "\n" for line in text.split("\n") if line.startswith("#include"))
@@ -60,7 +54,9 @@ class Documents(unittest.TestCase):
             declared = f"void fragment({parameters});\n" if language == "c" else ""
             text = HEADERS[language] + included + declared
             text += rest if whole else f"void fragment({parameters}) {{\n{rest}\n}}\n"
-        self.compile(language, text, ["-fsyntax-only"])
+        command = COMPILERS[language] + WARNINGS + INCLUDES + ["-fsyntax-only", "-"]
+        result = subprocess.run(command, input=text, capture_output=True, text=True)
+        self.assertEqual(result.returncode, 0, result.stderr + text)
 
     def test_code_compiles_and_data_parses(self):
         for document in documents():
@@ -109,7 +105,7 @@ class Documents(unittest.TestCase):
                                         env=environment)
                     self.assertEqual(done.returncode, 0, example + done.stdout + done.stderr)
 
-    @unittest.skipIf(SANITIZE, "a sanitized library can't be loaded")
+    @unittest.skipIf(os.environ.get("LUTC_SANITIZE"), "a sanitized library can't be loaded")
     def test_python_prints_what_the_page_says(self):
         cells = [(line, language, text) for line, language, _, text in blocks(SOURCE.joinpath("docs", "python.md").read_text())
                  if language in ("python", "text")]
@@ -125,21 +121,6 @@ class Documents(unittest.TestCase):
         for (line, language, _), (_, behind, text) in zip(cells, [*cells[1:], (0, "", "")]):
             if language == "python":
                 self.assertEqual(next(printed), text if behind == "text" else "", line)
-
-    def test_readme_example(self):
-        readme = blocks(SOURCE.joinpath("README.md").read_text())
-        text = next(text for _, language, _, text in readme if language == "cpp example")
-        expected = next(text for _, language, _, text in readme if language == "text")
-        with programs.simulator(), tempfile.TemporaryDirectory() as folder:
-            program = os.path.join(folder, "example")
-            source = os.path.join(folder, "example.cpp")
-            with open(source, "w") as file:
-                file.write(text)
-            command = COMPILERS["cpp"][:2] + WARNINGS + INCLUDES + SANITIZE
-            command += [source, "-o", program, f"-L{LIBRARIES}", "-llutc", f"-Wl,-rpath,{LIBRARIES}"]
-            result = programs.run(*command)
-            self.assertEqual(result.returncode, 0, result.stderr)
-            self.assertEqual(programs.run(program).stdout, expected)
 
     def test_functions_and_the_tools_commands(self):
         rows = tables(SOURCE.joinpath("docs", "functions.md").read_text())[0][1]

@@ -1,16 +1,16 @@
 """docs/protocol.md against what the library sends and reads."""
 import contextlib
-import os
 import re
 import struct
 import unittest
 
 import bson
+from bson.codec_options import CodecOptions
 import programs
 import reader
 from service import listener
 
-TYPES = {"double": 0x01, "string": 0x02, "array": 0x04, "binary": 0x05, "boolean": 0x08, "int32": 0x10}
+TYPES = {"double": float, "string": str, "array": list, "binary": bytes, "boolean": bool, "int32": int}
 CDL = {"type": "cdl", "typeIndex": 1, "power": [1.0] * 3, "slope": [1.0] * 3, "offset": [0.0] * 3, "saturation": 1.0}
 SAMPLES = {  # what the service answers in each reply field that the document lists
     "maxPresetsListSize": 100,
@@ -39,18 +39,17 @@ class Command:
         return {"type": "response", "code": 0, **{names[0]: SAMPLES[names[0]] for names, _, _ in self.read}}
 
 
-def elements(message):
-    """The top-level elements of a document as (key, type byte, body); keys may occur twice."""
-    position, found = 4, []
-    while position < len(message) - 1:
-        kind = message[position]
-        end = message.index(0, position + 1)
-        body = end + 1
-        length = struct.unpack_from("<I", message, body)[0] if kind in (0x02, 0x03, 0x04, 0x05) else 0
-        size = {0x01: 8, 0x02: 4 + length, 0x03: length, 0x04: length, 0x05: 5 + length, 0x08: 1, 0x10: 4}[kind]
-        found.append((message[position + 1:end].decode(), kind, message[body:body + size]))
-        position = body + size
-    return found
+class Message(dict):
+    """A decoded document, which keeps the keys and types of its elements in order: keys may occur twice."""
+    pairs = ()
+
+    def __setitem__(self, key, value):
+        self.pairs += (key, type(value)),
+        super().__setitem__(key, value)
+
+
+def decoded(message):
+    return bson.decode(message, CodecOptions(document_class=Message))
 
 
 @contextlib.contextmanager
@@ -69,7 +68,7 @@ def service(answer):
 
 
 def command_name(message):
-    return next(body[4:-1].decode() for key, _, body in elements(message) if key == "command")
+    return decoded(message)["command"]
 
 
 class Protocol(unittest.TestCase):
@@ -85,9 +84,9 @@ class Protocol(unittest.TestCase):
 
     def test_worked_example(self):
         with service(lambda message: self.bytes_of("reply")) as received:
-            result = programs.run(os.environ["LUTC_WORKED_EXAMPLE"])
+            result = programs.run(programs.TOOL, "presets", "selected", "--channel", "2")
         self.assertEqual(received, [self.bytes_of("command")])
-        self.assertEqual(result.stdout, "evening 3\n")
+        self.assertEqual(result.stdout, "presetName: evening\npresetIndex: 3\n")
 
     def test_every_function_has_its_command(self):
         self.assertEqual({command.function: command.name for command in self.commands.values()}, reader.functions())
@@ -100,9 +99,8 @@ class Protocol(unittest.TestCase):
         never_sent = {(command.name, tuple(names)) for command in self.commands.values() for names, _, _ in command.sent}
         for message in received:
             command = self.commands[command_name(message)]
-            sent = [(key, kind) for key, kind, _ in elements(message)]
-            self.assertEqual(sent[:4], [("protocolVersion", 2), ("type", 2), ("msgID", 16), ("command", 2)])
-            sent = sent[4:]
+            *envelope, sent = *decoded(message).pairs[:4], list(decoded(message).pairs[4:])
+            self.assertEqual(envelope, [("protocolVersion", str), ("type", str), ("msgID", int), ("command", str)])
             for names, types, when in command.sent:  # in the document's order, nothing between
                 if sent and sent[0] in zip(names, types):
                     sent.pop(0)

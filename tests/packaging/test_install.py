@@ -74,7 +74,7 @@ class Installed(unittest.TestCase):
         self.call("sh", "-c", build + f" -Wl,-rpath,{os.path.dirname(self.find('liblutc.so'))}", cwd=project)
         with self.simulator():
             for program in ("build/example", "example"):
-                self.assertIn('"warm"', self.call(project / program))
+                self.assertEqual(self.call(project / program), blocks["text"])
             self.assertIn("> code=0", self.call(f"{self.stage}/bin/lutc-trace", project / "example"))
 
     def test_every_page_is_there_and_formats_without_a_warning(self):
