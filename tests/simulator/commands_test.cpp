@@ -132,23 +132,19 @@ TEST_F(Device, RefusesPresetsThatBreakARule) {
 }
 
 TEST_F(Device, TakesNoPresetThatCouldNotBeReadBack) {
-    const auto lut = [](std::size_t size) {
-        auto fields = document_from(
-            "{'protocolVersion':'2.0','type':'command','msgID':1,'command':'sendPreset',"
-            "'presetName':'big','gradeCombo':[{'type':'3dlut','dataFormat':'f'}]}");
-        const std::string bytes(size, '\x55');
-        fields->getElementWithKey("gradeCombo", 0)
-            ->documentValue->elementList[0]
-            ->documentValue->addBinaryElement("data", bytes_of(bytes), size_of(bytes));
-        return encoded(*fields);
+    const auto send = [&](std::size_t size) {
+        return call("sendPreset", "{'presetName':'big','gradeCombo':[{'type':'3dlut','dataFormat':'f','data':'hex:" +
+                                      std::string(2 * size, '5') + "'}]}");
     };
-    std::size_t fits = 2097152 - 200;
-    ASSERT_EQ("{}", reply_text(reply_bytes(service_, lut(fits))));
-    fits += 2097152 - reply_bytes(service_, command_bytes("getPreset", "{'presetIndex':1}")).size();
+    const auto reply_size = [&] {
+        return reply_bytes(service_, command_bytes("getPreset", "{'presetIndex':1}")).size();
+    };
+    ASSERT_EQ("{}", send(0));
+    const std::size_t most = 2097152 - reply_size();
     EXPECT_EQ("5: the preset needs 2097153 bytes or more to be read back; at most 2097152 are possible",
-              reply_text(reply_bytes(service_, lut(fits + 1))));
-    ASSERT_EQ("{}", reply_text(reply_bytes(service_, lut(fits))));
-    EXPECT_EQ(2097152u, reply_bytes(service_, command_bytes("getPreset", "{'presetIndex':1}")).size());
+              send(most + 1));
+    ASSERT_EQ("{}", send(most));
+    EXPECT_EQ(2097152u, reply_size());
 }
 
 TEST_F(Device, MovesRenamesAndDeletes) {
