@@ -2,8 +2,8 @@
 // clean run, then has the k-th fail for every k, that one alone and all from it on. Each failure must be reported, with the
 // caller's outputs as they were, not one block or descriptor more than before, and the next run must succeed.
 //
-// malloc and its family are replaced here, for operator new and strdup alike. With LUTC_WRAP_MALLOC they are wrapped
-// instead (by the linker, operator new here), so that a sanitizer's own malloc stays underneath.
+// The linker wraps malloc and its family in the library, and operator new stands here, so that a sanitizer's own malloc
+// stays underneath.
 #include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
@@ -23,19 +23,11 @@
 #include "tests/support/documents.h"
 #include "tests/support/prepared_service.h"
 
-#ifdef LUTC_WRAP_MALLOC
-#define HERE(name) __wrap_##name
-#define BENEATH(name) __real_##name
-#else
-#define HERE(name) name
-#define BENEATH(name) __libc_##name
-#endif
-
 extern "C" {
-void* BENEATH(malloc)(std::size_t);
-void* BENEATH(calloc)(std::size_t, std::size_t);
-void* BENEATH(realloc)(void*, std::size_t);
-void BENEATH(free)(void*);
+void* __real_malloc(std::size_t);
+void* __real_calloc(std::size_t, std::size_t);
+void* __real_realloc(void*, std::size_t);
+void __real_free(void*);
 }
 
 namespace {
@@ -66,30 +58,28 @@ void* counted(void* block) {
 
 extern "C" {
 
-void* HERE(malloc)(std::size_t size) { return may_allocate() ? counted(BENEATH(malloc)(size)) : nullptr; }
-void* HERE(calloc)(std::size_t count, std::size_t size) {
-    return may_allocate() ? counted(BENEATH(calloc)(count, size)) : nullptr;
+void* __wrap_malloc(std::size_t size) { return may_allocate() ? counted(__real_malloc(size)) : nullptr; }
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return may_allocate() ? counted(__real_calloc(count, size)) : nullptr;
 }
-void* HERE(realloc)(void* block, std::size_t size) {
+void* __wrap_realloc(void* block, std::size_t size) {
     if (!may_allocate()) return nullptr;
-    void* const moved = BENEATH(realloc)(block, size);
+    void* const moved = __real_realloc(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
-void HERE(free)(void* block) {
+void __wrap_free(void* block) {
     if (block != nullptr) --blocks;
-    BENEATH(free)(block);
+    __real_free(block);
 }
 
 }  // extern "C"
 
-#ifdef LUTC_WRAP_MALLOC
 void* operator new(std::size_t size) {
-    if (void* const block = HERE(malloc)(size)) return block;
+    if (void* const block = __wrap_malloc(size)) return block;
     throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { HERE(free)(block); }
-void operator delete(void* block, std::size_t) noexcept { HERE(free)(block); }
-#endif
+void operator delete(void* block) noexcept { __wrap_free(block); }
+void operator delete(void* block, std::size_t) noexcept { __wrap_free(block); }
 
 namespace {
 

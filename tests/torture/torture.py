@@ -63,6 +63,11 @@ def command(command_name, **fields):
 GET_SERIAL = command("getOption", name="serialNumber")
 
 
+def upload(name, size=300000):
+    part = {"type": "3dlut", "dataFormat": "float", "typeIndex": 1, "data": bytes(size)}
+    return exchange(command("sendPreset", presetName=name, gradeCombo=[part]), 20)
+
+
 def refused(reply):
     return b"\x10code\0\0\0\0\0" not in reply and b"\x10code\0" in reply
 
@@ -75,18 +80,6 @@ def get_option(name=b"serialNumber"):
         return value.value
     assert result == -1 and value.raw == b"\xA5" * 32
     return None
-
-
-class Component(ctypes.Structure):
-    _fields_ = [("kind", ctypes.c_int32), ("data", ctypes.c_void_p), ("dataSize", ctypes.c_int32),
-                ("typeIndex", ctypes.c_int32), ("dataFormat", ctypes.c_char_p), ("cdlValues", ctypes.c_void_p),
-                ("pattern", ctypes.c_void_p)]
-
-
-def send_preset(name, table):
-    data = ctypes.create_string_buffer(table, len(table))
-    lut = Component(3, ctypes.addressof(data), len(table), 1, b"float", None, None)
-    return library.lutc_send_preset(name, 0, 0, 1, False, 0, ctypes.byref(lut), 1)
 
 
 def recv_preset(name=b"large"):
@@ -132,7 +125,7 @@ class ServiceFaults(unittest.TestCase):
             for number, (kind, *_) in enumerate(self.KINDS):
                 options += ["--fault", "%s:%d=%s" % (name, 2 * number + 1, kind)]
         with Simulator(*options):
-            self.assertEqual(send_preset(b"large", bytes(40000)), 0)  # comes in one piece
+            upload("large", 40000)  # comes in one piece
             before = descriptors()
             for name, call in self.CALLS:
                 for kind, error, least in self.KINDS:
@@ -241,11 +234,6 @@ class SimulatorAbuse(unittest.TestCase):
             self.assertIn(b"SIM-0001", exchange(GET_SERIAL))
             self.assertTrue(SANITIZED or simulator.memory() - before < 2**22)
             self.assertLessEqual(len(os.listdir("/proc/%d/fd" % simulator.process.pid)), open_before + 1)
-
-
-def upload(name, size=300000):
-    part = {"type": "3dlut", "dataFormat": "float", "typeIndex": 1, "data": bytes(size)}
-    return exchange(command("sendPreset", presetName=name, gradeCombo=[part]), 20)
 
 
 def names():
