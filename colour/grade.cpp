@@ -56,7 +56,7 @@ OCIO::TransformRcPtr make_saturation(double saturation) {
 }
 
 OCIO::TransformRcPtr make_transform(const grade_component& component) {
-    if (component.type == "cdl") return make_cdl_stage(*component.values);
+    if (component.type == "cdl") return make_cdl(*component.values);
     if (component.type == "saturation") return make_saturation(component.values->saturation);
     return make_table(read_table(component), OCIO::INTERP_TETRAHEDRAL);
 }

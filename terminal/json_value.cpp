@@ -11,11 +11,14 @@ namespace lutc_terminal {
 
 using nlohmann::ordered_json;
 
+constexpr int max_depth = 100;
+
 ordered_json parse_json(const std::vector<unsigned char>& bytes, const std::string& path) {
     const std::string place = (path == "-" ? "standard input" : path) + ": ";
     // Of two members with the same key the parser would silently drop one.
     std::vector<std::set<std::string>> keys;
-    const auto refuse_twins = [&keys, &place](int, ordered_json::parse_event_t event, ordered_json& value) {
+    const auto check = [&keys, &place](int depth, ordered_json::parse_event_t event, ordered_json& value) {
+        if (depth > max_depth) throw content_error(place + "nested more than " + std::to_string(max_depth) + " deep");
         if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
         if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
         if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
@@ -24,7 +27,7 @@ ordered_json parse_json(const std::vector<unsigned char>& bytes, const std::stri
         return true;
     };
     try {
-        return ordered_json::parse(bytes.begin(), bytes.end(), refuse_twins);
+        return ordered_json::parse(bytes.begin(), bytes.end(), check);
     } catch (const ordered_json::exception& error) {
         const std::string text = error.what();
         throw content_error(place + "is no JSON: " + text.substr(text.find("] ") + 2));
