@@ -2,7 +2,8 @@
 """Makes man pages and shell completions from what the programs and the public header say themselves.
 
     help_pages.py man FRAME -o PAGE --version V [--program "COMMAND ..."] [--header lutc.h]
-    help_pages.py links --header lutc.h -o FOLDER       one page for each function, which refers to lutc(3)
+    help_pages.py functions --header lutc.h -o FOLDER --version V   a page for each function
+    help_pages.py document FILE.md -o PAGE --version V  a page made of a document
     help_pages.py completion TEMPLATE -o FILE --program "COMMAND ..." [--program ...]
 
 FRAME is a man page with markers on lines of their own: @OPTIONS@, @COMMANDS@, @NOTES@ and @EXAMPLES@ are filled from the
@@ -11,6 +12,7 @@ program's --command-tree, @CONVENTIONS@, @RECORDS@ and @FUNCTIONS@ from the head
 import argparse
 import json
 import os
+import pathlib
 import re
 import shlex
 import subprocess
@@ -155,9 +157,20 @@ def header_parts(path):
     return opening, parts
 
 
-def header_functions(path):
-    return [re.match(r"int (lutc_\w+)", declaration).group(1)
-            for _, _, declaration in header_parts(path)[1] if declaration.startswith("int ")]
+def function_page(declaration, comment, options):
+    """The page of one function: what the header says of it, and where the rest stands."""
+    name = re.match(r"int (lutc_\w+)", declaration).group(1)
+    lines = comment_text(comment)
+    text = " ".join(line.strip() for line in lines)
+    summary = re.split(r"[.;] ", text)[0].rstrip(".")
+    return paragraphs(
+        [f'.TH {roff(name.upper())} 3 {options.date} "lutc {options.version}" "lutc"', ".SH NAME",
+         f"{roff(name)} \\- {roff(summary[0].lower() + summary[1:])}", ".SH SYNOPSIS", ".nf", ".B #include <lutc/lutc.h>",
+         ".PP"] + [".B " + roff(line) if not line.startswith(" ") else roff(line) for line in declaration.splitlines()] +
+        [".fi", ".SH DESCRIPTION"] + described(lines) +
+        [".SH RETURN VALUE", "0 on success; \\-1 on failure, with the reason in", ".IR errno :",
+         "the conventions in", ".BR lutc (3)", "list its values. Outputs are written only on success.",
+         ".SH SEE ALSO", ".BR lutc (3),", ".BR lutc\\-trace (1)"])
 
 
 def header_markers(path):
@@ -202,17 +215,37 @@ def make_man(options):
             page += markers[line]
         else:
             page.append(line.replace("@VERSION@", options.version).replace("@DATE@", options.date))
-    # A paragraph mark is wanted between two paragraphs alone.
+    write(options.output, paragraphs(page))
+
+
+def paragraphs(page):
+    """A page of those lines. A paragraph mark is wanted between two paragraphs alone."""
     page = [line for i, line in enumerate(page)
             if line != ".PP" or not re.match(r"\.(PP|TP|SH|SS)", page[i + 1]) and
             not re.match(r"\.(PP|SH|SS)\b", page[i - 1])]
-    write(options.output, "\n".join(page) + "\n")
+    return "\n".join(page) + "\n"
 
 
-def make_links(options):
+def make_functions(options):
     os.makedirs(options.output, exist_ok=True)
-    for name in header_functions(options.header):
-        write(os.path.join(options.output, name + ".3"), ".so man3/lutc.3\n")
+    for _, comment, declaration in header_parts(options.header)[1]:
+        if declaration.startswith("int "):
+            name = re.match(r"int (lutc_\w+)", declaration).group(1)
+            write(os.path.join(options.output, name + ".3"), function_page(declaration, comment, options))
+
+
+def make_document(options):
+    """lowdown makes the page; the document's title becomes its NAME, and code is bold."""
+    name, section = pathlib.Path(options.output).name.split(".")
+    text = re.sub(r"<!--.*?-->\n|^!\[.*\n", "", read(options.frame), flags=re.M)
+    text = re.sub(r"^# (.*)", rf"# NAME\n\n{name} - \1\n\n# DESCRIPTION", text, count=1)
+    values = {"title": name, "section": section, "date": options.date, "source": f"lutc {options.version}"}
+    done = subprocess.run(["lowdown", "-s", "-tman", "--nroff-nolinks", *[word for pair in values.items()
+                                                                        for word in ("-m", "=".join(pair))]],
+                          input=text, stdout=subprocess.PIPE, text=True, check=True)
+    page = re.sub(r"\\fC|\\f\(CR", r"\\fB", done.stdout)
+    page = re.sub(r"^\.(S[HS])\n(.*)\n(?:\.LP\n)?", r".\1 \2\n", page, flags=re.M)
+    write(options.output, page.replace(f"{name} - ", f"{roff(name)} \\- ", 1))
 
 
 # ---- Completions ----------------------------------------------------------------------------------------------------
@@ -283,7 +316,7 @@ def write(path, text):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("kind", choices=["man", "links", "completion"])
+    parser.add_argument("kind", choices=["man", "functions", "document", "completion"])
     parser.add_argument("frame", nargs="?", help="the frame or template to fill")
     parser.add_argument("-o", "--output")
     parser.add_argument("--program", action="append", help="a program to ask for its commands (repeatable)")
@@ -293,8 +326,10 @@ def main():
     options = parser.parse_args()
     if options.kind == "man":
         make_man(options)
-    elif options.kind == "links":
-        make_links(options)
+    elif options.kind == "functions":
+        make_functions(options)
+    elif options.kind == "document":
+        make_document(options)
     else:
         make_completion(options)
 

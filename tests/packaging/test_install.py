@@ -80,7 +80,8 @@ class Installed(unittest.TestCase):
     def test_every_page_is_there_and_formats_without_a_warning(self):
         pages = os.listdir(f"{self.stage}/share/man/man3")
         self.assertEqual({name[:-len(".3.gz")] for name in pages}, set(reader.functions()) | {"lutc"})
-        for name in ("lutc.1.gz", "lutc-simulator.1.gz", "lutc-trace.1.gz", "lutc.3.gz"):
+        for name in ("lutc.1.gz", "lutc-simulator.1.gz", "lutc-trace.1.gz", "lutc.3.gz", "lutc_recv_preset.3.gz",
+                     "lutc_get_override_preset.3.gz", "lutc-grade-files.5.gz", "lutc-colour-files.5.gz"):
             for checker in (["man", "--warnings", "-l"], ["mandoc", "-T", "lint", "-W", "warning"]):
                 if shutil.which(checker[0]):
                     environment = dict(os.environ, MANROFFOPT="-ww", MANWIDTH="160", LC_ALL="C.UTF-8")
@@ -88,6 +89,12 @@ class Installed(unittest.TestCase):
                                           check=False, timeout=60)
                     self.assertEqual(done.stderr + (done.stdout if checker[0] == "mandoc" else ""), "", name)
                     self.assertNotRegex(done.stdout, r"@[A-Z]+@")
+
+    def test_each_function_has_a_page_of_its_own(self):
+        for name in reader.functions():
+            page = self.call("man", "-l", self.find(name + ".3.gz"))
+            self.assertRegex(page, rf"NAME\n +{name} +- +\w")
+            self.assertIn(f"int {name}(", page)
 
     def test_the_tools_page_has_every_command(self):
         page = self.call("man", "-l", self.find("lutc.1.gz"))
