@@ -6,7 +6,9 @@ alone, and prints what the text behind it says.
 """
 import json
 import os
+import pathlib
 import re
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -121,6 +123,19 @@ class Documents(unittest.TestCase):
         for (line, language, _), (_, behind, text) in zip(cells, [*cells[1:], (0, "", "")]):
             if language == "python":
                 self.assertEqual(next(printed), text if behind == "text" else "", line)
+
+    @unittest.skipUnless(int(os.environ["LUTC_PICTURES"] or 0) and shutil.which("curl"), "no pictures, or no curl")
+    def test_the_readmes_opening_prints_what_it_says(self):
+        (_, _, _, shell), (_, _, _, expected) = blocks(SOURCE.joinpath("README.md").read_text())[:2]
+        ready = "trap 'kill $!' EXIT\nuntil curl -s -o ready http://127.0.0.1:8080/state.json; do :; done\n"
+        first, rest = shell.split("\n", 1)
+        environment = dict(os.environ, PATH=os.pathsep.join([os.path.dirname(programs.TOOL), os.environ["PATH"]]))
+        with tempfile.TemporaryDirectory() as folder:
+            done = programs.run("bash", "-euc", first + "\n" + ready + rest, cwd=folder, env=environment)
+            self.assertEqual((done.returncode, done.stdout), (0, expected), done.stderr)
+            pictures = os.path.join(folder, "shown.png"), SOURCE / "docs" / "opening.png"
+            header = slice(0, 24)  # of a PNG, up to its width and height
+            self.assertEqual(*(pathlib.Path(picture).read_bytes()[header] for picture in pictures))
 
     def test_functions_and_the_tools_commands(self):
         rows = tables(SOURCE.joinpath("docs", "functions.md").read_text())[0][1]
