@@ -35,7 +35,7 @@ class Trace(unittest.TestCase):
     def test_nothing_is_changed_and_every_reply_is_shown(self):
         for fault, shown in ((None, r'7 > code=4 message="no preset is named \"first steps\""'), ("refuse", 'code=7 message="refused on'),
                              ("silence,50", "no reply: the connection ended"), ("close", "no reply: the connection ended"),
-                             ("reset", "no reply: Connection reset"), ("truncate", " bytes)"), ("trickle", "7 > code=4"),
+                             ("reset", "no reply: Connection reset"), ("truncate", " bytes)"), ("trickle,0", "7 > code=4"),
                              ("delay,30", "7 > code=4"), ("garbage", " bytes"), ("length", "bytes)"),
                              ("event-first", 'type="event"'), ("event-glued", "1 > code=0")):
             options = ["--fault", "*=" + fault] if fault else []
@@ -44,6 +44,15 @@ class Trace(unittest.TestCase):
                 self.assertEqual(seen, run(PROGRAM)[0])
                 self.assertIn(shown, said)
                 self.assertRegex(said, r"^lutc-trace\[\d+\]: 1 < getPresetsList\n.*ms\)\n")
+
+    def test_the_reason_of_each_code(self):
+        with tempfile.TemporaryDirectory() as folder:
+            device = os.path.join(folder, "device.json")
+            with open(device, "w", encoding="utf-8") as file:
+                file.write('{"gradeChannels": [{"channelName": "A", "supportedGradeComboIndices": [2]}]}')
+            with Simulator(SIMULATOR, "--quiet", "--device", device, "--media", "/proc/none", "--fault", "getOption=refuse"):
+                said = run(TRACE, os.path.join(os.path.dirname(PROGRAM), "all_functions"))[1]
+        self.assertEqual(set(re.findall(r'> code=([3-7]) message="\w', said.replace('"\\"', '"'))), set("34567"), said)
 
     def test_nobody_listens_and_a_reply_that_the_caller_does_not_read(self):
         for service, program, shown in (
