@@ -26,6 +26,7 @@ const std::map<std::string, const char*, std::less<>> examples{
     {"lutc option", "lutc option get videoFormat"},
     {"lutc option get", "lutc option get videoFormat"},
     {"lutc option set", "lutc option set videoFormat 2160p25"},
+    {"lutc watch", "lutc watch --json --option videoFormat"},
     {"lutc presets", "lutc presets list"},
     {"lutc presets list", "lutc presets list"},
     {"lutc presets upload", "lutc presets upload grade.json --name evening --apply --channel 1"},
