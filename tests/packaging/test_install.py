@@ -127,6 +127,17 @@ class Installed(unittest.TestCase):
             self.assertEqual(self.complete("lutc", "presets", "delete", "--name", "Day\\ e"), ["Day exterior"])
             self.assertEqual(self.complete("lutc", "presets", "delete", "--name", "=", "du"), ["dusk"])
 
+    def test_the_wheel_runs_an_example_and_brings_the_fixture(self):
+        """In an environment of its own; numpy and pytest are the system's."""
+        python, test = f"{self.folder}/python", pathlib.Path(self.folder, "test_it.py")
+        example = reader.text("examples", "numpy_lut.py").replace("\n", "\n    ")
+        test.write_text(f"def test_a(lutc_simulator, capsys):\n    {example}\n    lutc_simulator.add_fault('*=close')\n"
+                        f"    assert lutc.__file__.startswith('{python}') and 'is what was sent' in capsys.readouterr().out\n\n"
+                        "def test_b(lutc_simulator): assert not lutc_simulator.state()['faults']\n")
+        self.call("/usr/bin/python3", "-m", "venv", "--system-site-packages", python)
+        self.call(f"{python}/bin/pip", "install", "--no-index", "--no-deps", *glob.glob(f"{BUILD}/python/*.whl"))
+        self.call("env", f"LD_LIBRARY_PATH={os.path.dirname(self.find('liblutc.so'))}", f"{python}/bin/python", "-m", "pytest", test)
+
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
     def test_zsh_completes(self):
         # Only zsh's line editor has these builtins: what is handed to them is what it would offer.
