@@ -13,6 +13,7 @@ namespace simulator {
 namespace {
 
 constexpr std::size_t max_piece = 64 * 1024;
+constexpr std::uint64_t max_news = 16;  // commands that a stream which has caught up is told of at once
 const char* const reconnection = "retry: 1000\n\n";  // milliseconds, when the stream breaks
 
 std::string make_instance() {
@@ -65,6 +66,8 @@ std::string journal::events_from(std::uint64_t& next, std::uint64_t& told) const
                 "\n\n";
     };
     next = std::max(next, log_.first());
+    // More than anybody reads would cost the service as much time as the commands themselves.
+    if (told != 0 && log_.last() - next + 1 > max_news) next = log_.last() - max_news + 1;
     for (; next <= log_.last() && text.size() < max_piece; ++next)
         add(next, "command", describe_entry(*log_.find(next)));
     if (next > log_.last() && told != revision_) {

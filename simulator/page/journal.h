@@ -26,7 +26,8 @@ class journal {
 
     // Gives what follows the event with this id, a piece at a time: commands as "command", then, when it changed, the
     // revision as "state". Empty when there is nothing now. Without an id it begins now; with one of another instance,
-    // with the first command. Commands that the log doesn't have any more are left out. This object lives on meanwhile.
+    // with the first command. Commands that the log doesn't have any more are left out, and of those that come in quick
+    // succession all but the newest. This object lives on meanwhile.
     std::function<std::string()> follow(const std::string& last_event_id) const;
 
   private:

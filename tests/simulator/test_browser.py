@@ -1,4 +1,7 @@
-"""The page in a real browser: Debian's chromium, with axe-core for accessibility. --update-pictures makes the documents' pictures."""
+"""The page in a real browser: Debian's chromium, with axe-core for accessibility.
+
+--update-pictures makes the pictures of the documents instead.
+"""
 import base64
 import json
 import os
@@ -7,7 +10,6 @@ import struct
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
@@ -15,6 +17,7 @@ AXE = SOURCE / "build" / "browser" / "node_modules" / "axe-core" / "axe.min.js"
 DRIVER = pathlib.Path("/usr/bin/chromedriver")
 try:
     from selenium import webdriver
+    from selenium.common.exceptions import StaleElementReferenceException
     from selenium.webdriver import ActionChains, Keys
     from selenium.webdriver.chrome.service import Service
     from selenium.webdriver.common.by import By
@@ -55,6 +58,7 @@ def setUpModule():
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     browser = webdriver.Chrome(service=Service(str(DRIVER)), options=options)
     unittest.addModuleCleanup(browser.quit)
+    browser.set_script_timeout(6 * DEADLINE)
     page = start(0)
 
 
@@ -91,7 +95,8 @@ def look(screen, scheme):
 
 
 def wait(condition):
-    return WebDriverWait(browser, DEADLINE, 0.02).until(lambda _: condition())
+    """Elements that aren't there, or are being replaced, are waited for too."""
+    return WebDriverWait(browser, DEADLINE, 0.02, [StaleElementReferenceException]).until(lambda _: condition())
 
 
 def script(text, *arguments):
@@ -102,13 +107,21 @@ def find(selector):
     return browser.find_element(By.CSS_SELECTOR, selector)
 
 
+def find_all(selector):
+    return browser.find_elements(By.CSS_SELECTOR, selector)
+
+
+def click(selector):
+    wait(lambda: find(selector).click() is None)
+
+
 def text_of(selector):
     return script("document.querySelector(arguments[0])?.textContent", selector)
 
 
 def drawn(selector):
     """What a canvas shows."""
-    return script("document.querySelector(arguments[0]).toDataURL()", selector)
+    return script("document.querySelector(arguments[0])?.toDataURL() ?? ''", selector)
 
 
 def visit(view):
@@ -140,7 +153,7 @@ class Page(unittest.TestCase):
             wait(lambda: drawn(canvas) != before)
             if not view:
                 wait(lambda: text_of("#log-list .row:last-child .number") == str(entries + 1))
-                self.assertEqual(text_of("#node-channel-1 .mark"), "sendCDL")
+                wait(lambda: text_of("#node-channel-1 .mark") == "sendCDL")
             lutc("presets", "select", "--channel", "1", "--name", "evening")
 
     def test_moves_a_line_when_video_is_routed(self):
@@ -162,17 +175,15 @@ class Page(unittest.TestCase):
 
     def test_provokes_a_fault_by_click(self):
         visit("#device")
-        wait(lambda: find("#kind-close"))
-        find("#kind-close").click()
+        click("#kind-close")
         wait(lambda: find(".chip"))
         lutc("model", code=1)
-        wait(lambda: not browser.find_elements(By.CSS_SELECTOR, ".chip"))
-        for selector in ("#kind-delay", ".chip"):
-            wait(lambda: browser.find_elements(By.CSS_SELECTOR, selector))
-            find(selector).click()
-        wait(lambda: not browser.find_elements(By.CSS_SELECTOR, ".chip"))
+        wait(lambda: not find_all(".chip"))
+        click("#kind-delay")
+        click(".chip")
+        wait(lambda: not find_all(".chip"))
         visit("#log")
-        find("#log-failed").click()
+        click("#log-failed")
         wait(lambda: text_of("#log-list .row:last-child .code") == "close")
         find("#log-list").send_keys(Keys.ARROW_UP, Keys.END, Keys.ENTER)
         wait(lambda: "getModelInfo" in (text_of("#log-detail h3") or ""))
@@ -183,7 +194,8 @@ class Page(unittest.TestCase):
         visit("#channel=1")
         wait(lambda: len(drawn("#after")) > 2000)
         split = find("#split")
-        ActionChains(browser).move_to_element_with_offset(split, 100, 0).click_and_hold().move_by_offset(-200, 0).release().perform()
+        mouse = ActionChains(browser).move_to_element_with_offset(split, 100, 0)
+        mouse.click_and_hold().move_by_offset(-200, 0).release().perform()
         moved = int(split.get_property("value"))
         self.assertTrue(30 < moved < 40, moved)
         split.send_keys(Keys.ARROW_RIGHT)
@@ -192,13 +204,13 @@ class Page(unittest.TestCase):
 
     def test_leaves_components_out_in_the_view_alone(self):
         visit("#channel=1")
-        wait(lambda: browser.find_elements(By.CSS_SELECTOR, "#components canvas.cube"))
+        wait(lambda: find("#components canvas.cube"))
         before, after = drawn("#before"), drawn("#after")
-        find("#only-2").click()
+        click("#only-2")
         wait(lambda: drawn("#after") not in (before, after))
-        find("#only-2").click()
+        click("#only-2")
         for k in (1, 2, 3):
-            find(f"#without-{k}").click()
+            click(f"#without-{k}")
         wait(lambda: drawn("#after") == before)
         self.assertIn("without=1,2,3", browser.current_url)
 
@@ -258,7 +270,7 @@ class Page(unittest.TestCase):
                 .filter((each) => each.checkVisibility() && !(each.type === 'radio' && !each.checked))
                 .map((each, i) => each.dataset.control = String(i))""")
             reached = []
-            for _ in range(len(wanted) + 1):
+            for _ in range(len(wanted) + 5):
                 ActionChains(browser).send_keys(Keys.TAB).perform()
                 reached.append(browser.switch_to.active_element.get_dom_attribute("data-control"))
             self.assertEqual(set(wanted) - set(reached), set(), view)
@@ -266,14 +278,18 @@ class Page(unittest.TestCase):
 
 def update_pictures():
     setUpModule()
+    lutc("presets", "select", "--channel", "1", "--name", "evening")
+    lutc("video", "connect", "input:2", "output:2")
     PICTURES.mkdir(exist_ok=True)
-    for name, view, screen, scheme in (("signal", "", "desktop", "light"), ("channel", "#channel=1", "desktop", "dark"),
-                                       ("phone", "#channel=1", "phone", "light")):
+    for name, view, screen, scheme, last in (
+            ("signal", "", "desktop", "light", "#node-output-2 canvas"),
+            ("channel", "#channel=1", "desktop", "dark", "#histogram-after"),
+            ("phone", "#channel=1", "phone", "light", "#histogram-after")):
         look(screen, scheme)
         visit(view)
-        time.sleep(1)
-        PICTURES.joinpath(f"page-{name}.png").write_bytes(base64.b64decode(
-            browser.execute_cdp_cmd("Page.captureScreenshot", {})["data"]))
+        wait(lambda: len(drawn(last)) > 1000)
+        shot = browser.execute_cdp_cmd("Page.captureScreenshot", {})["data"]
+        PICTURES.joinpath(f"page-{name}.png").write_bytes(base64.b64decode(shot))
     unittest.doModuleCleanups()
 
 

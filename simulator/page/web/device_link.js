@@ -1,10 +1,11 @@
 // What the page knows of the device: its state, its log, and whether it is there. Everything comes over HTTP.
 import { join } from "./event_stream.js";
 
-const most_entries = 1000;
+const most_entries = 1000, fill_pause = 1000; // milliseconds
 const stopped = "The simulator has stopped. This page goes on when it is back.";
-export const known = { state: null, entries: [], is_live: false };
-let changed = () => {}, needs_state = true, needs_log = true, is_fetching = false, revision = 0;
+export const known = { state: null, entries: [], revision: 0, is_live: false }; // the state may be ahead of the events
+let changed = () => {}, needs_state = true, needs_log = true;
+let complete = 0, fill_time = 0; // the last number in front of which none is missing; when more may be fetched
 
 export async function request(path, options) {
     const answer = await fetch(path, { cache: "no-store", ...options }).catch(() => { throw new Error(stopped); });
@@ -13,34 +14,33 @@ export async function request(path, options) {
 }
 
 export const ask = async (path, options) => (await request(path, options)).json();
-const last_number = () => known.entries.at(-1)?.number ?? 0;
-
-// False when entries between what is known and these are missing.
+// Keeps entries with numbers above those that are known; what is missing in front of some is fetched later.
 function append(entries) {
-    const behind = entries.filter((entry) => entry.number > last_number());
-    if (behind.length && behind[0].number !== last_number() + 1) return false;
-    known.entries = known.entries.concat(behind).slice(-most_entries);
-    return true;
+    const end = known.entries.at(-1)?.number ?? 0;
+    known.entries = known.entries.concat(entries.filter((entry) => entry.number > end)).slice(-most_entries);
+    for (const { number } of known.entries) if (number === complete + 1) complete = number;
 }
 
 // What is known may be wrong.
-export function doubt() {
-    needs_state = needs_log = true;
-}
+export const doubt = () => { needs_state = needs_log = true; };
 
-// Brings state and log up to date. Throws when the device isn't there.
+// Brings state and log up to date; what of the log is missing once a second. Throws when the device isn't there.
 export async function catch_up() {
-    if (needs_state || revision > known.state.revision) {
+    if (needs_state || known.revision > known.state.revision) {
         needs_state = false;
         const state = await ask("state.json");
-        if (state.instance !== known.state?.instance) [known.entries, revision] = [[], 0];
-        if (state.revision > revision) needs_log = true; // it is ahead of the events
-        known.state = state;
+        if (state.instance !== known.state?.instance) [known.entries, complete, fill_time] = [[], 0, 0];
+        Object.assign(known, { state, revision: Math.min(known.revision, state.revision) });
     }
-    if (!needs_log) return;
-    [needs_log, is_fetching] = [false, true];
-    const entries = await ask(`log.json?since=${last_number()}`).finally(() => { is_fetching = false; });
-    if (!append(entries)) known.entries = entries;
+    if (!needs_log && complete === (known.entries.at(-1)?.number ?? 0)) return;
+    if (performance.now() < fill_time) return void setTimeout(changed, fill_time - performance.now());
+    [needs_log, fill_time] = [false, performance.now() + fill_pause];
+    const entries = await ask(`log.json?since=${complete}`);
+    const later = known.entries.filter((entry) => entry.number > complete);
+    known.entries = known.entries.filter((entry) => entry.number <= complete);
+    complete = entries[0] ? entries[0].number - 1 : complete;
+    append(entries);
+    append(later);
 }
 
 function take({ data }) {
@@ -48,8 +48,8 @@ function take({ data }) {
     if (data.kind !== "events" || data.instance !== known.state?.instance) {
         doubt();
     } else {
-        revision = data.revision ?? revision;
-        needs_log ||= is_fetching || !append(data.entries.map((text) => JSON.parse(text)));
+        known.revision = data.revision ?? known.revision;
+        append(data.entries.map((text) => JSON.parse(text)));
     }
     changed();
 }

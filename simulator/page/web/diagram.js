@@ -93,7 +93,9 @@ export function draw_diagram(state) {
         const [kind, number] = end.split(":");
         const content = JSON.stringify([state.instance, connections.filter((each) => each.destination === end),
             kind === "channel" ? state.channels[number - 1] : null]);
-        if (shown.content && shown.content !== content) mark(shown, last?.command.split(" ")[0] ?? "reset");
+        const is_other = shown.content && shown.content !== content;
+        if (is_other || shown.is_early) mark(shown, last?.command.split(" ")[0] ?? "reset");
+        shown.is_early = (is_other || shown.is_early) && known.revision < state.revision; // its command is to come
         shown.content = content;
         set_text(shown.status, status_of(end, state));
     }

@@ -1,7 +1,6 @@
 // One stream of events for all pages of this browser: a stream takes one of the six connections that a browser has for
 // a server. It runs as a shared worker, or in the page where there are none, and is open while a page is shown.
 const pause = 100, retry_pause = 1000; // milliseconds: what happens within the first goes to the pages together
-const most_entries = 1000;
 const pages = new Set();
 let source = null, entries = [], told = {}, timer = 0;
 
@@ -12,9 +11,8 @@ function gather(event) {
     if (told.instance !== instance) entries = [];
     told = { instance, revision: event.type === "state" ? JSON.parse(event.data).revision : told.revision };
     if (event.type === "command") entries.push(event.data);
-    if (entries.length > 2 * most_entries) entries = entries.slice(-most_entries);
     timer ||= setTimeout(() => {
-        post({ kind: "events", entries: entries.slice(-most_entries), ...told });
+        post({ kind: "events", entries, ...told });
         [timer, entries] = [0, []];
     }, pause);
 }
