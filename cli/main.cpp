@@ -31,7 +31,7 @@ std::vector<std::string> add_leading_zeros(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     const auto is_word = [](const std::string& argument) { return argument.empty() || argument[0] != '-'; };
     const auto command = std::find_if(arguments.begin(), arguments.end(), is_word);
-    if (command == arguments.end() || *command != "grade") return arguments;
+    if (command == arguments.end() || (*command != "grade" && *command != "lut")) return arguments;
     for (std::string& argument : arguments) {
         const bool bare = argument.size() > 2 && argument.compare(0, 2, "-.") == 0;
         if (bare && argument[2] >= '0' && argument[2] <= '9') argument.insert(1, "0");

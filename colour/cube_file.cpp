@@ -198,7 +198,7 @@ const std::map<std::string, cube_reader::setter> cube_reader::setters = {
 }  // namespace
 
 bool is_cube_file(const std::string& path, std::string_view text) {
-    const std::string kind = lower_case(path.substr(std::min(path.rfind('.'), path.size())));
+    const std::string kind = extension_of(path);
     if (kind == ".cube" || kind == ".itx") return true;
     while (!text.empty()) {
         const std::size_t length = std::min(text.find('\n'), text.size());

@@ -12,8 +12,10 @@
 #include <system_error>
 #include <vector>
 
+#include "colour/edl.h"
 #include "colour/error.h"
 #include "colour/file_check.h"
+#include "colour/text_file.h"
 
 namespace colour {
 
@@ -99,12 +101,9 @@ class readable_copy {
     std::string path_;
 };
 
-struct correction {
-    std::string id;  // possibly empty
-    cdl_values values;
-};
-
 std::vector<correction> read_corrections(const std::string& path) {
+    const std::string text = read_text(path);
+    if (is_edl(path, text)) return parse_edl(path, text);
     std::vector<correction> corrections;
     read_colour_file(path, [&](const std::string& readable) {
         const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(readable.c_str());
@@ -162,7 +161,7 @@ std::optional<cube_file> read_colour_file(const std::string& path,
 
 cdl_values read_cdl_file(const std::string& path, const std::string& id) {
     const std::vector<correction> corrections = read_corrections(path);
-    if (corrections.empty()) throw content_error(path + ": the file holds no ColorCorrection");
+    if (corrections.empty()) throw content_error(path + ": the file holds no ColorCorrection, ASC_SOP or ASC_SAT");
     if (id.empty() && corrections.size() == 1) return corrections.front().values;
     std::string ids;
     const correction* numbered = nullptr;  // taken when no correction has "#N" as its id

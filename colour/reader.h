@@ -11,7 +11,7 @@
 
 namespace colour {
 
-// The values of the correction of a .cc, .ccc or .cdl file with this id, or with "#N" the Nth; without an id (empty) of
+// The values of the correction of a .cc, .ccc, .cdl or .edl file with this id, or with "#N" the Nth; without an id (empty) of
 // the only one. When that leaves none the content_error lists the ids that there are.
 cdl_values read_cdl_file(const std::string& path, const std::string& id);
 

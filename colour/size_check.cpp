@@ -32,8 +32,7 @@ std::string fault_of_size(std::string_view text, bool is_cube) {
     return describe_excess(text.substr(0, 40), largest, is_cube ? " points an axis" : " entries");
 }
 
-size_check::size_check(const std::string& path)
-    : path_(path), kind_(lower_case(path.substr(std::min(path.rfind('.'), path.size())))) {}
+size_check::size_check(const std::string& path) : path_(path), kind_(extension_of(path)) {}
 
 void size_check::check(std::size_t line, std::string_view text, bool is_cube) const {
     const std::string fault = fault_of_size(text, is_cube);

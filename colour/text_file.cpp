@@ -55,6 +55,16 @@ std::string lower_case(std::string_view text) {
     return lower;
 }
 
+std::string extension_of(const std::string& path) {
+    const std::size_t point = path.rfind('.');
+    return point == std::string::npos ? "" : lower_case(path.substr(point));
+}
+
+bool is_cdl_file(const std::string& path) {
+    const std::string kind = extension_of(path);
+    return kind == ".cc" || kind == ".ccc" || kind == ".cdl" || kind == ".edl";
+}
+
 std::size_t for_each_line(std::string_view text, const std::function<void(std::string_view, std::size_t)>& read) {
     std::size_t line = 0;
     while (!text.empty()) {

@@ -16,8 +16,12 @@ std::string read_text(const std::string& path);
 // Throws content_error with the file and the line.
 [[noreturn]] void refuse(const std::string& path, std::size_t line, const std::string& reason);
 
-std::string quote(std::string_view text);       // for messages, cut when it is long
-std::string lower_case(std::string_view text);  // of ASCII letters
+std::string quote(std::string_view text);           // for messages, cut when it is long
+std::string lower_case(std::string_view text);      // of ASCII letters
+std::string extension_of(const std::string& path);  // in small letters, with its point
+
+// Whether a file holds CDLs, by its name: .cc, .ccc, .cdl or .edl.
+bool is_cdl_file(const std::string& path);
 
 // Calls read(line, number) for each line, numbers from 1. Returns how many there are.
 std::size_t for_each_line(std::string_view text, const std::function<void(std::string_view, std::size_t)>& read);

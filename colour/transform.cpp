@@ -9,6 +9,7 @@
 #include "colour/error.h"
 #include "colour/reader.h"
 #include "colour/stages.h"
+#include "colour/text_file.h"
 
 namespace colour {
 
@@ -192,6 +193,11 @@ colour_transform make_transform(const std::string& name, const OCIO::TransformRc
 
 colour_transform read_lut_file(const std::string& path) {
     colour_transform transform;
+    if (is_cdl_file(path)) {
+        transform = make_cdl_transform(read_cdl_file(path, ""));
+        transform.name = path;
+        return transform;
+    }
     const std::optional<cube_file> cube = read_colour_file(path, [&](const std::string& readable) {
         const OCIO::FileTransformRcPtr file = OCIO::FileTransform::Create();
         file->setSrc(readable.c_str());

@@ -100,7 +100,7 @@ struct cdl_source {
     std::vector<argument> given;  // each of which says what the values are
 
     void declare(const command& to) {
-        const argument from_file = to.add_text("--file", file, "Take the values from a .cc, .ccc or .cdl file");
+        const argument from_file = to.add_text("--file", file, "Take the values from a .cc, .ccc, .cdl or .edl file");
         to.add_text("--id", id, "Which of the file's corrections; #N for the Nth").need(from_file);
         given = {to.add_triple("--slope", values.slope, "Slope of red, green and blue (default 1 1 1)"),
                  to.add_triple("--offset", values.offset, "Offset of red, green and blue (default 0 0 0)"),

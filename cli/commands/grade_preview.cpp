@@ -1,6 +1,5 @@
 // lutc grade preview: what a grade does to a picture, before it is sent.
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 
 #include "cli/commands/commands.h"
@@ -15,6 +14,7 @@
 #include "colour/layout.h"
 #include "colour/pattern.h"
 #include "colour/reader.h"
+#include "colour/text_file.h"
 #include "colour/transform.h"
 
 namespace lutc_cli {
@@ -129,7 +129,7 @@ struct preview_options {
     output_option output;
 
     void declare(const command& to) {
-        to.add_text("file", file, "A grade file, a CDL file (.cc, .ccc, .cdl) or a LUT file").require();
+        to.add_text("file", file, "A grade file, a CDL file (.cc, .ccc, .cdl, .edl) or a LUT file").require();
         to.add_text("--id", id, "Which of a CDL file's corrections; #N for the Nth");
         to.add_text("--picture", picture, "The picture to grade, a PNG; without it a chart");
         to.add_flag("--split", splits, "Leave the left half as it was");
@@ -147,10 +147,9 @@ struct preview_options {
     }
 
     preview render(image_rows input) const {
-        const std::string kind = std::filesystem::path(file).extension();
-        if (kind == ".cc" || kind == ".ccc" || kind == ".cdl") return grade_by_cdl(file, id, std::move(input));
-        if (!id.empty()) throw failure(exit_usage, file + ": --id is for .cc, .ccc and .cdl files");
-        if (kind == ".json" || file == "-") return grade_by_file(file, std::move(input));
+        if (colour::is_cdl_file(file)) return grade_by_cdl(file, id, std::move(input));
+        if (!id.empty()) throw failure(exit_usage, file + ": --id is for .cc, .ccc, .cdl and .edl files");
+        if (colour::extension_of(file) == ".json" || file == "-") return grade_by_file(file, std::move(input));
         return grade_by_lut(file, std::move(input));
     }
 };

@@ -112,6 +112,43 @@ void pack_options::run(const output_style& style) const {
     print_result(output.style_beside(style), report);
 }
 
+struct info_options {
+    std::string file;
+    std::array<double, 3> colour{};
+    std::optional<argument> given;
+
+    void declare(const command& info) {
+        info.add_text("file", file, file_help).require();
+        given = info.add_triple("colour", colour, "A colour, to see what the file makes of it");
+    }
+
+    ordered_json run() const {
+        const colour::colour_transform transform = colour::read_lut_file(file);
+        const bool is_cube = transform.mixes_channels;
+        const std::size_t unknown_size = is_cube ? 33 : 1024;  // of a file without a table
+        const value_span span =
+            find_span(colour::make_table(transform, transform.file_size > 1 ? transform.file_size : unknown_size));
+        ordered_json report = {{"file", file},
+                               {"title", transform.title.empty() ? ordered_json() : ordered_json(transform.title)},
+                               {"type", is_cube ? "3dlut" : "1dlut"},
+                               {"stages", describe_stages(transform)},
+                               {"fileSize", transform.file_size},
+                               {"domainMinimum", shorten(transform.domain_minimum)},
+                               {"domainMaximum", shorten(transform.domain_maximum)},
+                               {"shaper", transform.has_shaper},
+                               {"minimum", shorten(span.minimum)},
+                               {"maximum", shorten(span.maximum)},
+                               {"outOfRange", span.outside},
+                               {"exact", transform.content.has_value()}};
+        if (!given->is_given()) return report;
+        std::vector<float> triple(colour.begin(), colour.end());
+        transform.apply(triple);
+        report["input"] = colour;
+        report["output"] = shorten(std::array<float, 3>{triple[0], triple[1], triple[2]});
+        return report;
+    }
+};
+
 struct plot_options {
     std::string file;
     output_option output;
@@ -133,6 +170,7 @@ struct plot_options {
 void add_lut(const command& tool) {
     const command group = tool.add_group("lut", "LUT files: tables for a device, and pictures");
     group.add<pack_options>("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for");
+    group.add<info_options>("info", "Show what a LUT file is, and what it makes of a colour");
     group.add<plot_options>("plot", "Draw a LUT file's curves, or its cube's slices, as PNG");
 }
 

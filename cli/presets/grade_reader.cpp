@@ -124,8 +124,7 @@ class component_reader {
 
     // Else its bytes are values as the device has them.
     bool is_cdl_file(const json_value& fields) const {
-        const std::string kind = colour::lower_case(std::filesystem::path(fields["file"].text()).extension().string());
-        return fields.has("id") || kind == ".cc" || kind == ".ccc" || kind == ".cdl" || kind == ".edl";
+        return fields.has("id") || colour::is_cdl_file(fields["file"].text());
     }
 
     lutc::component read_cdl(const json_value& fields, int slot) {

@@ -47,6 +47,20 @@ class CdlFileTest(WithSimulator):
         self.check((DONE, "grade cdl --file list.ccc --id #2", "saturation: 0.25"),
                    (DONE, "grade cdl --file list.cdl --id #2", "saturation: 0.5"))
 
+    def test_edl_comments(self):
+        self.write("cut.edl", "TITLE: CUT\n003  AX V C 00:00:00:00\n* FROM CLIP NAME: (a)\n*ASC_SOP (1.5 1 1)(0 0 -.5)( 1 1 2 )\n"
+                   "* ASC_SAT 0.5\n004  AX V C 00:00:00:00\n* ASC_SAT 0.25\n005 AX V C\n* COMMENT ASC_SAT 7\n")
+        cdl = "grade cdl --file cut.edl "
+        self.check((DONE, cdl + "--id 003", "slope: 1.5 1.0 1.0\noffset: 0.0 0.0 -0.5\npower: 1.0 1.0 2.0\nsaturation: 0.5\n"),
+                   (DONE, cdl + "--id 004", "saturation: 0.25"), (DONE, cdl + "--id #2", "saturation: 0.25"),
+                   (DONE, "grade preview cut.edl --id 004 -o p.png"), (USAGE, cdl, "--id with one of: 003, 004"),
+                   (USAGE, cdl + "--id 005", "there are: 003, 004"))
+        for comment, complaint in (("ASC_SOP (1 1 1)(0 0 0)(1 1)", "ASC_SOP needs 9 numbers"), ("ASC_SAT 0,5", "has a comma"),
+                                   ("ASC_SOP (-1 1 1)(0 0 0)(1 1 1)", "slope must not be below 0"),
+                                   ("ASC_SAT 1\n* ASC_SAT 1", "a second ASC_SAT in event 001")):
+            self.write("bad.edl", "001 AX V C\n* " + comment + "\n")
+            self.check((USAGE, "grade cdl --file bad.edl", "line %d: " % (2 + comment.count("\n")), complaint))
+
     def test_bad_files_send_nothing(self):
         for content, complaint in [
                 (correction("\n<SOPMode/>" + SAT % 1), "line 2: unknown element SOPMode"),

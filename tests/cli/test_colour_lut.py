@@ -170,6 +170,13 @@ class PackTest(WithFolder):
                 self.assertEqual("resampled: up to" in result.stderr, lossy and resampled)
                 self.assertEqual(result.stderr == "", not report["clipped"] and not lossy)
 
+    def test_info(self):
+        self.check((DONE, "lut info ranged.cube 1 0.5 0", "title: a #1\ntype: 3dlut\nstages: matrix, then 3D LUT of 3 points an axis",
+                    "fileSize: 3\ndomainMinimum: 0.0 0.0 0.0\ndomainMaximum: 2.0 2.0 2.0\nshaper: false\n",
+                    "exact: false\ninput: 1.0 0.5 0.0\noutput: 0.3 0.275 0.9\n"),
+                   (DONE, "lut info hot.cube -.5 0.5 1", "minimum: -0.5 0.0 0.25\nmaximum: 0.5 2.0 1.0\noutOfRange: 2\nexact: true",
+                    "output: -0.5 1.0 1.0\n"), (DONE, "lut info shaped.cube", "shaper: true"), (USAGE, "lut info hot.cube 1 1"))
+
     def test_a_lossy_table_names_a_better_size(self):
         pack = "lut pack shaped.cube --samples float32 --byte-order little --order red-fastest -o table".split()
         self.write("steep.cube", "LUT_1D_INPUT_RANGE 0 0.01\n" + FILES["shaped.cube"])
