@@ -1,4 +1,4 @@
-// In a build without OpenColorIO, libpng or expat.
+// In a build without OpenColorIO, libpng, expat or cairo.
 #include "colour/error.h"
 #include "colour/grade.h"
 #include "colour/image_png.h"
@@ -9,7 +9,7 @@ namespace colour {
 namespace {
 
 [[noreturn]] void refuse() {
-    throw error("colour files need OpenColorIO, libpng and expat, and this lutc was built without them");
+    throw error("colour files need OpenColorIO, libpng, expat and cairo, and this lutc was built without them");
 }
 
 }  // namespace
@@ -21,7 +21,7 @@ lut_table make_table(const colour_transform& /*transform*/, std::size_t /*size*/
 double find_largest_error(const colour_transform& /*transform*/, const lut_table& /*table*/, bool /*clipped*/) {
     refuse();
 }
-std::vector<unsigned char> plot(const colour_transform& /*transform*/, bool /*with_slices*/) { refuse(); }
+std::vector<unsigned char> plot(const colour_transform& /*transform*/, bool /*is_svg*/) { refuse(); }
 
 lut_table read_table(const grade_component& /*component*/) { refuse(); }
 std::string find_obstacle(const grade_component& /*component*/) { refuse(); }

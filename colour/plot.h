@@ -8,9 +8,9 @@
 
 namespace colour {
 
-// A PNG of what greys from 0 to 1 become, and with slices of the colour cube beside it. Throws content_error when a
-// curve is not finite.
-std::vector<unsigned char> plot(const colour_transform& transform, bool with_slices);
+// A PNG or an SVG of what greys of the whole domain become, and, where channels are mixed, slices of the colour cube beside
+// it; with title, file, axes and a legend. Throws content_error when a curve is not finite.
+std::vector<unsigned char> plot(const colour_transform& transform, bool is_svg);
 
 }  // namespace colour
 

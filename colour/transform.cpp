@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <map>
+#include <utility>
 
 #include "colour/error.h"
 #include "colour/reader.h"
@@ -86,6 +88,20 @@ bool does_nothing(const OCIO::Transform& stage, bool inputs_within_0_1) {
     const bool high =
         !range->hasMaxInValue() || (range->getMaxInValue() >= 1.0 && range->getMaxInValue() == range->getMaxOutValue());
     return low && high;
+}
+
+std::string describe(const cdl_values& values) {
+    const auto write = [](double number) {
+        char text[32];
+        std::snprintf(text, sizeof text, " %.4g", number);
+        return std::string(text);
+    };
+    std::string words;
+    for (const auto& [name, triple] :
+         {std::pair("CDL of slope", values.slope), {", offset", values.offset}, {", power", values.power}}) {
+        words += name + write(triple[0]) + write(triple[1]) + write(triple[2]);
+    }
+    return words + ", saturation" + write(values.saturation);
 }
 
 // The table that a stage is, if it is nothing more.
@@ -214,6 +230,7 @@ colour_transform read_lut_file(const std::string& path) {
 colour_transform make_cdl_transform(const cdl_values& values) {
     colour_transform transform;
     guard_reader("CDL", "CDL", [&] { transform = make_transform("CDL", make_cdl(values)); });
+    transform.stages = {describe(values)};
     return transform;
 }
 

@@ -199,12 +199,14 @@ struct plot_options {
 
     void declare(const command& plot) {
         source.declare(plot);
-        output.declare(plot, "The picture");
+        output.declare(plot, "The picture, an SVG when its name ends in .svg, else a PNG");
     }
 
     void run(const output_style& style) const {
-        const std::vector<unsigned char> picture = colour::plot(colour::make_cdl_transform(source.read()), false);
-        output.write(picture, source.file ? std::vector{*source.file} : std::vector<std::string>());
+        colour::colour_transform transform = colour::make_cdl_transform(source.read());
+        if (source.file) transform.name = *source.file;
+        output.write(colour::plot(transform, output.is_svg()),
+                     source.file ? std::vector{*source.file} : std::vector<std::string>());
         print_done(output.style_beside(style));
     }
 };
@@ -218,7 +220,7 @@ void add_grade(const command& tool) {
     group.add<cdl_options>("cdl", "Send CDL values to a channel");
     group.add<saturation_options>("saturation", "Send a saturation to a channel");
     group.add<live_options>("live", "Send a whole grade to a channel, without storing it");
-    group.add<plot_options>("plot", "Draw what a CDL does to greys, as PNG; nothing is sent");
+    group.add<plot_options>("plot", "Draw what a CDL does; nothing is sent");
     add_grade_preview(group);
 }
 

@@ -155,12 +155,12 @@ struct plot_options {
 
     void declare(const command& plot) {
         plot.add_text("file", file, file_help).require();
-        output.declare(plot, "The picture");
+        output.declare(plot, "The picture, an SVG when its name ends in .svg, else a PNG");
     }
 
     void run(const output_style& style) const {
         const colour::colour_transform transform = colour::read_lut_file(file);
-        output.write(colour::plot(transform, transform.mixes_channels), {file});
+        output.write(colour::plot(transform, output.is_svg()), {file});
         print_done(output.style_beside(style));
     }
 };
@@ -171,7 +171,7 @@ void add_lut(const command& tool) {
     const command group = tool.add_group("lut", "LUT files: tables for a device, and pictures");
     group.add<pack_options>("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for");
     group.add<info_options>("info", "Show what a LUT file is, and what it makes of a colour");
-    group.add<plot_options>("plot", "Draw a LUT file's curves, or its cube's slices, as PNG");
+    group.add<plot_options>("plot", "Draw a LUT file's curves, and its cube's slices");
 }
 
 }  // namespace lutc_cli

@@ -7,6 +7,7 @@
 
 #include "cli/commands/command.h"
 #include "cli/console/files.h"
+#include "colour/text_file.h"
 
 namespace lutc_cli {
 
@@ -22,6 +23,8 @@ struct output_option {
         check_output(path, inputs);
         write_file(path, bytes);
     }
+
+    bool is_svg() const { return colour::extension_of(path) == ".svg"; }
 
     // How the result is printed where the output may be standard output.
     output_style style_beside(const output_style& style) const { return {style.json, goes_to_stdout(path)}; }

@@ -92,10 +92,11 @@ class CdlFileTest(WithSimulator):
         self.check((DONE, "grade plot --file shot.cc -o file.png"),
                    (DONE, "grade plot --slope 0.5 1 1 --offset 0 0 0.25 --power 1 2 1 -o values.png"),
                    (USAGE, "grade plot --power 0 1 1 -o none.png"))
-        self.assertEqual(self.read("file.png"), self.read("values.png"))
-        _, picture = png.read(self.read("file.png"))
+        self.expect(DONE, *"lut plot shot.cc -o lut.png".split())
+        self.assertEqual(self.read("file.png"), self.read("lut.png"))
+        _, picture = png.read(self.read("values.png"))
         for channel, value in enumerate((0.4, 0.64, 1.0)):  # of 0.8; blue is limited to 1
-            self.assertGreater(picture[round(48 + 512 * (1 - value))][48 + round(0.8 * 512)][channel], 200)
+            self.assertGreater(picture[round(80 + 512 * (1 - value))][72 + round(0.8 * 512)][channel], 200)
         self.assertFalse(os.path.exists(self.path("none.png")))
 
 

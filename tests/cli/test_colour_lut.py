@@ -4,6 +4,7 @@ import json
 import os
 import subprocess
 import unittest
+from xml.etree import ElementTree
 
 from colour_data import asymmetric, clf, clf_cube, cube, entries, packed, rows
 from tool import DONE, LUTC, REFUSED, USAGE, WithFolder, run
@@ -249,26 +250,38 @@ class PackTest(WithFolder):
 
 
 class PlotTest(WithFolder):
-    LEFT, TOP, SIDE = 48, 48, 512  # of the diagram
+    LEFT, TOP, SIDE = 72, 80, 512  # of the diagram
 
     def plotted(self, name, content):
         self.expect(DONE, "lut", "plot", self.write(name, content), "-o", "out.png")
         return png.read(self.read("out.png"))[1]
 
+    def colour_at(self, picture, across, value):
+        return picture[round(self.TOP + self.SIDE * (1 - value))][self.LEFT + round(self.SIDE * across)]
+
     def test_curves_stand_where_their_values_are(self):
         picture = self.plotted("curve.cube", "LUT_1D_SIZE 3\n" + rows([(0.1, 0.9, 0.5), (0.7, 0.3, 0.5), (1, 0, 0.5)]))
         for channel, value in enumerate((0.7, 0.3, 0.5)):
-            colour = picture[round(self.TOP + self.SIDE * (1 - value))][self.LEFT + self.SIDE // 2]
-            self.assertGreater(colour[channel], 200)
+            self.assertGreater(self.colour_at(picture, 0.5, value)[channel], 200)
         self.assertEqual(max(picture[self.TOP + 20][self.LEFT + self.SIDE // 2 + 20]), 24)  # nothing there
+        # Curves on one another are white; the whole domain is drawn.
+        picture = self.plotted("wide.cube", "LUT_1D_SIZE 2\nLUT_1D_INPUT_RANGE -1 3\n0 0 0\n1 1 1\n")
+        self.assertGreater(min(self.colour_at(picture, 0.75, 0.75)), 200)
 
     def test_slices_show_red_to_the_right_green_up_and_blue_from_slice_to_slice(self):
         picture = self.plotted("look.cube", cube(entries(3), 3))
-        for blue, (left, top) in {0.0: (608, 48), 0.5: (720, 48), 1.0: (608, 160)}.items():
+        for blue, (left, top) in {0.0: (624, 94), 0.5: (728, 94), 1.0: (624, 212)}.items():
             for red, green in itertools.product((0, 1), repeat=2):
                 colour = picture[top + 95 * (1 - green)][left + 95 * red]
                 for got, wanted in zip(colour, asymmetric(red, green, blue)):
                     self.assertAlmostEqual(got / 255, wanted, delta=1 / 255)
+
+    def test_a_drawing_says_what_it_is(self):
+        self.write(os.fsdecode(b"a\xff.cube"), cube(entries(2), 2, 'TITLE "A <look> & more"\n'))
+        self.expect(DONE, "lut", "plot", os.fsdecode(b"a\xff.cube"), "-o", "out.svg")
+        root = ElementTree.fromstring(self.read("out.svg"))
+        self.assertEqual([(child.tag.rpartition("}")[2], child.text) for child in root][0], ("title", "A <look> & more"))
+        self.assertIn("a?.cube: 3D LUT of 2 points an axis. Beside it slices", root[1].text)
 
 
 if __name__ == "__main__":

@@ -6,7 +6,7 @@ import unittest
 import reader
 
 PREFIXES = {  # how the headers begin that <...> names; others are the C++ library's, or with a .h POSIX's
-    "Boost": "boost/", "CLI11": "CLI/", "expat": "expat.h", "Google Benchmark": "benchmark/", "GoogleTest": "gtest/",
+    "Boost": "boost/", "cairo": "cairo", "CLI11": "CLI/", "expat": "expat.h", "Google Benchmark": "benchmark/", "GoogleTest": "gtest/",
     "libbson": "bson/bson.h", "libpng": "png.h", "nlohmann-json": "nlohmann/", "OpenColorIO": "OpenColorIO/"}
 
 
