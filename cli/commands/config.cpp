@@ -22,12 +22,15 @@ struct layout_options {
     std::string name;
 
     void declare(const command& to) {
-        std::vector<std::string> names;
-        for (const colour::table_layout& layout : colour::list_layouts()) names.push_back(colour::name_of(layout));
-        to.add_choice("name", name, names, "Samples, byte order and, of cubes, which input changes first").require();
+        to.add_text(
+              "name", name,
+              "float32, uint16, uint12in16 or uint10in16, then -le or -be for the byte order, then, where cubes are "
+              "sent, -red-fastest or -blue-fastest for the input that changes first")
+            .require();
     }
 
     ordered_json run() const {
+        check_layout("config", name);
         config content = read_config();
         content.layout = name;
         write_config(content);

@@ -48,7 +48,7 @@ struct download_options {
         const std::string stem = std::filesystem::path(file).stem();
         const std::vector<std::string> names = list_grade_files(file, grade, stem);
         for (const std::string& name : names) {
-            if (std::filesystem::exists(name)) confirm(yes, "Replace " + name + "?");
+            if (std::filesystem::is_regular_file(name)) confirm(yes, "Replace " + name + "?");
         }
         write_grade_file(file, grade, stem);
         for (const std::string& notice : notices) print_notice(notice);

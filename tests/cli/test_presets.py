@@ -209,7 +209,8 @@ class Presets(WithSimulator):
 
     def test_restore_goes_on_after_a_failure_and_an_interrupt(self):
         self.start("--fault", "sendPreset:2=refuse", "--fault", "sendPreset:4=delay,500")
-        self.make_backup("made", 3)
+        self.make_backup("made", 3, [{"type": "1dlut", "dataFormat": "f", "file": "t.bin"}])
+        self.write("made/t.bin", b"0 0 0\n")  # what a backup holds is sent, also where it reads as text
         self.check((REFUSED, "presets restore made", "'preset/2': refused (7): refused on demand; 1 of 3 presets are restored"))
         process = subprocess.Popen([LUTC, "presets", "restore", self.path("made"), "--yes"], stderr=subprocess.PIPE)
         self.simulator.wait_for("< sendPreset", 4)
