@@ -182,6 +182,7 @@ TEST(Replies, limitsAndOddities) {
          "8: 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2"},
         {"'videoConnections':[" + nine + "]", read_video, "7: 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2 0.1>-.2"},
         {"'videoConnections':{'0':" + connection + "}", read_video, "0:"},
+        {"'videoConnections':['hex:" + to_hex(encoded(connection)) + "']", read_video, "0:"},
         {"'videoConnections':[[],{},{'sourceIndex':-1,'sourceType':'Input','destinationIndex':2,"
          "'destinationType':'output\\u0000x'}]",
          read_video, "1: -.-1>-.2"},
