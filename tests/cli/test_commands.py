@@ -142,6 +142,7 @@ class Device(WithSimulator):
         return json.loads(self.expect(DONE, *command.split(), "--json").stdout)
 
     def test_model_and_client(self):
+        self.expect(DONE, "option", "set", "friendlyName", "x" * 256)  # the longest: a reply has 1024 bytes
         model = self.json("model")
         self.assertEqual(model["gradeCombos"][1], {"gradeComboIndex": 2, "gradeCombo": ["cdl", "saturation"]})
         self.assertEqual([channel["channelIndex"] for channel in model["gradeChannels"]], [1, 2])

@@ -89,14 +89,11 @@ class Installed(unittest.TestCase):
                                           check=False, timeout=60)
                     self.assertEqual(done.stderr + (done.stdout if checker[0] == "mandoc" else ""), "", name)
                     self.assertNotRegex(done.stdout, r"@[A-Z]+@")
-
-    def test_each_function_has_a_page_of_its_own(self):
         for name in reader.functions():
             page = self.call("man", "-l", self.find(name + ".3.gz"))
             self.assertRegex(page, rf"NAME\n +{name} +- +\w")
             self.assertIn(f"int {name}(", page)
 
-    def test_the_tools_page_has_every_command(self):
         page = self.call("man", "-l", self.find("lutc.1.gz"))
         commands = re.findall(r"`(lutc(?: [a-z]+)+)", reader.text("docs", "functions.md"))
         self.assertGreater(len(commands), 20)
