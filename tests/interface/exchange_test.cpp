@@ -46,12 +46,6 @@ int list() { return read_preset_list() ? 0 : -1; }
 
 int receive() { return read_preset(nullptr, 0, false) ? 0 : -1; }
 
-std::vector<step> script(std::initializer_list<std::vector<step>> parts) {
-    std::vector<step> all;
-    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
     const struct {
         std::size_t capacity;
@@ -154,7 +148,9 @@ TEST(Exchange, aCommandThatIsTooLongToEncodeIsNotSent) {
 // A reply sees the call through 200 ms in which a signal arrives each millisecond, in the wait and in the message.
 TEST(Exchange, signalsNeitherEndNorLengthenAWait) {
     const signal_storm storm;
-    EXPECT_EQ(punctually(script({{pause(200)}, dribble(ok, 6, 3)}), lutc_save_presets_to_media), 0);
+    std::vector<step> script = dribble(ok, 6, 3);
+    script.insert(script.begin(), pause(200));
+    EXPECT_EQ(punctually(script, lutc_save_presets_to_media), 0);
     EXPECT_GT(storm.count(), 50);
     EXPECT_EQ(save({send(ok.substr(0, 9)), pause(apart), send(ok.substr(9))}), EPROTO);
 }

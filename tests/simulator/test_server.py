@@ -156,6 +156,13 @@ class Server(unittest.TestCase):
                 self.assertEqual((code, said.count("\n")), (1 if "link" in str(content) else 2, 1), said)
                 self.write("device.json", device)
 
+    def test_goes_wrong_in_the_commands_that_were_named(self):
+        self.start("--quiet", "--fault=getModelInfo:3=close", "--fault=*:3-4=before-close")
+        model, change = command("getModelInfo"), command("setOption", name="rangeMode", value="legal")
+        replies = [self.send(each) for each in (model, command("no such command"), change, model, model, GET_OPTION)]
+        self.assertEqual([bool(reply) for reply in replies], [True, True, False, False, False, True])
+        self.assertEqual(bson.decode(replies[-1])["value"], "full", "not performed")
+
     def test_ends_with_a_reason_when_it_can_not_start(self):
         self.start("--quiet")
         taken = f"lutc-simulator: can't listen on 127.0.0.1:{self.port}: Address already in use\n"
@@ -164,6 +171,8 @@ class Server(unittest.TestCase):
         for fault, fault_said in (("getOption=trikle", "there is no fault \"trikle\"; did you mean 'trickle'?"),
                                   ("getoption=close", "there is no command \"getoption\"; did you mean 'getOption'?")):
             self.assertEqual(run("--fault", fault), (2, f"lutc-simulator: --fault: {fault_said}\n"))
+        for fault in ("getPreset", "getPreset:0=refuse", "getPreset:3-2=refuse", "getPreset=before-", "getPreset=delay,1s"):
+            self.assertEqual(run("--fault", fault)[0], 2, fault)
         self.assertEqual(run("--porl", "1")[0], 2)
 
 

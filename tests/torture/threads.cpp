@@ -4,13 +4,14 @@
 //   torture_threads --cancel             the service must delay "getOption"
 //
 // Every answer must be the one to the thread's own question.
-#include <dirent.h>
 #include <pthread.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,14 +21,7 @@
 
 namespace {
 
-std::size_t open_descriptors() {
-    DIR* const folder = opendir("/proc/self/fd");
-    CHECK(folder != nullptr);
-    std::size_t count = 0;
-    while (readdir(folder) != nullptr) ++count;
-    closedir(folder);
-    return count;
-}
+std::ptrdiff_t count_descriptors() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
 
 // Stores a table that only this thread has, in a preset that only it knows; reads it back and deletes it.
 void round_trip(const std::string& name) {
@@ -76,9 +70,9 @@ struct cancelled_call {
     };
     pthread_t thread;
     void* end = nullptr;
-    const std::size_t before = open_descriptors();
+    const std::ptrdiff_t before = count_descriptors();
     CHECK(pthread_create(&thread, nullptr, body, &call) == 0);
-    while (open_descriptors() == before && call.result == 1) std::this_thread::yield();  // until it is connected
+    while (count_descriptors() == before && call.result == 1) std::this_thread::yield();  // until it is connected
     CHECK(pthread_cancel(thread) == 0 && pthread_join(thread, &end) == 0);
     CHECK(end == PTHREAD_CANCELED && call.result == 0 && !call.went_on);
 }
@@ -86,7 +80,7 @@ struct cancelled_call {
 }  // namespace
 
 int main(int count, char** arguments) {
-    const std::size_t descriptors = open_descriptors();
+    const std::ptrdiff_t descriptors = count_descriptors();
     if (count == 2 && std::strcmp(arguments[1], "--cancel") == 0) {
 #ifdef __SANITIZE_ADDRESS__
         return 77;  // skipped: AddressSanitizer takes a cancelled thread's stack for damaged
@@ -98,5 +92,5 @@ int main(int count, char** arguments) {
         std::fputs("usage: torture_threads THREADS ROUNDS | --cancel\n", stderr);
         return 2;
     }
-    CHECK(open_descriptors() == descriptors);
+    CHECK(count_descriptors() == descriptors);
 }
