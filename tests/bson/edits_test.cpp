@@ -68,12 +68,20 @@ TEST(Edits, typedGettersTellMissingFromMistyped) {
     }
 }
 
-TEST(Edits, deletionsRemoveOneOccurrence) {
+TEST(Edits, occurrencesAreFoundAndDeletedOneByOne) {
     bsonDocument document;
     document.addInt32Element("a", 1);
     document.addStringElement("b", "x");
     document.addInt32Element("a", 2);
     document.addDocumentElement("d", document_from("{'e':[1]}").release(), false);
+    const auto& list = document.elementList;
+    EXPECT_EQ(document.getElementListWithKey("a"), (std::vector<bsonElement*>{list[0], list[2]}));
+    EXPECT_EQ(document.getElementListWithValueType(0x10), (std::vector<bsonElement*>{list[0], list[2]}));
+    for (const auto& [occurrence, found] : {std::pair(0, list[0]), {1, list[2]}, {2, nullptr}, {-1, nullptr}}) {
+        EXPECT_EQ(document.getElementWithKey("a", occurrence), found);
+        EXPECT_EQ(document.getElementWithValueType(0x10, occurrence), found);
+    }
+    for (const char* key : {"A", "", "aa"}) EXPECT_EQ(document.getElementWithKey(key, 0), nullptr);
     EXPECT_EQ(document.deleteElementWithKey("a", 0), 1);
     EXPECT_EQ(document.deleteElementWithKey("a", 1), 0);
     EXPECT_EQ(document.deleteElementWithKey("a", -1), 0);

@@ -1,9 +1,8 @@
-// Elements and documents as objects: values, ownership, copies, finding.
+// Elements and documents as objects: values, ownership, copies.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include <lutc/bsonDocument.h>
@@ -220,24 +219,6 @@ TEST(Document, messageIsCopiedOrBorrowedAsTold) {
     EXPECT_TRUE(none.elementList.empty());
     const std::unique_ptr<bsonDocument> copy_of_none(none.getCopy());
     EXPECT_FALSE(bsonDocument::isMessageValid(nullptr, 7, false));
-}
-
-TEST(Document, findsByKeyAndKindInOrder) {
-    bsonDocument document;
-    document.addInt32Element("a", 1);
-    document.addStringElement("b", "x");
-    document.addInt32Element("a", 2);
-    const auto& list = document.elementList;
-    EXPECT_EQ(document.getElementWithKey("a", 1), list[2]);
-    EXPECT_EQ(document.getElementWithValueType(0x10, 0), list[0]);
-    for (const std::int32_t occurrence : {2, -1, std::numeric_limits<std::int32_t>::min()}) {
-        EXPECT_EQ(document.getElementWithKey("a", occurrence), nullptr);
-        EXPECT_EQ(document.getElementWithValueType(0x10, occurrence), nullptr);
-    }
-    for (const char* key : {"A", "", "aa"}) EXPECT_EQ(document.getElementWithKey(key, 0), nullptr);
-    EXPECT_EQ(document.getElementListWithKey("a"), (std::vector<bsonElement*>{list[0], list[2]}));
-    EXPECT_EQ(document.getElementListWithValueType(0x02), std::vector<bsonElement*>{list[1]});
-    EXPECT_TRUE(document.getElementListWithKey("c").empty());
 }
 
 }  // namespace

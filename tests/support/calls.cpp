@@ -23,30 +23,6 @@ const cdl some_values{{0.1, 0.2, 0.3}, {1.0, 1.1, 1.2}, {2.0, 2.1, 2.2}, 0.5};
 unsigned char some_table[4] = {1, 2, 3, 4};
 char some_format[] = "f16";
 
-gradeComponent make_component(int kind, int type_index) {
-    gradeComponent made{};
-    made.kind = kind;
-    made.typeIndex = type_index;
-    return made;
-}
-gradeComponent make_cdl(int kind, int type_index) {
-    gradeComponent made = make_component(kind, type_index);
-    made.cdlValues = const_cast<cdl*>(&some_values);
-    return made;
-}
-gradeComponent make_data(int kind, int type_index, int size) {
-    gradeComponent made = make_component(kind, type_index);
-    made.data = size == 0 ? nullptr : some_table;
-    made.dataSize = size;
-    made.dataFormat = some_format;
-    return made;
-}
-gradeComponent make_pattern(int type_index, const testPattern* pattern) {
-    gradeComponent made = make_component(LUTC_KIND_TEST_PATTERN, type_index);
-    made.pattern = pattern;
-    return made;
-}
-
 namespace {
 
 const testPattern square{"square", 3, 0.25, {65535, 0, 1}, {0, 2, 0}}, bars{"Square", -1, 0.25, {1, 1, 1}, {1, 1, 1}};

@@ -24,10 +24,18 @@ extern const cdl some_values;
 extern unsigned char some_table[4];
 extern char some_format[];
 
-gradeComponent make_component(int kind, int type_index);
-gradeComponent make_cdl(int kind, int type_index);
-gradeComponent make_data(int kind, int type_index, int size);
-gradeComponent make_pattern(int type_index, const testPattern* pattern);
+inline gradeComponent make_component(int kind, int type_index) {
+    return {kind, nullptr, 0, type_index, nullptr, nullptr, nullptr};
+}
+inline gradeComponent make_cdl(int kind, int type_index) {
+    return {kind, nullptr, 0, type_index, nullptr, const_cast<cdl*>(&some_values), nullptr};
+}
+inline gradeComponent make_data(int kind, int type_index, int size) {
+    return {kind, size == 0 ? nullptr : some_table, size, type_index, some_format, nullptr, nullptr};
+}
+inline gradeComponent make_pattern(int type_index, const testPattern* pattern) {
+    return {LUTC_KIND_TEST_PATTERN, nullptr, 0, type_index, nullptr, nullptr, pattern};
+}
 
 template <std::size_t Count>
 int send_live(const gradeComponent (&components)[Count]) {
