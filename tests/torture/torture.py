@@ -206,7 +206,7 @@ class Threads(unittest.TestCase):
 
     def test_cancellation_waits_for_the_end_of_a_call(self):
         with Simulator("--fault", "getOption=delay,300"):
-            self.threads("--cancel")
+            self.threads()
 
 
 class SimulatorAbuse(unittest.TestCase):
