@@ -177,6 +177,8 @@ void on_copy(Method method) {
     }
 }
 
+const lutc::grade live = {lutc::cdl_values{}, lutc::lut_1d{"float", {1, 2}, 1}, lutc::test_pattern{"bars"}};
+
 const struct {
     const char* name;
     void (*run)();
@@ -184,13 +186,7 @@ const struct {
     {"lutc::preset_list", [] { through_face([](std::error_code& e) { lutc::preset_list(e); }); }},
     {"lutc::recv_preset", [] { through_face([](std::error_code& e) { lutc::recv_preset(1, e); }); }},
     {"lutc::model_info", [] { through_face([](std::error_code& e) { lutc::model_info(e); }); }},
-    {"lutc::send_live",
-     [] {
-         through_face([](std::error_code& e) {
-             lutc::send_live(1, {lutc::cdl_values{}, lutc::lut_1d{"float", {1, 2}, 1}, lutc::test_pattern{"bars"}}, {},
-                             e);
-         });
-     }},
+    {"lutc::send_live", [] { through_face([](std::error_code& e) { lutc::send_live(1, live, {}, e); }); }},
     {"bsonElement(key)", [] { bsonElement element(long_text); }},
     {"bsonElement(key, boolean)", [] { bsonElement element("k", true); }},
     {"bsonElement(key, string)", [] { bsonElement element("k", long_text); }},
