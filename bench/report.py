@@ -204,14 +204,19 @@ POLLS = 25  # of each poller in a second
 LOADS = (("read", "stays (304)", 0.8), ("grade", "changes with every call", 0.5))
 
 
-def load_goals(loads):
-    rows = []
-    for call, picture, bound in LOADS:
-        reached = sorted(loads[call])
-        median, quarter = statistics.median(reached), len(reached) // 4
-        rows.append(goal(f"calls/s of 8 clients of `lutc-simulator` while two poll a picture that {picture}, {POLLS} times a second",
-                         "the same without the two", f"at least {bound:g} x", median,
-                         f"{number(reached[quarter])} to {number(reached[-1 - quarter])}", median >= bound))
+def load_goal(what, against, bound, reached):
+    reached, quarter = sorted(reached), len(reached) // 4
+    median = statistics.median(reached)
+    return goal(f"calls/s of 8 clients of `lutc-simulator` while {what}", against, f"at least {bound:g} x", median,
+                f"{number(reached[quarter])} to {number(reached[-1 - quarter])}", median >= bound)
+
+
+def load_goals(loads, with_page):
+    rows = [load_goal(f"two poll a picture that {picture}, {POLLS} times a second", "the same without the two", bound,
+                      loads[call]) for call, picture, bound in LOADS]
+    if with_page:
+        rows.append(load_goal("they grade a channel that a browser shows, on another core", "the same without the page", 0.8,
+                              with_page))
     return rows
 
 
@@ -256,10 +261,36 @@ def run(command, cores):
 
 
 @contextlib.contextmanager
-def simulator(program):
+def browser(cores):
+    """Debian's, on these cores; null where scripts/setup --browser hasn't been run."""
+    try:
+        from selenium import webdriver
+        from selenium.webdriver.chrome.service import Service
+    except ImportError:
+        webdriver = None
+    if webdriver is None or not shutil.which("chromedriver"):
+        print("bench: no row with a browser: scripts/setup --browser hasn't been run", file=sys.stderr)
+        yield None
+        return
+    options = webdriver.ChromeOptions()
+    for argument in ("headless=new", "disable-dev-shm-usage") + ("no-sandbox",) * (os.geteuid() == 0):
+        options.add_argument("--" + argument)
+    every_core = os.sched_getaffinity(0)
+    os.sched_setaffinity(0, cores)  # what is started inherits them
+    driver = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    os.sched_setaffinity(0, every_core)
+    try:
+        yield driver
+    finally:
+        driver.quit()
+
+
+@contextlib.contextmanager
+def simulator(program, cores=None):
     """The port of its page."""
     with tempfile.TemporaryDirectory() as media, subprocess.Popen(
-            [program, "--quiet", "--page=0", f"--media={media}"], stdout=subprocess.PIPE, text=True) as process:
+            [program, "--quiet", "--page=0", f"--media={media}"], stdout=subprocess.PIPE, text=True,
+            preexec_fn=lambda: os.sched_setaffinity(0, cores or os.sched_getaffinity(0))) as process:
         try:
             lines = [process.stdout.readline() for _ in range(2)]  # page, listening
             yield int(re.search(r"(\d+)/$", lines[0])[1])
@@ -324,9 +355,10 @@ class Bench:
             used[name] = dict(zip(("allocations", "peak", "command", "reply"), map(int, numbers)))
         return used
 
-    def clients(self, call):
+    def clients(self, call, cores=None):
         """Calls in a second of 8 clients, none of which failed."""
-        made, failed = run([self.programs / "lutc-bench-clients", call, 0.1 if self.quick else 2], self.every_core).split()
+        made, failed = run([self.programs / "lutc-bench-clients", call, 0.1 if self.quick else 2],
+                           cores or self.every_core).split()
         if failed != "0" and not self.quick:
             sys.exit(f"bench: {failed} calls failed beside the page")
         return float(made)
@@ -341,6 +373,21 @@ class Bench:
                     alone = self.clients(call)
                     with pollers(port):
                         found[call].append(self.clients(call) / alone)
+        return found
+
+    def loads_with_page(self):
+        """The same for grading while a browser shows the channel; empty without a browser, or a core for it."""
+        others, found = self.every_core - self.one_core, []
+        if not others:
+            return found
+        with browser(self.one_core) as shown, simulator(self.programs / "lutc-simulator", others) as port:
+            for _ in range((1 if self.quick else 5) if shown else 0):
+                shown.get("about:blank")
+                alone = self.clients("grade", others)
+                shown.get(f"http://127.0.0.1:{port}/#channel=1")
+                while shown.execute_script("return document.querySelector('#link').textContent") != "live":
+                    pass
+                found.append(self.clients("grade", others) / alone)
         return found
 
     def call(self, name, times):
@@ -388,7 +435,7 @@ def whole_report(bench):
     bench.time_pictures()
     m, memory, used = bench.measurements, bench.heap_use(), bench.with_default_malloc()
     return ["### Goals", goal_table(document_goals(m) + call_goals(m, memory, used) + growth_goals(m) +
-                                      picture_goals(m) + load_goals(bench.loads())), floors(m),
+                                      picture_goals(m) + load_goals(bench.loads(), bench.loads_with_page())), floors(m),
             *document_report(m),
             "### Calls", CALLS_NOTE, calls(m, memory, bench.system_calls),
             MALLOC_NOTE, default_malloc(used),

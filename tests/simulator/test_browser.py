@@ -281,13 +281,13 @@ def update_pictures():
     lutc("presets", "select", "--channel", "1", "--name", "evening")
     lutc("video", "connect", "input:2", "output:2")
     PICTURES.mkdir(exist_ok=True)
-    for name, view, screen, scheme, last in (
-            ("signal", "", "desktop", "light", "#node-output-2 canvas"),
-            ("channel", "#channel=1", "desktop", "dark", "#histogram-after"),
-            ("phone", "#channel=1", "phone", "light", "#histogram-after")):
+    for name, view, screen, scheme, *canvases in (
+            ("signal", "", "desktop", "light", "#node-output-2 canvas", "#node-input-1 canvas"),
+            ("channel", "#channel=1", "desktop", "dark", "#histogram-after", ".cube"),
+            ("phone", "#channel=1", "phone", "light", "#histogram-after", ".cube")):
         look(screen, scheme)
         visit(view)
-        wait(lambda: len(drawn(last)) > 1000)
+        wait(lambda: all(len(drawn(canvas)) > 1000 for canvas in canvases))
         shot = browser.execute_cdp_cmd("Page.captureScreenshot", {})["data"]
         PICTURES.joinpath(f"page-{name}.png").write_bytes(base64.b64decode(shot))
     unittest.doModuleCleanups()
