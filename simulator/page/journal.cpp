@@ -13,7 +13,7 @@ namespace simulator {
 namespace {
 
 constexpr std::size_t max_piece = 64 * 1024;
-constexpr std::uint64_t max_news = 16;  // commands that a stream which has caught up is told of at once
+constexpr std::uint64_t max_news = 16;               // commands that a stream which has caught up is told of at once
 const char* const reconnection = "retry: 1000\n\n";  // milliseconds, when the stream breaks
 
 std::string make_instance() {
