@@ -46,7 +46,7 @@ Example:
 struct settings {
     simulator::server_options server;
     std::string media = "lutc-media";
-    std::string device, library;
+    std::string device, backup;
     std::uint64_t seed = 1;
     unsigned random_faults = 0;
     std::vector<std::string> faults;
@@ -77,7 +77,7 @@ void describe(CLI::App& app, settings& to) {
     app.add_option("--media", to.media, "Folder that presets are saved to and loaded from; made by the first save");
     app.add_option("--device", to.device, "JSON file of another device, with fields as in lutc model --json")
         ->always_capture_default(false);
-    app.add_option("--library", to.library, "Folder of a backup whose presets the library has at the start")
+    app.add_option("--library", to.backup, "Folder of a backup whose presets the library has at the start")
         ->always_capture_default(false);
     app.add_option("--max-command", to.server.max_command_size, "Longest command taken, in bytes")
         ->check(CLI::Range(std::size_t{5}, std::size_t{1} << 30));
@@ -136,7 +136,7 @@ void check(settings& given) {
 simulator::device_start read_start(const settings& given) {
     simulator::device_start start;
     if (!given.device.empty()) start.model = simulator::read_device(given.device);
-    if (!given.library.empty()) start.presets = simulator::read_backup(given.library, start.model);
+    if (!given.backup.empty()) start.presets = simulator::read_backup(given.backup, start.model);
     return start;
 }
 
