@@ -73,10 +73,9 @@ void build_app(CLI::App& app, lutc_cli::output_style& style) {
     lutc_terminal::add_command_tree_flag(app);
     app.fallthrough();
     app.require_subcommand(1);
-    for (const auto add :
-         {lutc_cli::add_client, lutc_cli::add_model, lutc_cli::add_presets, lutc_cli::add_grade, lutc_cli::add_state,
-          lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_watch, lutc_cli::add_dump, lutc_cli::add_lut,
-          lutc_cli::add_config}) {
+    for (const auto add : {lutc_cli::add_client, lutc_cli::add_model, lutc_cli::add_presets, lutc_cli::add_grade,
+                           lutc_cli::add_state, lutc_cli::add_video, lutc_cli::add_option, lutc_cli::add_watch,
+                           lutc_cli::add_dump, lutc_cli::add_lut, lutc_cli::add_config}) {
         add(lutc_cli::command(&app, style));
     }
     app.add_subcommand("help", "Show the help of a command");
