@@ -99,6 +99,7 @@ class Documents(unittest.TestCase):
         start = "lutc presets save; lutc presets backup library --yes; lutc presets upload grade.json --apply; "
         with programs.simulator(), tempfile.TemporaryDirectory() as folder:
             prepare(folder)
+            environment["XDG_CONFIG_HOME"] = folder
             for path, entry in commands(tree):
                 example = entry["notes"].partition("Example:\n  ")[2]
                 with self.subTest(command=path):
