@@ -230,6 +230,24 @@ class Page(unittest.TestCase):
         start(page.rsplit(":")[-1].rstrip("/"))
         wait(lambda: text_of("#link") == "live" and text_of("#log-count") == "1 of the last 1")
 
+    def test_rests_while_it_is_hidden(self):
+        def show(state):
+            browser.execute_script("Object.defineProperty(document, 'visibilityState', {value: arguments[0], configurable: true});"
+                                   "document.dispatchEvent(new Event('visibilitychange'))", state)
+
+        def is_left_alone():
+            """Nothing is open but the two sockets that listen."""
+            opened = [os.readlink(link) for link in os.scandir(f"/proc/{simulator.process.pid}/fd")]
+            return sum(file.startswith("socket:") for file in opened) == 2
+        visit("")
+        known = text_of("#last-change")
+        show("hidden")
+        grade(0.4)
+        wait(is_left_alone)
+        self.assertEqual(text_of("#last-change"), known)
+        show("visible")
+        wait(lambda: text_of("#last-change").startswith("Last change: sendCDL") and text_of("#link") == "live")
+
     def test_six_pages_work_at_once(self):
         visit("")
         first, canvas = browser.current_window_handle, "#node-output-1 canvas"
