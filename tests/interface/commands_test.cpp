@@ -88,18 +88,13 @@ TEST(Commands, thatCantBeMadeAreRefusedBeforeAnyConnection) {
     EXPECT_TRUE(is_refused(lutc_send_preset("a", 1, 1, 1, true, 1, nullptr, 1)));
     EXPECT_TRUE(is_refused(lutc_send_preset(long_name, 1, 1, 1, true, 1, nullptr, 0)));
     for (const int kind : {0, 1, 2, 3}) {
-        gradeComponent negative = make_data(kind, 1, -1), null = make_data(kind, 1, 1);
+        gradeComponent negative = make_data(kind, 1, -1), null = make_data(kind, 1, 1), formless = null;
         null.data = nullptr;
-        for (const gradeComponent& refused : {negative, null}) {
+        formless.dataFormat = nullptr;
+        for (const gradeComponent& refused : {negative, null, kind < LUTC_KIND_LUT_1D ? null : formless}) {
             EXPECT_TRUE(is_refused(send_live({make_cdl(0, 1), refused})));
             EXPECT_TRUE(is_refused(send_preset({make_cdl(0, 1), refused})));
         }
-    }
-    for (const int kind : {2, 3}) {
-        gradeComponent refused = make_data(kind, 1, 1);
-        refused.dataFormat = nullptr;
-        EXPECT_TRUE(is_refused(send_live({refused})));
-        EXPECT_TRUE(is_refused(send_preset({refused})));
     }
     EXPECT_TRUE(is_refused(send_live({make_pattern(1, nullptr)})));
     EXPECT_TRUE(is_refused(send_live({make_pattern(1, &unnamed)})));

@@ -42,8 +42,6 @@ int upload(std::vector<step> script, line_kind line = line_kind::socket) {
     return outcome_of([&] { return lutc_send_lut(0, 0, false, "", "", table.data(), 5000000); });
 }
 
-int list() { return read_preset_list() ? 0 : -1; }
-
 int receive() { return read_preset(nullptr, 0, false) ? 0 : -1; }
 
 TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
@@ -53,7 +51,7 @@ TEST(Exchange, aReplyFillsTheCapacityAndNoMore) {
         const char* fields;
     } rows[] = {
         {1024, lutc_save_presets_to_media, "'a':1"},
-        {524288, list, "'maxPresetsListSize':1,'presetsList':[]"},
+        {524288, [] { return read_preset_list() ? 0 : -1; }, "'maxPresetsListSize':1,'presetsList':[]"},
         {2097152, receive, "'gradeCombo':[]"},
     };
     for (const auto& row : rows) {

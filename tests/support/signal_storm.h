@@ -13,7 +13,7 @@ class signal_storm {
   public:
     signal_storm() {
         struct sigaction action {};
-        action.sa_handler = [](int) { ++count_; };
+        action.sa_handler = [](int) { ++signals; };
         sigaction(SIGUSR1, &action, nullptr);
         sigevent target{};
         target.sigev_notify = SIGEV_THREAD_ID;
@@ -25,10 +25,10 @@ class signal_storm {
     }
     ~signal_storm() { timer_delete(timer_); }
 
-    static int count() { return count_; }
+    static int count() { return signals; }
 
   private:
-    static inline std::atomic<int> count_{0};
+    static inline std::atomic<int> signals{0};
     timer_t timer_{};
 };
 

@@ -26,7 +26,6 @@
 extern "C" {
 void* __real_malloc(std::size_t);
 void* __real_calloc(std::size_t, std::size_t);
-void* __real_realloc(void*, std::size_t);
 void __real_free(void*);
 }
 
@@ -61,11 +60,6 @@ extern "C" {
 void* __wrap_malloc(std::size_t size) { return may_allocate() ? counted(__real_malloc(size)) : nullptr; }
 void* __wrap_calloc(std::size_t count, std::size_t size) {
     return may_allocate() ? counted(__real_calloc(count, size)) : nullptr;
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-    if (!may_allocate()) return nullptr;
-    void* const moved = __real_realloc(block, size);
-    return block == nullptr ? counted(moved) : moved;
 }
 void __wrap_free(void* block) {
     if (block != nullptr) --blocks;
