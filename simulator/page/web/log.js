@@ -9,12 +9,12 @@ const name_of = (entry) => entry.command.split(" ")[0] || "(unreadable)";
 const fault_of = (entry) => entry.reply.match(/ \(fault: ([a-z-]+)\)$/)?.[1];
 const has_failed = (entry) => entry.code !== 0 || Boolean(fault_of(entry));
 let drawn = "", drawn_detail = "";
-
 const list = new row_list(by_id("log-list"), { row_height: 26, key: (entry) => entry.number,
     open: (entry) => { location.hash = `log=${entry.number}`; }, empty: "", show: (entry) => [
         element("span", { class: "cell number" }, entry.number),
         element("span", { class: "cell name" }, name_of(entry)),
-        element("span", { class: "cell wide" }, entry.command.slice(name_of(entry).length + 1)),
+        ...[entry.command.slice(name_of(entry).length + 1), entry.reply].map((text) =>
+            element("span", { class: "cell wide" }, text)),
         element("span", { class: `cell code${has_failed(entry) ? " failed" : ""}` },
             fault_of(entry) ?? (entry.code === 0 ? "ok" : `code ${entry.code}`)),
         element("span", { class: "cell time" }, `${entry.milliseconds.toFixed(2)} ms`)] });
