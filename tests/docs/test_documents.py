@@ -110,7 +110,6 @@ class Documents(unittest.TestCase):
                                         env=environment)
                     self.assertEqual(done.returncode, 0, example + done.stdout + done.stderr)
 
-    @unittest.skipIf(os.environ.get("LUTC_SANITIZE"), "a sanitized library can't be loaded")
     def test_python_prints_what_the_page_says(self):
         cells = [(line, language, text) for line, language, _, text in blocks(SOURCE.joinpath("docs", "python.md").read_text())
                  if language in ("python", "text")]
