@@ -89,7 +89,7 @@ class Server(unittest.TestCase):
 
     def test_holds_no_more_than_its_limits(self):
         self.start("--quiet", "--max-pending", "100000", "--deadline", "1")
-        elements = b"\x0a\0" * 1000001
+        elements = b"\x02\0\x01\0\0\0\0" * 1000001
         whole = struct.pack("<I", len(elements) + 5) + elements + b"\0"
         self.assertEqual(self.message(whole), "out of memory: too many commands are half received")
         half = struct.pack("<I", 70000) + bytes(60000)
