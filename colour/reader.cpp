@@ -68,11 +68,11 @@ bool is_harmless(const std::string& warning) {
            warning.find("'Id' where its parent is 'ProcessList'") != std::string::npos;
 }
 
-// The file that the reader is given: the one that was checked, or, where its text had to be changed, a copy of the same
-// name in a folder of its own, for as long as this lives.
+// The file that the reader is given, by its absolute path: the one that was checked, or, where its text had to be
+// changed, a copy of the same name in a folder of its own, for as long as this lives.
 class readable_copy {
   public:
-    readable_copy(const std::string& path, const std::string& text) : path_(path) {
+    readable_copy(const std::string& path, const std::string& text) : path_(std::filesystem::absolute(path)) {
         std::error_code failed;
         if (std::filesystem::file_size(path, failed) == text.size()) return;
         folder_ = std::filesystem::temp_directory_path() / "lutc-XXXXXX";

@@ -15,8 +15,8 @@ namespace colour {
 // the only one. When that leaves none the content_error lists the ids that there are.
 cdl_values read_cdl_file(const std::string& path, const std::string& id);
 
-// Checks the file; returns it when it is a .cube, else runs read(readable), which calls the reader for the file, or for
-// what stands for it. What the reader refuses or warns of is thrown as content_error with the file, and the line where
+// Checks the file; returns it when it is a .cube, else runs read(readable), which calls the reader for the absolute path
+// of the file, or of what stands for it. What the reader refuses or warns of is thrown as content_error with the file, and the line where
 // it is known.
 std::optional<cube_file> read_colour_file(const std::string& path,
                                           const std::function<void(const std::string& readable)>& read);

@@ -184,8 +184,17 @@ void describe_stages(colour_transform& transform, const std::vector<OCIO::ConstT
     if (stages.size() == 1) transform.content = read_table(*stages.front());
 }
 
+// A path is a path, $ and % included: no variable stands for a part of it.
+OCIO::ConstProcessorRcPtr make_processor(const OCIO::TransformRcPtr& source) {
+    const OCIO::ConstConfigRcPtr config = OCIO::Config::CreateRaw();
+    const OCIO::ContextRcPtr context = config->getCurrentContext()->createEditableCopy();
+    context->setEnvironmentMode(OCIO::ENV_ENVIRONMENT_LOAD_PREDEFINED);
+    context->clearStringVars();
+    return config->getProcessor(context, source, OCIO::TRANSFORM_DIR_FORWARD);
+}
+
 colour_transform make_transform(const std::string& name, const OCIO::TransformRcPtr& source) {
-    const OCIO::ConstProcessorRcPtr processor = OCIO::Config::CreateRaw()->getProcessor(source);
+    const OCIO::ConstProcessorRcPtr processor = make_processor(source);
     const OCIO::ConstCPUProcessorRcPtr cpu = processor->getOptimizedCPUProcessor(OCIO::OPTIMIZATION_NONE);
     colour_transform transform;
     transform.name = name;

@@ -17,6 +17,7 @@ BLUE_5 = list(entries(5, fastest="blue"))
 UNITY = '<Matrix inBitDepth="32f" outBitDepth="32f"><Array dim="3 3">1 0 0 0 1 0 0 0 1</Array></Matrix>\n'
 GOOD = rows(entries(2)).splitlines(keepends=True)
 SPI1D = "Version 1\nFrom 0.0 1.0\nLength %d\nComponents %d\n{\n%s}\n"
+NAME_WITH_SIGNS = "a$LUTC_BIN%LUTC_BIN%#1.spi1d"  # which is a variable of the environment, and counts for nothing
 
 
 def same(*inputs):
@@ -55,6 +56,7 @@ FILES = {
                                                        zip(itertools.product(range(5), repeat=3), BLUE_5)),
     "look.clf": clf(UNITY + clf_cube(BLUE_5, 5)),
     "curve.cube": "LUT_1D_SIZE 5\n" + rows(CURVE),
+    NAME_WITH_SIGNS: SPI1D % (5, 3, rows(CURVE)),
     "curve.spi1d": SPI1D % (5, 3, rows(CURVE)),
     "curve.clf": clf('<LUT1D inBitDepth="32f" outBitDepth="32f">\n<Array dim="5 3">\n%s</Array>\n</LUT1D>\n' % rows(CURVE)),
     "look.3dl": " ".join(str(i * 1023 // 15) for i in range(16)) + "\n" + "".join("%d %d %d\n" % v for v in THREE_DL),
@@ -136,6 +138,7 @@ class PackTest(WithFolder):
                  {**curve, "minimum": [0.0, 0.1, 0.0], "maximum": [1.0, 0.987654, 1.0]}),
                 ("curve.spi1d", "uint12in16 big blue", "--exact", CURVE, 0.5 / 4095, curve),
                 ("curve.clf", "uint16 little red", "--exact", CURVE, 0, curve),
+                (NAME_WITH_SIGNS, "float32 big red", "--exact", CURVE, 0, curve),
                 ("look.3dl", "uint12in16 little blue", "", [[v / 4095 for v in row] for row in THREE_DL], 0, {"size": 4}),
                 ("wide.cube", "uint10in16 little red", "", entries(3, in_domain), None,
                  {"domainMinimum": [-1.0, 0.0, 0.0], "domainMaximum": [1.0, 2.0, 4.0], "shaper": False}),
