@@ -1,46 +1,25 @@
 #include "simulator/start_files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 #include "simulator/device/preset_library.h"
 #include "simulator/documents.h"
 #include "terminal/json_value.h"
+#include "terminal/regular_file.h"
 
 namespace simulator {
 
 namespace {
 
 using lutc_terminal::json_value;
+using lutc_terminal::links;
 
 constexpr int most_ends = 64;  // inputs, channels, outputs
 constexpr std::size_t most_bytes = 64 << 20;
 
-// flags: of open.
-std::vector<unsigned char> read_file(const std::string& path, int flags) {
-    const auto fail = [&] { throw std::system_error(errno, std::generic_category(), path); };
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
-    if (file < 0) fail();
-    struct stat about {};
-    const bool is_readable =
-        ::fstat(file, &about) == 0 && S_ISREG(about.st_mode) && static_cast<std::size_t>(about.st_size) <= most_bytes;
-    std::vector<unsigned char> bytes(is_readable ? static_cast<std::size_t>(about.st_size) : 0);
-    const ssize_t size = ::read(file, bytes.data(), bytes.size());
-    if (size < 0) fail();
-    ::close(file);
-    bytes.resize(static_cast<std::size_t>(size));
-    if (!is_readable) throw std::invalid_argument(path + ": is no file, or has more than 64 MiB");
-    return bytes;
-}
-
-nlohmann::ordered_json read_json(const std::string& path, int flags = 0) {
-    return lutc_terminal::parse_json(read_file(path, flags), path);
+nlohmann::ordered_json read_json(const std::string& path, links allowed) {
+    return lutc_terminal::parse_json(lutc_terminal::read_regular_file(path, most_bytes, allowed), path);
 }
 
 std::vector<std::string> read_texts(const json_value& list) {
@@ -103,7 +82,7 @@ class backup_reader {
 
     std::vector<preset> read() const {
         const std::string path = folder_ + "/library.json";
-        const auto document = read_json(path, O_NOFOLLOW);
+        const auto document = read_json(path, links::refused);
         const json_value index(path, document);
         index.allow_only({"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"});
         if (index["formatVersion"].integer(0) != 1) throw index["formatVersion"].make_failure("must be 1");
@@ -137,7 +116,7 @@ class backup_reader {
 
     preset read_preset(const std::string& name) const {
         const std::string path = folder_ + "/" + name;
-        const auto document = read_json(path, O_NOFOLLOW);
+        const auto document = read_json(path, links::refused);
         const json_value fields(path, document);
         fields.allow_only({"name", "gradeComboIndex", "components"});
         preset content;
@@ -160,8 +139,8 @@ class backup_reader {
         component.data_format = is_table(component.type) ? fields["dataFormat"].text() : "cdl";
         if (is_table(component.type) || fields.has("file")) {
             fields.allow_only({"type", "typeIndex", "dataFormat", "file"});
-            component.data = std::make_shared<const std::vector<unsigned char>>(
-                read_file(folder_ + "/" + fields["file"].plain_name(), O_NOFOLLOW));
+            component.data = std::make_shared<const std::vector<unsigned char>>(lutc_terminal::read_regular_file(
+                folder_ + "/" + fields["file"].plain_name(), most_bytes, links::refused));
             return component;
         }
         fields.allow_only({"type", "typeIndex", "slope", "offset", "power", "saturation"});
@@ -180,7 +159,7 @@ class backup_reader {
 }  // namespace
 
 device_model read_device(const std::string& path) {
-    const auto document = read_json(path);
+    const auto document = read_json(path, links::followed);
     const json_value fields(path, document);
     fields.allow_only(
         {"modelName", "friendlyName", "modelSerial", "gradeCombos", "gradeChannels", "options", "inputs", "outputs"});

@@ -11,8 +11,11 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 #include "cli/console/output.h"
+#include "terminal/json_value.h"
+#include "terminal/regular_file.h"
 
 namespace lutc_cli {
 namespace {
@@ -119,6 +122,14 @@ std::vector<unsigned char> read_file(const std::string& path, std::size_t limit)
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
     if (!file) throw make_failure(path, "can't be opened");
     return read_all(file.get(), path, limit);
+}
+
+std::vector<unsigned char> read_file_of_folder(const std::string& path, std::size_t limit) try {
+    return lutc_terminal::read_regular_file(path, limit, lutc_terminal::links::refused);
+} catch (const lutc_terminal::content_error& error) {
+    throw failure(exit_usage, error.what());
+} catch (const std::system_error& error) {
+    throw make_failure(path, "can't be opened", error.code().value());
 }
 
 bool goes_to_stdout(const std::string& path) {

@@ -12,6 +12,10 @@ namespace lutc_cli {
 // when it has more than limit bytes.
 std::vector<unsigned char> read_file(const std::string& path, std::size_t limit);
 
+// The bytes of a file of a folder that came from elsewhere, such as a backup: a regular file that is no link. Throws
+// failure: exit_refused when it can't be read, exit_usage for anything else and for more than limit bytes.
+std::vector<unsigned char> read_file_of_folder(const std::string& path, std::size_t limit);
+
 struct new_file {
     std::string path;
     const void* bytes;

@@ -35,7 +35,7 @@ std::string format_of(const lutc::component& component);
 enum class grade_use {
     live,    // test patterns are allowed
     preset,  // they are not, and the payloads have to fit an answer
-    backup   // as preset; and the payloads are files of the same folder
+    backup   // as preset; all are files of one folder, and no links
 };
 
 // Makes a component of a LUT file; size as for packing.

@@ -147,8 +147,9 @@ class component_reader {
     std::vector<unsigned char> read_table(const json_value& file, const char* hint) {
         const std::string path = find_file(file);
         return read_at(file, [&] {
+            if (use_ == grade_use::backup) return read_file_of_folder(path, payload_limit);
             std::vector<unsigned char> bytes = read_file(path, payload_limit);
-            if (use_ == grade_use::backup || !colour::is_lut_text(bytes)) return bytes;
+            if (!colour::is_lut_text(bytes)) return bytes;
             throw failure(exit_usage, path + ": " + text_as_table + hint);
         });
     }
@@ -161,7 +162,7 @@ class component_reader {
 }  // namespace
 
 grade_file read_grade_file(const std::string& path, grade_use use, const lut_packer& pack) {
-    const nlohmann::ordered_json document = read_json(path);
+    const nlohmann::ordered_json document = use == grade_use::backup ? read_json_of_folder(path) : read_json(path);
     const json_value fields(path, document);
     fields.allow_only({"name", "gradeComboIndex", "components"});
     grade_file grade;

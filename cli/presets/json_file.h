@@ -15,7 +15,11 @@ using lutc_terminal::json_value;
 
 // The JSON of a file, or of standard input for "-". Throws failure (exit_refused) when it can't be read, content_error
 // when it is none.
-nlohmann::ordered_json read_json(const std::string& path, std::size_t limit = 16u << 20);
+constexpr std::size_t json_limit = 16u << 20;
+nlohmann::ordered_json read_json(const std::string& path, std::size_t limit = json_limit);
+
+// The same for a file of a folder that came from elsewhere (read_file_of_folder).
+nlohmann::ordered_json read_json_of_folder(const std::string& path);
 
 }  // namespace lutc_cli
 

@@ -27,7 +27,7 @@ struct stored_library {
 
 // Reads every file of the backup once; the payloads are read again when their preset's turn comes.
 stored_library read_backup(const fs::path& folder) {
-    const nlohmann::ordered_json document = read_json(folder / backup_index_name);
+    const nlohmann::ordered_json document = read_json_of_folder(folder / backup_index_name);
     const json_value index(folder / backup_index_name, document);
     index.allow_only({"formatVersion", "maxPresetsListSize", "gradeCombos", "presets"});
     const json_value version = index["formatVersion"];

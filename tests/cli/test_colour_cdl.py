@@ -166,7 +166,7 @@ class ToTheDevice(WithSimulator):
                    (DONE, "lut pack look.cube -o x", "layout: uint10in16-be-blue-fastest"), (USAGE, "config layout x"))
         self.assertEqual(json.loads(self.read(cube)), {"layout": "uint10in16-be-blue-fastest", "format": "tbl"})
         for content, complaint in (('{"layout": "x"}', "layout: 'x' is no layout"), ('{"size": 1}', "size: is not a known field"),
-                                   ('{"format": "' + "x" * 70000 + '"}', "has more than 65536 bytes")):
+                                   ("[" * 60000, "nested more than 100 deep"), ('{"format": "' + "x" * 70000 + '"}', "has more than 65536 bytes")):
             self.write(cube, content)
             self.check((USAGE, lut, "config.json: " + complaint))
 

@@ -178,13 +178,20 @@ class Presets(WithSimulator):
                 ("library.json", {"formatVersion": 1, "presets": "001-p.json"}, USAGE, "presets: must be a list"),
                 ("library.json", {"formatVersion": 1, "presets": ["../x.json"]}, USAGE, "same folder"),
                 ("library.json", {**index, "gradeCombos": [{}]}, USAGE, "gradeCombos 1: gradeComboIndex: is missing"),
-                ("library.json", {**index, "gradeCombos": [combination]}, USAGE, "grade combination 1 is not the same")]:
+                ("library.json", {**index, "gradeCombos": [combination]}, USAGE, "grade combination 1 is not the same"),
+                *((file, os.symlink, USAGE, file + ": is a symbolic link") for file in ("t.bin", "002-p.json", "library.json")),
+                *((file, os.mkfifo, USAGE, file + ": is no regular file") for file in ("t.bin", "002-p.json", "library.json")),
+                *((file, "[" * (1 << 20), USAGE, "nested more than 100 deep") for file in ("002-p.json", "library.json"))]:
             shutil.copytree(self.path("good"), self.path("broken"))
             os.remove(self.path("broken", file))
-            if content:
+            if callable(content):
+                content(*[self.path("good", file)] * (content is os.symlink), self.path("broken", file))
+            elif content:
                 self.write("broken/" + file, content if isinstance(content, str) else json.dumps(content))
             self.check((code, "presets restore broken --yes", complaint))
             shutil.rmtree(self.path("broken"))
+        os.symlink("good", self.path("link"))  # the folder itself may be one
+        self.check((USAGE, "presets restore link", "Replace the library's 1 presets"))
         self.make_backup("many", 101)
         self.check((USAGE, "presets restore many --yes", "room for 100"))
         self.assertEqual(self.names(), ["kept"])
