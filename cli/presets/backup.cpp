@@ -48,13 +48,39 @@ void check_replaceable(const fs::path& folder) {
     }
 }
 
-// Puts the finished folder in the place of the other at once; the files that were there are removed afterwards.
+void move_folder(const fs::path& from, const fs::path& to) {
+    if (rename(from.c_str(), to.c_str()) == 0) return;
+    throw failure(exit_refused, to.string() + ": can't be put in place: " + std::strerror(errno));
+}
+
+// Where the old backup goes when its name can't be exchanged with that of the new one.
+fs::path set_aside(const fs::path& folder) { return folder.string() + ".old"; }
+fs::path unfinished(const fs::path& folder) { return folder.string() + ".part"; }
+
+// Puts the finished folder in the place of the other, and returns where the other is then. At once, but on file systems
+// that exchange no names (NFS, CIFS, exFAT).
+fs::path exchange(const fs::path& finished, const fs::path& folder) {
+    if (renameat2(AT_FDCWD, finished.c_str(), AT_FDCWD, folder.c_str(), RENAME_EXCHANGE) == 0) return finished;
+    if (errno != EINVAL && errno != ENOSYS) {
+        throw failure(exit_refused, folder.string() + ": can't be put in place: " + std::strerror(errno));
+    }
+    move_folder(folder, set_aside(folder));
+    try {
+        move_folder(finished, folder);
+    } catch (const failure&) {
+        move_folder(set_aside(folder), folder);
+        throw;
+    }
+    return set_aside(folder);
+}
+
+// The files that were there are removed afterwards.
 void put_in_place(const fs::path& finished, const fs::path& folder) {
-    const bool replaces = fs::exists(folder) && !fs::is_empty(folder);
-    const int moved = replaces ? renameat2(AT_FDCWD, finished.c_str(), AT_FDCWD, folder.c_str(), RENAME_EXCHANGE)
-                               : rename(finished.c_str(), folder.c_str());
-    if (moved != 0) throw failure(exit_refused, folder.string() + ": can't be put in place: " + std::strerror(errno));
-    if (replaces) fs::remove_all(finished);
+    if (fs::exists(folder) && !fs::is_empty(folder)) {
+        fs::remove_all(exchange(finished, folder));
+    } else {
+        move_folder(finished, folder);
+    }
     const int parent = open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (parent < 0) return;
     fsync(parent);
@@ -119,31 +145,44 @@ std::vector<std::string> write_presets(const fs::path& folder, const lutc::prese
 // The same at once, in the place of another backup.
 std::vector<std::string> replace_backup(const fs::path& folder, const std::string& name,
                                         const lutc::preset_library& list) {
-    const fs::path unfinished = folder.string() + ".part";
+    const fs::path part = unfinished(folder);
     progress steps("backing up", list.presets.size());
     try {
-        const std::vector<std::string> notices = write_presets(unfinished, list, steps);
-        put_in_place(unfinished, folder);
+        const std::vector<std::string> notices = write_presets(part, list, steps);
+        put_in_place(part, folder);
         return notices;
     } catch (const std::exception& error) {
         std::error_code ignored;
-        fs::remove_all(unfinished, ignored);
+        fs::remove_all(part, ignored);
         const failure known = explain(error);
         throw failure(known.code(), "presets backup: " + std::string(known.what()) + "; " + steps.describe() +
                                         " had been read, " + name + " is as it was");
     }
 }
 
+fs::path find_folder(const std::string& name) {
+    const fs::path folder = fs::absolute(name).lexically_normal();
+    return folder.filename().empty() ? folder.parent_path() : folder;
+}
+
 }  // namespace
 
+void put_old_backup_back(const std::string& name) {
+    const fs::path folder = find_folder(name);
+    const auto has_backup = [](const fs::path& place) { return fs::exists(place / backup_index_name); };
+    if (fs::exists(fs::symlink_status(folder)) || !has_backup(set_aside(folder)) || !has_backup(unfinished(folder)))
+        return;
+    move_folder(set_aside(folder), folder);
+}
+
 std::size_t backup_presets(const std::string& name, bool yes) {
-    fs::path folder = fs::absolute(name).lexically_normal();
-    if (folder.filename().empty()) folder = folder.parent_path();
+    const fs::path folder = find_folder(name);
+    put_old_backup_back(name);
     if (folder == fs::current_path()) {
         throw failure(exit_usage, name + ": is the current folder, which can't be replaced; give another");
     }
     check_replaceable(folder);
-    check_replaceable(folder.string() + ".part");
+    check_replaceable(unfinished(folder));
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
     const lutc::preset_library list = lutc::preset_list();
     check_names(list);

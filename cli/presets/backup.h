@@ -10,6 +10,9 @@ namespace lutc_cli {
 constexpr const char* backup_index_name = "library.json";
 constexpr int backup_format_version = 1;
 
+// A backup that a crash left as FOLDER.old, with the one that was to replace it still FOLDER.part, is FOLDER again.
+void put_old_backup_back(const std::string& folder);
+
 // Writes the library into folder: whole, or not at all. A folder that holds a backup is replaced; yes as for confirm.
 // Returns the number of presets.
 std::size_t backup_presets(const std::string& folder, bool yes);

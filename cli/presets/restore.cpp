@@ -143,6 +143,7 @@ class restore_run {
 }  // namespace
 
 std::size_t restore_presets(const std::string& name, bool yes) {
+    put_old_backup_back(name);
     const stored_library library = read_backup(name);
     const lutc::preset_library list = lutc::preset_list();
     check_fits(library, list);

@@ -210,6 +210,19 @@ class Presets(WithSimulator):
         self.assertEqual(before, times())
         self.check((DONE, "presets delete --index 1 --yes"), (DONE, "presets backup b --yes"))
         self.assertEqual(sorted(times()), ["001-preset_2.json", "002-preset_1.json", "library.json"])
+        # Without an exchange of names, and where that was ended between its two renames.
+        environment = {**os.environ, "LD_PRELOAD": os.environ["LUTC_NO_EXCHANGE"], "ASAN_OPTIONS": "verify_asan_link_order=0"}
+        before = os.stat(self.path("b")).st_ino
+        self.expect(DONE, *"presets backup b --yes".split(), env=environment)
+        self.assertNotEqual(os.stat(self.path("b")).st_ino, before)
+        for command in ("restore", "backup"):
+            os.rename(self.path("b"), self.path("b.old"))
+            if command == "restore":  # without the new backup it is somebody's own folder
+                self.check((REFUSED, "presets restore b", "b/library.json: can't be opened"))
+            shutil.copytree(self.path("b.old"), self.path("b.part"), dirs_exist_ok=True)
+            self.expect(DONE, "presets", command, "b", "--yes")
+            self.assertEqual(self.names(), ["preset/2", "preset/1"])
+            self.assertFalse(os.path.exists(self.path("b.old")))
         self.write("b/notes.txt", "mine")
         self.check((REFUSED, "presets backup b --yes", "notes.txt"))
         self.assertEqual([name for name in os.listdir(self.folder) if ".part" in name], [])
