@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "terminal/text.h"
+
 namespace simulator {
 
 namespace {
@@ -41,7 +43,8 @@ void command_runner::start(const std::vector<std::string>& command) {
     const int error = ::posix_spawnp(&process_, arguments[0], nullptr, &attributes, arguments.data(), environ);
     ::posix_spawnattr_destroy(&attributes);
     if (error == 0) return await_signal();
-    std::fprintf(stderr, "lutc-simulator: can't run %s: %s\n", arguments[0], std::strerror(error));
+    std::fprintf(stderr, "lutc-simulator: can't run %s: %s\n", lutc_terminal::printable(arguments[0]).c_str(),
+                 std::strerror(error));
     exit_code_ = error == ENOENT ? not_found : not_startable;
     context_.stop();
 }

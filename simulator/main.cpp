@@ -19,6 +19,7 @@
 #include "simulator/server.h"
 #include "simulator/start_files.h"
 #include "terminal/command_tree.h"
+#include "terminal/text.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ class printer {
         std::fflush(to_);
     }
     void say(const std::string& text) const {
-        std::fprintf(to_, "lutc-simulator: %s\n", text.c_str());
+        std::fprintf(to_, "lutc-simulator: %s\n", lutc_terminal::printable(text).c_str());
         std::fflush(to_);
     }
 
@@ -197,7 +198,7 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);
-        std::fprintf(stderr, "lutc-simulator: %s (see --help)\n", error.what());
+        std::fprintf(stderr, "lutc-simulator: %s (see --help)\n", lutc_terminal::printable(error.what()).c_str());
         return exit_usage;
     }
     try {
@@ -211,10 +212,10 @@ int main(int argc, char** argv) {
         simulator::service service(given.media, std::move(faults), log, read_start(given));
         return run(given, service, print);
     } catch (const std::invalid_argument& error) {
-        std::fprintf(stderr, "lutc-simulator: %s\n", error.what());
+        std::fprintf(stderr, "lutc-simulator: %s\n", lutc_terminal::printable(error.what()).c_str());
         return exit_usage;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "lutc-simulator: %s\n", error.what());
+        std::fprintf(stderr, "lutc-simulator: %s\n", lutc_terminal::printable(error.what()).c_str());
         return exit_failed;
     }
 }

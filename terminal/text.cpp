@@ -1,5 +1,7 @@
 #include "terminal/text.h"
 
+#include <cstdio>
+
 namespace lutc_terminal {
 
 namespace {
@@ -21,9 +23,19 @@ std::size_t size_of_character(std::string_view text) {
     return is_too_long || is_no_character ? 0 : size;
 }
 
-bool is_control(std::string_view character) {
-    const unsigned first = char_at(character, 0);
-    return first < 0x20 || first == 0x7F || (first == 0xC2 && char_at(character, 1) < 0xA0);
+// Of a character.
+unsigned code_point_of(std::string_view character) {
+    constexpr unsigned masks[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    unsigned code = char_at(character, 0) & masks[character.size()];
+    for (std::size_t i = 1; i < character.size(); ++i) code = code << 6 | (char_at(character, i) & 0x3F);
+    return code;
+}
+
+// Control characters, and those that turn the direction of the text around them.
+bool steers_terminal(std::string_view character) {
+    const unsigned code = code_point_of(character);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
 }
 
 void append_hex(std::string& text, std::string_view bytes) {
@@ -42,7 +54,7 @@ std::string escape(std::string_view text, std::size_t limit) {
     while (place < text.size() && place < limit) {
         const std::size_t size = size_of_character(text.substr(place));
         const std::string_view character = text.substr(place, size == 0 ? 1 : size);
-        if (size == 0 || is_control(character)) {
+        if (size == 0 || steers_terminal(character)) {
             append_hex(result, character);
         } else {
             if (character == "\"" || character == "\\") result += '\\';
@@ -51,6 +63,38 @@ std::string escape(std::string_view text, std::size_t limit) {
         place += character.size();
     }
     return place < text.size() ? result + "..." : result;
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t size = size_of_character(text);
+        const std::string_view character = text.substr(0, size == 0 ? 1 : size);
+        if (size == 0 || steers_terminal(character)) {
+            append_hex(result, character);
+        } else {
+            result += character;
+        }
+        text.remove_prefix(character.size());
+    }
+    return result;
+}
+
+std::string printable_json(std::string_view json) {
+    std::string result;
+    while (!json.empty()) {
+        const std::size_t size = size_of_character(json);
+        const std::string_view character = json.substr(0, size == 0 ? 1 : size);
+        if (size > 0 && code_point_of(character) >= 0x7F && steers_terminal(character)) {
+            char text[16];
+            std::snprintf(text, sizeof text, "\\u%04x", code_point_of(character));
+            result += text;
+        } else {
+            result += character;
+        }
+        json.remove_prefix(character.size());
+    }
+    return result;
 }
 
 std::string quote(std::string_view text, std::size_t limit) { return '"' + escape(text, limit) + '"'; }

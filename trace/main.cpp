@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "terminal/command_tree.h"
+#include "terminal/text.h"
 #include "trace/reporter.h"
 
 namespace {
@@ -47,7 +48,9 @@ const char* const footer =
     throw std::runtime_error(sentence + ": " + std::generic_category().message(errno));
 }
 
-void say(const std::string& sentence) { std::fprintf(stderr, "lutc-trace: %s\n", sentence.c_str()); }
+void say(const std::string& sentence) {
+    std::fprintf(stderr, "lutc-trace: %s\n", lutc_terminal::printable(sentence).c_str());
+}
 
 // Lies beside the program's own folder, wherever both were put. The loader takes blanks and colons for the ends of
 // names: a path with one of them stands behind a descriptor of ours.

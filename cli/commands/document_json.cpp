@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bson/wire_format.h"
+#include "cli/console/output.h"
 
 namespace lutc_cli {
 namespace {
@@ -17,10 +18,7 @@ using lutc_bson::extent;
 using lutc_bson::load32;
 using lutc_bson::load64;
 
-std::string quote(const unsigned char* text, std::size_t size) {
-    return nlohmann::json(std::string(text, text + size))
-        .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
+std::string quote(const unsigned char* text, std::size_t size) { return write_json(std::string(text, text + size)); }
 
 std::string quote(const unsigned char* text) { return quote(text, std::strlen(reinterpret_cast<const char*>(text))); }
 

@@ -1,5 +1,6 @@
 // lutc dump
 #include <memory>
+#include <vector>
 
 #include <lutc/bsonDocument.h>
 #include "bson/validator.h"
@@ -59,6 +60,24 @@ failure defective(const input& message, std::uint32_t position, const std::strin
     return failure(exit_usage, message.path + ": at byte " + std::to_string(position) + ": " + path + reason);
 }
 
+// Makes every name and text of a document fit for one line, so that none looks like another element.
+void make_printable(bsonDocument& root) {
+    std::vector<bsonDocument*> left = {&root};
+    while (!left.empty()) {
+        const bsonDocument* const document = left.back();
+        left.pop_back();
+        for (bsonElement* element : document->elementList) {
+            element->key = printable(element->key);
+            const std::uint8_t type = element->valueType;
+            if (type == bson_type::string || type == bson_type::javascript) {
+                element->setStringValue(printable(element->getStringValue()));
+                element->valueType = type;
+            }
+            if (element->documentValue != nullptr) left.push_back(element->documentValue);
+        }
+    }
+}
+
 void dump(const output_style& style, const std::string& file) {
     const input message{file == "-" ? "standard input" : file, read_file(file, document_limit)};
     const unsigned char* const bytes = message.bytes.data();
@@ -78,6 +97,7 @@ void dump(const output_style& style, const std::string& file) {
     if (style.json) {
         print_document_json(bytes, message.size());
     } else {
+        make_printable(document);
         document.debugPrint(0);
     }
     // An embedded document is decoded as far as it goes, without a word.

@@ -69,7 +69,7 @@ std::string write_text(const ordered_json& value) {
     if (value.is_null()) return "-";
     if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_object()) return printable(value["presetName"].get<std::string>());
-    if (!value.is_array()) return value.dump();
+    if (!value.is_array()) return write_json(value);
     std::string text;
     for (const ordered_json& item : value) text += (text.empty() ? "" : ", ") + write_text(item);
     return text.empty() ? "-" : text;
@@ -140,7 +140,7 @@ class watcher {
         if (style_.json) {
             ordered_json line = {{"what", name}, {"channel", nullptr}, {"value", value}, {"before", before}};
             if (channel > 0) line["channel"] = channel;
-            std::printf("%s\n", line.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
+            std::printf("%s\n", write_json(line).c_str());
         } else {
             const std::string of = channel > 0 ? "channel " + std::to_string(channel) + " " : "";
             std::printf("%s%s: %s (before: %s)\n", of.c_str(), printable(name).c_str(), write_text(value).c_str(),

@@ -18,10 +18,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-std::string write_json(const ordered_json& value, int indent) {
-    return value.dump(indent, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 std::string write_text(const ordered_json& value) {
     if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_null()) return "-";
@@ -66,6 +62,10 @@ void print_table(const ordered_json& rows) {
 
 }  // namespace
 
+std::string write_json(const ordered_json& value, int indent) {
+    return lutc_terminal::printable_json(value.dump(indent, ' ', false, ordered_json::error_handler_t::replace));
+}
+
 failure explain(const std::exception& error) {
     if (const auto* const known = dynamic_cast<const failure*>(&error)) return *known;
     if (dynamic_cast<const lutc_terminal::content_error*>(&error) != nullptr) return {exit_usage, error.what()};
@@ -91,7 +91,7 @@ void print_result(const output_style& style, const ordered_json& result) {
     }
     for (const auto& [key, value] : result.items()) {
         if (style.to_stderr) {
-            print_notice(key + ": " + value.dump());
+            print_notice(key + ": " + write_json(value, -1));
         } else if (value.is_array() && !value.empty() && value.front().is_object()) {
             std::printf("%s:\n", key.c_str());
             print_table(value);
@@ -110,24 +110,6 @@ bool is_utf8(const std::string& text) {
     } catch (const ordered_json::type_error&) {
         return false;
     }
-}
-
-std::string printable(const std::string& text) {
-    const bool utf8 = is_utf8(text);
-    std::string shown;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool c1_lead = byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-        const bool c1_tail = byte < 0xA0 && byte >= 0x80 && i > 0 && static_cast<unsigned char>(text[i - 1]) == 0xC2;
-        if (byte < 0x20 || byte == 0x7F || (byte >= 0x80 && (!utf8 || c1_lead || c1_tail))) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned>(byte));
-            shown += escaped;
-        } else {
-            shown += text[i];
-        }
-    }
-    return shown;
 }
 
 void print_error(const std::string& message) {

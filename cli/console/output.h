@@ -7,6 +7,7 @@
 #include <string>
 
 #include <lutc/lutc.hpp>
+#include "terminal/text.h"
 
 namespace lutc_cli {
 
@@ -52,8 +53,9 @@ struct output_style {
 void print_result(const output_style& style, const nlohmann::ordered_json& result);
 void print_done(const output_style& style);
 
-// Text as it can be shown on a terminal: control characters, and bytes that are not UTF-8, as \xNN.
-std::string printable(const std::string& text);
+// The only ways in which text and JSON go to a terminal.
+using lutc_terminal::printable;
+std::string write_json(const nlohmann::ordered_json& value, int indent = -1);  // -1: on one line
 bool is_utf8(const std::string& text);
 
 void print_error(const std::string& message);   // "lutc: " and the message, as one line

@@ -88,6 +88,9 @@ class Alone(WithFolder):
 
     def test_dump(self):
         self.assertEqual(self.expect(DONE, "dump", self.write("d.bson", DOCUMENT)).stdout, "a:(int32)1\n")
+        text = b"\x02k\n\0\x07\0\0\0\xc2\x9b\n\x7f\0\\\0" + b"\x0dj\0\2\0\0\0\x1b\0"
+        self.assertEqual(self.expect(DONE, "dump", "-", input=struct.pack("<i", len(text) + 5) + text + b"\0").stdout,
+                         "k\\x0a:(string)\\xc2\\x9b\\x0a\\x7f\\x00\\\nj:(javascript)\\x1b\n")
         nested = bytes.fromhex("17000000 10 6100 01000000 03 6400 08000000 13 7800 00 00".replace(" ", ""))
         for option, shown in [([], "a:(int32)1\nd:(embedded document){\n}\n"), (["--json"], '{"a":1,"d":{}}\n')]:
             result = self.expect(USAGE, "dump", "-", *option, input=nested)
@@ -222,14 +225,15 @@ class Device(WithSimulator):
         self.expect(USAGE, "grade", "live", "-", input=b'{"components": [{"type": "cdl", "slope": 1}]}')
 
     def test_control_characters_are_escaped(self):
-        name = "a\x1b[m\x7f\u009b\u0085\u00a0\u00e9"
-        shown = "a\\x1B[m\\x7F\\xC2\\x9B\\xC2\\x85\u00a0\u00e9"
+        name = "a\x1b[m\x7f\u009b\u0085\u202e\u2066\u00a0\u00e9"
+        shown = "a\\x1b[m\\x7f\\xc2\\x9b\\xc2\\x85\\xe2\\x80\\xae\\xe2\\x81\\xa6\u00a0\u00e9"
         self.check((DONE, ["option", "set", "note", name]), (DONE, "option get note", "value: %s\n" % shown),
                    (REFUSED, ["option", "get", name], shown))
         self.assertEqual(self.json("option get note")["value"], name)
+        self.assertIn("\\u007f\\u009b\\u0085\\u202e\\u2066", self.expect(DONE, *"option get note --json".split()).stdout)
         raw = os.fsencode("a") + b"\xc3\xe9"
         result = subprocess.run([LUTC, "option", "get", raw], capture_output=True)
-        self.assertIn(b"option get: 'a\\xC3\\xE9': ", result.stderr)
+        self.assertIn(b"option get: 'a\\xc3\\xe9': ", result.stderr)
 
 
 class Watching(WithSimulator):
