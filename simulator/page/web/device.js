@@ -52,6 +52,6 @@ export async function draw_device({ model, options, clients, faults }) {
         element("h3", {}, "Clients"), clients.length ? facts(clients.map((each) =>
             [each.clientModel, `${each.versionNumber} ${each.clientSerial}`]))
             : element("p", { class: "quiet" }, "None introduced itself.")]);
-    show_commands("device-commands", ["lutc model", `lutc option set rangeMode ${quote(options.rangeMode)}`,
-        `lutc option set videoFormat ${quote(options.videoFormat)}`]);
+    show_commands("device-commands", ["lutc model", ...["rangeMode", "videoFormat"].filter((name) => name in options)
+        .map((name) => `lutc option set ${name} ${quote(options[name])}`)]);
 }
