@@ -94,30 +94,31 @@ async function draw_tables(components, channel) {
     }));
 }
 
-function draw_head(channel) {
-    const { channelIndex, channelName, selectedPreset, gradeCombo, gradeComboIndex, stateMeaning } = channel;
-    const select = selectedPreset ? `select --index ${selectedPreset.presetIndex}` : "selected";
+function draw_head(channel, override) {
+    const { channelIndex, channelName, showsOverride, gradeCombo, gradeComboIndex, stateMeaning } = channel;
+    const preset = showsOverride ? override : channel.selectedPreset, state = channel.colorTransformState;
+    const select = !preset ? "selected" : `${showsOverride ? "override set" : "select"} --index ${preset.presetIndex}`;
+    const kind = showsOverride ? "override preset" : "preset";
+    const shown = preset ? `${kind} ${preset.presetIndex}, “${preset.presetName}”` : "a live grade";
     set_text(by_id("channel-title"), channelName);
-    const shown = channel.showsOverride ? "the override preset"
-        : selectedPreset ? `preset ${selectedPreset.presetIndex}, “${selectedPreset.presetName}”` : "a live grade";
-    set_text(by_id("channel-summary"), `${shown} · ${gradeCombo.join(" › ")} · ${stateMeaning}`);
-    show_commands("channel-commands", [`lutc presets ${select} --channel ${channelIndex}`,
+    set_text(by_id("channel-summary"), `${shown} · ${gradeCombo.join(" › ")} · state ${state}: ${stateMeaning}`);
+    show_commands("channel-commands", [`lutc presets ${select}${showsOverride ? "" : ` --channel ${channelIndex}`}`,
         `lutc grade combination --channel ${channelIndex} ${gradeComboIndex}`,
-        `lutc state set --channel ${channelIndex} ${channel.colorTransformState}`]);
+        `lutc state set --channel ${channelIndex} ${state}`]);
 }
 
 async function draw_side(which, address) {
     const canvas = by_id(which);
     if (!await draw_picture(canvas, address)) return;
-    const context = canvas.getContext("2d", { willReadFrequently: true });
-    pictures[which] = context.getImageData(0, 0, canvas.width, canvas.height);
+    pictures[which] = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height);
     draw_scopes(which, pictures[which]);
 }
 
 export async function draw_channel(state, { index, query }) {
     const channel = state.channels[index - 1];
+    by_id("channel").classList.toggle("none", !channel);
     if (!channel) return set_text(by_id("channel-title"), `There is no channel ${index}`);
-    draw_head(channel);
+    draw_head(channel, state.override);
     const { components } = channel, chosen = read_choice(query, components.length);
     const now = JSON.stringify([state.instance, state.revision, index, chosen]);
     if (now === drawn) return;
