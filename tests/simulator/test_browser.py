@@ -62,10 +62,10 @@ def setUpModule():
     page = start(0)
 
 
-def start(port):
+def start(port, *options):
     """Its page, with one preset in the library."""
     global simulator
-    simulator = Simulator(SIMULATOR, f"--page={port}", "--media", folder + "/media")
+    simulator = Simulator(SIMULATOR, f"--page={port}", "--media", folder + "/media", *options)
     unittest.addModuleCleanup(simulator.stop)
     upload("evening", 1, {"type": "1dlut", "typeIndex": 1, "dataFormat": "uint16-le", "file": "curve.bin"}, CDL,
            {"type": "3dlut", "typeIndex": 1, "dataFormat": "uint16", "file": "cube.bin"})
@@ -225,10 +225,14 @@ class Page(unittest.TestCase):
     def test_notices_a_restart(self):
         visit("")
         wait(lambda: text_of("#log-count") not in ("", "1 of the last 1"))
-        simulator.stop()
-        wait(lambda: "has stopped" in text_of("#link"))
-        start(page.rsplit(":")[-1].rstrip("/"))
-        wait(lambda: text_of("#link") == "live" and text_of("#log-count") == "1 of the last 1")
+        device = pathlib.Path(folder, "device.json")
+        device.write_text('{"inputs": 3}')
+        for options, inputs in (["--device", device], 3), ([], 2):
+            simulator.stop()
+            wait(lambda: "has stopped" in text_of("#link"))
+            start(page.rsplit(":")[-1].rstrip("/"), *options)
+            wait(lambda: text_of("#link") == "live" and text_of("#log-count") == "1 of the last 1")
+            wait(lambda: len(find_all("[id^=node-input]:not(span)")) == inputs)
 
     def test_rests_while_it_is_hidden(self):
         def show(state):

@@ -1,6 +1,6 @@
 // The signal path: what each input, channel and output shows, and the routes between them as lines.
 import { draw_picture, known } from "./device_link.js";
-import { by_id, element, set_text, show_commands } from "./dom.js";
+import { by_id, element, rebuild, set_text, show_commands } from "./dom.js";
 
 const mark_time = 3000; // milliseconds
 const box = by_id("diagram"), lines = element("svg", { "aria-hidden": "true" });
@@ -22,11 +22,10 @@ function make_node(end) {
 }
 
 function make_diagram({ inputs, channels }) {
+    nodes.clear(); // another device may have come, with other ends
     const outputs = connections.filter((each) => each.destination.startsWith("output"));
-    const columns = Object.entries({ input: inputs, channel: channels, output: outputs }).map(([kind, list]) =>
-        element("ul", { "aria-label": `${kind}s` }, list.map((_, i) => make_node(`${kind}:${i + 1}`))));
-    box.append(lines, ...columns);
-    new ResizeObserver(draw_lines).observe(box);
+    return [lines, ...Object.entries({ input: inputs, channel: channels, output: outputs }).map(([kind, list]) =>
+        element("ul", { "aria-label": `${kind}s` }, list.map((_, i) => make_node(`${kind}:${i + 1}`))))];
 }
 
 // Everything that feeds an end, and everything that it feeds.
@@ -67,14 +66,16 @@ function draw_lines() {
     }));
     light([...nodes.keys()].find((end) => nodes.get(end).node.matches(":hover, :focus-within")));
 }
+new ResizeObserver(draw_lines).observe(box);
 
 function status_of(end, { inputs, channels, override }) {
     const [kind, number] = end.split(":");
     if (kind === "input") return inputs[number - 1].hasSignal ? "signal" : "no signal";
     if (kind === "output") return `from ${title(connections.find((each) => each.destination === end).source)}`;
-    const { showsOverride, selectedPreset, stateMeaning, gradeCombo } = channels[number - 1];
+    const { channelName, showsOverride, selectedPreset, stateMeaning, gradeCombo } = channels[number - 1];
     const preset = showsOverride ? override : selectedPreset;
-    return [stateMeaning === "on" ? "" : stateMeaning, showsOverride ? "override" : "",
+    return [channelName === title(end) ? "" : channelName,
+        { on: "", unknown: "unknown state" }[stateMeaning] ?? stateMeaning, showsOverride ? "override" : "",
         preset ? `“${preset.presetName}”` : "live grade", gradeCombo.join(" › ")].filter(Boolean).join(" · ");
 }
 
@@ -87,7 +88,7 @@ function mark(shown, text) {
 
 export function draw_diagram(state) {
     ({ connections } = state);
-    if (!nodes.size) make_diagram(state);
+    rebuild(box, [state.inputs.length, state.channels.length, connections.length], () => make_diagram(state));
     const last = known.entries.findLast((entry) => entry.code === 0 && !entry.command.startsWith("get"));
     for (const [end, shown] of nodes) {
         const [kind, number] = end.split(":");
