@@ -15,11 +15,13 @@ export class row_list {
         new ResizeObserver(() => this.draw()).observe(box);
     }
 
-    // Stays at the end when it was there.
-    set(items, follows_end) {
+    // What is opened comes in sight; else the end stays there when it was.
+    set(items, opened, follows_end) {
+        const place = opened === this.opened ? -1 : items.findIndex((item) => this.key(item) === opened);
         const was_at_end = this.box.scrollTop + this.box.clientHeight >= this.items.length * this.row_height - 2;
-        this.items = items;
+        Object.assign(this, { items, opened });
         this.space.style.height = `${Math.max(items.length, 1) * this.row_height}px`;
+        if (place >= 0) return this.move_to(place);
         if (follows_end && was_at_end) this.box.scrollTop = items.length * this.row_height;
         this.draw();
     }

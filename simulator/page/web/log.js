@@ -62,8 +62,7 @@ export function draw_log(opened) {
     const entries = known.entries.filter((entry) => (!failed_only.checked || has_failed(entry)) &&
         name_of(entry).toLowerCase().includes(wanted));
     list.empty = known.entries.length ? "No command fits the filter." : "No command yet.";
-    list.opened = opened;
-    list.set(entries, true);
+    list.set(entries, opened, true);
     set_text(by_id("log-count"), `${entries.length} of the last ${known.entries.length}`);
     show_commands("log-commands", [`lutc-simulator --page ${location.port}`]);
 }

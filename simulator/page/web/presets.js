@@ -35,8 +35,7 @@ export async function draw_presets(state, index) {
     const { media, presets, maxPresetsListSize } = state, opened = presets[index - 1];
     set_text(by_id("library-summary"), `${presets.length} of at most ${maxPresetsListSize} · ` +
         `${media.saved ? "saved in" : "not saved in"} ${media.folder}`);
-    list.opened = index;
-    list.set(presets.map((preset) => ({ ...preset, uses: uses_of(preset.presetIndex, state) })), false);
+    list.set(presets.map((preset) => ({ ...preset, uses: uses_of(preset.presetIndex, state) })), index, false);
     rebuild(by_id("preset-detail"), opened ?? null, () => (opened ? detail(opened)
         : element("p", { class: "quiet" }, "Open a preset to see its picture.")));
     show_commands("library-commands", ["lutc presets list", "lutc presets backup FOLDER"]);
