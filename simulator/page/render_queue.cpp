@@ -12,7 +12,7 @@ namespace simulator {
 namespace {
 
 constexpr int niceness = 10;  // of the thread: a tenth of the service's share of a busy processor
-constexpr std::size_t max_remembered = 32u << 20;
+constexpr std::size_t max_remembered = 32u << 20, max_pictures = 256;
 
 }  // namespace
 
@@ -29,12 +29,8 @@ void render_queue::answer(const std::string& place, const std::string& if_none_m
                           std::function<render_plan()> make_plan, const std::shared_ptr<http_exchange>& exchange) {
     const std::string etag = make_plan().etag;
     if (is_current(if_none_match, etag)) return exchange->answer(http_unchanged(etag));
-    for (auto kept = memory_.begin(); kept != memory_.end(); ++kept) {
-        if (kept->place != place || kept->etag != etag) continue;
-        memory_.splice(memory_.begin(), memory_, kept);
-        return exchange->answer(kept->answer);
-    }
-    if (busy_ && place_ == place && etag_ == etag) return waiting_.push_back(exchange);
+    if (const http_answer* kept = recall(etag)) return exchange->answer(*kept);
+    if (busy_ && etag_ == etag) return waiting_.push_back(exchange);
     job& planned = jobs_[place];
     if (planned.waiting.empty()) order_.push_back(place);
     planned.make_plan = std::move(make_plan);
@@ -50,9 +46,13 @@ void render_queue::start_next() {
         if (std::none_of(next.waiting.begin(), next.waiting.end(), [](const auto& each) { return each->wanted(); }))
             continue;
         try {
-            hand_over(next.make_plan());
+            const render_plan plan = next.make_plan();
+            if (const http_answer* kept = recall(plan.etag)) {  // another place shows the same
+                for (const auto& each : next.waiting) each->answer(*kept);
+                continue;
+            }
+            hand_over(plan);
             busy_ = true;
-            place_ = place;
             waiting_ = next.waiting;
         } catch (const request_error& error) {
             for (const auto& each : next.waiting) each->answer(http_failure(error.status(), error.what()));
@@ -83,17 +83,24 @@ void render_queue::hand_over(const render_plan& plan) {
 void render_queue::finish(const http_answer& answer) {
     busy_ = false;
     const auto waiting = std::exchange(waiting_, {});
-    if (answer.status == 200) remember(place_, answer);
+    if (answer.status == 200) remember(answer);
     for (const auto& each : waiting) each->answer(answer);
     start_next();
 }
 
-void render_queue::remember(const std::string& place, const http_answer& answer) {
-    memory_.remove_if([&](const remembered& kept) { return kept.place == place; });
-    memory_.push_front({place, answer.etag, answer});
-    std::size_t size = 0;
-    const auto first_too_many = std::find_if(memory_.begin(), memory_.end(), [&](const remembered& kept) {
-        return (size += kept.answer.body.view().size()) > max_remembered;
+const http_answer* render_queue::recall(const std::string& etag) {
+    const auto kept =
+        std::find_if(memory_.begin(), memory_.end(), [&](const http_answer& each) { return each.etag == etag; });
+    if (kept == memory_.end()) return nullptr;
+    memory_.splice(memory_.begin(), memory_, kept);
+    return &*kept;
+}
+
+void render_queue::remember(const http_answer& answer) {
+    memory_.push_front(answer);
+    std::size_t size = 0, count = 0;
+    const auto first_too_many = std::find_if(memory_.begin(), memory_.end(), [&](const http_answer& kept) {
+        return (size += kept.body.view().size()) > max_remembered || ++count > max_pictures;
     });
     memory_.erase(first_too_many, memory_.end());
 }

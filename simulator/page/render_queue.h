@@ -53,25 +53,21 @@ class render_queue {
         std::function<render_plan()> make_plan;
         std::vector<std::shared_ptr<http_exchange>> waiting;
     };
-    struct remembered {
-        std::string place, etag;
-        http_answer answer;
-    };
 
     void start_next();
     void hand_over(const render_plan& plan);
     void finish(const http_answer& answer);
-    void remember(const std::string& place, const http_answer& answer);
+    const http_answer* recall(const std::string& etag);  // null when it isn't remembered
+    void remember(const http_answer& answer);
     void work();
 
     // The service's thread:
     boost::asio::io_context& context_;
     std::map<std::string, job> jobs_;  // by place
     std::deque<std::string> order_;
-    std::list<remembered> memory_;  // the one used last in front
+    std::list<http_answer> memory_;  // the one used last in front
     bool busy_ = false;
-    std::string place_;  // what is being rendered, and for whom
-    std::string etag_;
+    std::string etag_;  // what is being rendered, and for whom
     std::vector<std::shared_ptr<http_exchange>> waiting_;
     std::thread thread_;  // from the first picture on
 
