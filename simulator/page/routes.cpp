@@ -94,7 +94,7 @@ framing read_framing(const std::map<std::string, std::string>& query, const shot
 std::string read_fault(const std::string& body) {
     const auto given = ordered_json::parse(body, nullptr, false);
     if (!given.is_object() || given.size() != 1 || !given.contains("fault") || !given["fault"].is_string())
-        throw request_error(400, "the body is not {\"fault\": \"COMMAND[:N]=KIND[,MS]\"}");
+        throw request_error(400, "the body is not {\"fault\": \"COMMAND[:N[-M]]=[before-]KIND[,MS]\"}");
     return given["fault"].get<std::string>();
 }
 
