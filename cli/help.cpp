@@ -52,7 +52,7 @@ const std::map<std::string, const char*, std::less<>> examples{
     {"lutc grade", "lutc grade cdl --channel 1 --slope 1.1 1 0.9"},
     {"lutc grade combination", "lutc grade combination 2 --channel 1 --reset"},
     {"lutc grade lut", "lutc grade lut look.cube --channel 1"},
-    {"lutc grade cdl", "lutc grade cdl --channel 1 --slope 1.1 1 0.9 --offset -0.02 0 .01 --saturation 0.9"},
+    {"lutc grade cdl", "lutc grade cdl --channel 1 --slope 1.1 1 0.9 --offset -0.02 0 .01"},
     {"lutc grade saturation", "lutc grade saturation 0.8 --channel 1"},
     {"lutc grade live", "lutc grade live grade.json --channel 1 --reset"},
     {"lutc grade plot", "lutc grade plot --file shot.cc -o shot.png"},
@@ -60,7 +60,7 @@ const std::map<std::string, const char*, std::less<>> examples{
     {"lutc dump", "lutc dump message.bson"},
     {"lutc lut", "lutc lut plot look.cube -o look.png"},
     {"lutc lut info", "lutc lut info look.cube 0.5 0.4 0.3"},
-    {"lutc lut pack", "lutc lut pack look.cube --samples uint16 --byte-order little --order red-fastest -o look.bin"},
+    {"lutc lut pack", "lutc lut pack look.cube --layout uint16-le-red-fastest -o look.bin"},
     {"lutc lut plot", "lutc lut plot look.cube -o look.png"},
 };
 

@@ -12,6 +12,7 @@
 #include "cli/help.h"
 #include "colour/error.h"
 #include "terminal/command_tree.h"
+#include "terminal/narrow_help.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ void set_title(CLI::App& app, const char* title, std::initializer_list<const cha
 void build_app(CLI::App& app, lutc_cli::output_style& style) {
     app.set_version_flag("--version", std::string("lutc ") + LUTC_VERSION, "Print the version and exit");
     app.add_flag("--json", style.json, "Print results as JSON; accepted before and after the command");
+    lutc_terminal::narrow_help(app);
     lutc_terminal::add_command_tree_flag(app);
     app.fallthrough();
     app.require_subcommand(1);

@@ -19,6 +19,7 @@
 #include "simulator/server.h"
 #include "simulator/start_files.h"
 #include "terminal/command_tree.h"
+#include "terminal/narrow_help.h"
 #include "terminal/text.h"
 
 namespace {
@@ -70,6 +71,7 @@ void describe_page(CLI::App& app, settings& to) {
 
 void describe(CLI::App& app, settings& to) {
     app.set_version_flag("--version", "lutc-simulator " LUTC_VERSION);
+    lutc_terminal::narrow_help(app);
     lutc_terminal::add_command_tree_flag(app);
     app.footer(faults_footer + simulator::fault_help() + codes_footer);
     app.option_defaults()->always_capture_default();

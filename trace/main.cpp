@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "terminal/command_tree.h"
+#include "terminal/narrow_help.h"
 #include "terminal/text.h"
 #include "trace/reporter.h"
 
@@ -197,6 +198,7 @@ int trace(const std::vector<std::string>& command) {
 int main(int argc, char** argv) {
     CLI::App app("Runs a program, and shows what it sends to the colour service and what comes back.", "lutc-trace");
     app.set_version_flag("--version", "lutc-trace " LUTC_VERSION);
+    lutc_terminal::narrow_help(app);
     lutc_terminal::add_command_tree_flag(app);
     app.footer(footer);
     std::vector<std::string> command;

@@ -77,6 +77,8 @@ class Alone(WithFolder):
         self.check((DONE, "--help", *("\n  %-4d " % code for code in (0, 1, 2, 3, 130))), (DONE, "help grade cdl", "Usage: lutc grade cdl"))
         self.assertNotIn("Exit codes", self.expect(DONE, *"grade cdl --help".split()).stdout)
         self.assertEqual(*(self.expect(DONE, *words.split()).stdout for words in ("help grade cdl", "grade cdl --help")))
+        for words in ("--help", "presets --help", "grade lut --help", "config layout --help"):
+            self.assertLessEqual(max(map(len, self.expect(DONE, *words.split()).stdout.splitlines())), 80, words)
         self.assertNotIn("\nSubcommands:", self.expect(DONE, "--help").stdout, "a command that stands in none of the groups")
         self.assertRegex(self.expect(DONE, "--version").stdout, r"^lutc \d+\.\d+\.\d+\n$")
 
