@@ -48,7 +48,10 @@ std::string usage_message(CLI::App& app, const CLI::ParseError& error) {
     if (error.get_name() == "RequiredError") message += "; '" + unknown[0] + "' is not known here";
     const auto option =
         std::find_if(unknown.begin(), unknown.end(), [](const std::string& each) { return each[0] == '-'; });
-    return message + lutc_cli::suggest(app, option == unknown.end() ? unknown[0] : *option) + " (see --help)";
+    // Behind a command that isn't known no option is.
+    std::string near = lutc_cli::suggest(app, unknown[0]);
+    if (near.empty() && option != unknown.end()) near = lutc_cli::suggest(app, *option);
+    return message + near + " (see --help)";
 }
 
 // The command that "help" asks about; none when the arguments begin otherwise.

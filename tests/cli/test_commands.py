@@ -23,7 +23,7 @@ class Alone(WithFolder):
     def test_wrong_usage(self):
         self.check((USAGE, "", "subcommand"),
                    (USAGE, "presets lsit", "'lsit' is not known here; did you mean 'list'?"),
-                   (USAGE, "presets selectt", "did you mean 'select'?"), (USAGE, "select", "did you mean 'presets select'?"),
+                   (USAGE, "presets selectt --name a", "did you mean 'select'?"), (USAGE, "select", "did you mean 'presets select'?"),
                    (USAGE, "grade cdl --slop 1 1 1", "did you mean '--slope'?"), (USAGE, "help modle", "did you mean 'model'?"),
                    (USAGE, "presets save load", "load"),
                    (USAGE, "grade cdl --slope 1 1", "--slope"),
