@@ -128,7 +128,8 @@ lutc::preset_entry find_preset(const lutc::preset_library& library, const lutc::
         ++place;
         if (wanted.name() ? preset.name == *wanted.name() : place == wanted.index()) return preset;
     }
-    throw failure(exit_refused, "there is no such preset");
+    throw failure(exit_refused,
+                  "there is no preset " + (wanted.name() ? quote(*wanted.name()) : std::to_string(wanted.index())));
 }
 
 void resolve(preset_selector& preset) {

@@ -83,7 +83,7 @@ class Presets(WithSimulator):
         self.assertEqual(noticed.returncode, DONE)
         self.assertIn("note: preset 'q': component 1 is either a cdl or a saturation", noticed.stderr)
         self.check((USAGE, "presets download q.json --name q", "--yes"),
-                   (REFUSED, "presets download new.json --index 9", "no such preset"))
+                   (REFUSED, "presets download new.json --index 9", "no preset 9"))
         self.assertFalse(os.path.exists(self.path("new.json")))
 
     def test_a_duplicate_is_the_same_or_refused(self):
@@ -106,7 +106,7 @@ class Presets(WithSimulator):
         self.check((REFUSED, "presets duplicate --name unclear --to-name b", "presets duplicate: component 1 of 'unclear' is either"),
                    (USAGE, "presets duplicate --index 1 --to-name copy", "Replace 'copy'? Give --yes"),
                    (USAGE, "presets duplicate --index 1 --to-name one", "another name"),
-                   (REFUSED, "presets duplicate --name absent --to-name b", "no such preset"))
+                   (REFUSED, "presets duplicate --name absent --to-name b", "no preset 'absent'"))
         self.assertEqual(self.names(), ["one", "copy", "two", "none", "unclear"])
 
     def test_what_a_file_can_not_hold_is_refused(self):
