@@ -35,7 +35,7 @@ def text(value: Any, most: int = sys.maxsize) -> bytes:
 
 def expect(value: Any, kind: type) -> None:
     if not isinstance(value, kind):
-        raise TypeError(f"expected a {kind.__name__}, not {type(value).__name__}")
+        raise TypeError(f"expected a {kind.__name__.lstrip('_')}, not {type(value).__name__}")
 
 
 def from_text(encoded: bytes) -> str:

@@ -38,7 +38,7 @@ class Device:
 
     def picture(self, place: str, **query: Any) -> bytes:
         """The picture there as PNG, such as "outputs/1"; depth=16, width=W, only=K and without=K choose what of it."""
-        return self._ask(f"{quote(place)}.png?{urlencode(query)}")
+        return self._ask(quote(place) + ".png" + ("?" + urlencode(query) if query else ""))
 
     def array(self, place: str, **query: Any) -> Any:
         """The same as a numpy array of shape (height, width, 3): uint8, or with depth=16 uint16."""
