@@ -44,13 +44,14 @@ namespace {
 // One connection. It lives as long as something is under way on it.
 class session : public std::enable_shared_from_this<session> {
   public:
-    session(tcp::socket socket, server::shared_state& shared)
+    session(tcp::socket socket, std::shared_ptr<server::shared_state> shared)
         : socket_(std::move(socket)),
           timer_(socket_.get_executor()),
-          shared_(shared),
-          number_(++shared.connections),
-          framing_(shared.options.max_command_size),
-          deadline_(std::chrono::steady_clock::now() + shared.options.deadline) {}
+          lifetime_(std::move(shared)),
+          shared_(*lifetime_),
+          number_(++shared_.connections),
+          framing_(shared_.options.max_command_size),
+          deadline_(std::chrono::steady_clock::now() + shared_.options.deadline) {}
 
     ~session() { shared_.pending -= pending_; }
     session(const session&) = delete;
@@ -182,6 +183,7 @@ class session : public std::enable_shared_from_this<session> {
 
     tcp::socket socket_;
     asio::steady_timer timer_;
+    const std::shared_ptr<server::shared_state> lifetime_;
     server::shared_state& shared_;
     const std::uint64_t number_;
     command_framing framing_;
@@ -196,10 +198,8 @@ class session : public std::enable_shared_from_this<session> {
 server::server(asio::io_context& context, const server_options& options, service& colour_service)
     : listener_(context, options.address, options.port), shared_(new shared_state{options, colour_service}) {}
 
-server::~server() = default;
-
 void server::start() {
-    listener_.start([this](tcp::socket socket) { std::make_shared<session>(std::move(socket), *shared_)->start(); });
+    listener_.start([this](tcp::socket socket) { std::make_shared<session>(std::move(socket), shared_)->start(); });
 }
 
 }  // namespace simulator

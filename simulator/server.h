@@ -27,7 +27,6 @@ class server {
   public:
     // Listens. Throws std::runtime_error when it can't. The service outlives the context.
     server(boost::asio::io_context& context, const server_options& options, service& colour_service);
-    ~server();
 
     std::uint16_t port() const { return listener_.port(); }
     void start();  // accepts connections, as long as this object lives
@@ -36,7 +35,7 @@ class server {
 
   private:
     listener listener_;
-    std::unique_ptr<shared_state> shared_;
+    std::shared_ptr<shared_state> shared_;  // connections outlive this object
 };
 
 }  // namespace simulator
