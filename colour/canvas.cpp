@@ -55,6 +55,7 @@ canvas::canvas(int width, int height, const ink& background, bool is_svg)
     : is_svg_(is_svg), surface_(nullptr, cairo_surface_destroy), context_(nullptr, cairo_destroy) {
     surface_.reset(is_svg ? cairo_svg_surface_create_for_stream(append, &bytes_, width, height)
                           : cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
+    if (is_svg) cairo_svg_surface_set_document_unit(surface_.get(), CAIRO_SVG_UNIT_PX);  // as large as the PNG
     context_.reset(cairo_create(surface_.get()));
     cairo_select_font_face(context_.get(), "sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_line_join(context_.get(), CAIRO_LINE_JOIN_ROUND);
