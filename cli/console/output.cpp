@@ -37,7 +37,7 @@ bool changes_device(const std::string& call) {
 }
 
 // The members of the first row are the columns.
-void print_table(const ordered_json& rows) {
+void print_table(std::FILE* to, const ordered_json& rows) {
     std::vector<std::vector<std::string>> lines(1);
     for (const auto& member : rows.front().items()) lines[0].push_back(member.key());
     for (const ordered_json& row : rows) {
@@ -56,7 +56,7 @@ void print_table(const ordered_json& rows) {
             text += " " + line[i];
             if (i + 1 < line.size()) text += std::string(widths[i] - count_columns(line[i]) + 1, ' ');
         }
-        std::printf("%s\n", text.c_str());
+        std::fprintf(to, "%s\n", text.c_str());
     }
 }
 
@@ -84,19 +84,18 @@ failure explain(const std::exception& error) {
 }
 
 void print_result(const output_style& style, const ordered_json& result) {
+    std::FILE* const to = style.to_stderr ? stderr : stdout;
     if (style.json) {
         const ordered_json shown = result.is_null() ? ordered_json({{"done", true}}) : result;
-        std::fprintf(style.to_stderr ? stderr : stdout, "%s\n", write_json(shown, 2).c_str());
+        std::fprintf(to, "%s\n", write_json(shown, 2).c_str());
         return;
     }
     for (const auto& [key, value] : result.items()) {
-        if (style.to_stderr) {
-            print_notice(key + ": " + write_json(value, -1));
-        } else if (value.is_array() && !value.empty() && value.front().is_object()) {
-            std::printf("%s:\n", key.c_str());
-            print_table(value);
+        if (value.is_array() && !value.empty() && value.front().is_object()) {
+            std::fprintf(to, "%s:\n", key.c_str());
+            print_table(to, value);
         } else {
-            std::printf("%s: %s\n", key.c_str(), write_text(value).c_str());
+            std::fprintf(to, "%s: %s\n", key.c_str(), write_text(value).c_str());
         }
     }
 }

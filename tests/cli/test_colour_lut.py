@@ -223,7 +223,7 @@ class PackTest(WithFolder):
         for output in ("-", "/dev/stdout"):  # which carries the table alone
             result = run(*pack, output, cwd=self.folder)
             self.assertEqual((result.returncode, result.stdout.encode()), (DONE, table), result.stderr)
-            self.assertIn('lutc: note: type: "1dlut"\n', result.stderr)
+            self.assertIn("type: 1dlut\n", result.stderr)
         for command in ("lut plot two.cube -o -", "grade plot --slope 1 2 3 -o -", "grade preview two.cube -o -"):
             result = subprocess.run([LUTC, *command.split(), "--json"], cwd=self.folder, capture_output=True)
             self.assertEqual((png.read(result.stdout)[0], json.loads(result.stderr)), (8, {"done": True}))
