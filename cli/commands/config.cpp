@@ -46,6 +46,9 @@ struct format_options {
     }
 
     ordered_json run() const {
+        if (!is_utf8(name)) {
+            throw failure(exit_usage, "config: '" + name + "' is not UTF-8, which the config has to be");
+        }
         config content = read_config();
         content.format = name.empty() ? std::nullopt : std::optional(name);
         write_config(content);
