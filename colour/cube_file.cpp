@@ -26,11 +26,11 @@ class cube_reader {
         return std::move(file_);
     }
 
+  private:
     // The keywords, each in one place.
     using setter = void (cube_reader::*)(const tokens&);
     static const std::map<std::string, setter> setters;
 
-  private:
     void read_line(std::string_view text, std::size_t line) {
         const tokens words = tokens_of(text);
         if (words.empty()) return;
@@ -196,18 +196,6 @@ const std::map<std::string, cube_reader::setter> cube_reader::setters = {
     {"lut_out_video_range", &cube_reader::give_video_range}};
 
 }  // namespace
-
-bool is_cube_file(const std::string& path, std::string_view text) {
-    const std::string kind = extension_of(path);
-    if (kind == ".cube" || kind == ".itx") return true;
-    while (!text.empty()) {
-        const std::size_t length = std::min(text.find('\n'), text.size());
-        const tokens words = tokens_of(text.substr(0, length));
-        if (!words.empty()) return cube_reader::setters.count(lower_case(words[0])) != 0;
-        text.remove_prefix(std::min(length + 1, text.size()));
-    }
-    return false;
-}
 
 cube_file parse_cube_file(const std::string& path, std::string_view text) { return cube_reader(path).read(text); }
 

@@ -1,4 +1,4 @@
-// .cube files (and .itx, which are plain ones), read here: OpenColorIO has two readers for them, and each passes over
+// .cube files, read here: OpenColorIO has two readers for them, and each passes over
 // what only the other knows.
 #ifndef LUTC_COLOUR_CUBE_FILE_H
 #define LUTC_COLOUR_CUBE_FILE_H
@@ -26,9 +26,6 @@ struct cube_file {
     ranged_table cube;
     bool gives_video_range = false;  // what the tables give as 0 to 1 becomes 64 to 940 of 1023
 };
-
-// Whether a file of this name and content is one.
-bool is_cube_file(const std::string& path, std::string_view text);
 
 // Keywords count wherever they stand, in capitals or not. Throws content_error, with the line, for an unknown keyword or one that
 // stands twice, a size beyond 129 points an axis or 65536 entries, a minimum that isn't below its maximum, a row that isn't

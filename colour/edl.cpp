@@ -62,12 +62,6 @@ class edl_reader {
 
 }  // namespace
 
-bool is_edl(const std::string& path, std::string_view text) {
-    if (extension_of(path) == ".edl") return true;
-    const std::size_t begin = std::min(text.find_first_not_of(" \t\r\n"), text.size());
-    return text.substr(begin, 1) != "<" && text.find("ASC_S") != std::string_view::npos;
-}
-
 std::vector<correction> parse_edl(const std::string& path, std::string_view text) {
     return edl_reader(path).read(text);
 }

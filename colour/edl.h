@@ -15,9 +15,6 @@ struct correction {
     cdl_values values;
 };
 
-// By the end of its name, or by such a comment where it isn't XML.
-bool is_edl(const std::string& path, std::string_view text);
-
 // One for each event that has such a comment; its id is the event's number, as it is written. Throws content_error, with
 // the line, for a comment that is malformed, stands twice in an event or ahead of the first, and for values that can't
 // be applied.

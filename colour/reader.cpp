@@ -103,7 +103,7 @@ class readable_copy {
 
 std::vector<correction> read_corrections(const std::string& path) {
     const std::string text = read_text(path);
-    if (is_edl(path, text)) return parse_edl(path, text);
+    if (extension_of(path) == ".edl") return parse_edl(path, text);
     std::vector<correction> corrections;
     read_colour_file(path, [&](const std::string& readable) {
         const OCIO::GroupTransformRcPtr group = OCIO::CDLTransform::CreateGroupFromFile(readable.c_str());

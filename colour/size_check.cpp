@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 
 #include "colour/layout.h"
 #include "colour/text_file.h"
@@ -10,92 +11,104 @@
 namespace colour {
 namespace {
 
-constexpr std::size_t most_entries = max_cube_size * max_cube_size * max_cube_size;
+constexpr std::size_t most_rows = max_cube_size * max_cube_size * max_cube_size + max_curve_size;
 
-// 0 for what is no whole number.
-std::size_t read_count(std::string_view text) {
+// The words that a line may begin with, in small letters. The reader passes over others, or takes them for another format.
+const std::map<std::string, std::set<std::string>> words = {
+    {".spi1d", {"version", "from", "length", "components", "{", "}"}}, {".3dl", {"3dmesh", "mesh", "gamma", "lut8"}}};
+
+// Nothing for what is no whole number.
+std::optional<std::size_t> read_count(std::string_view text) {
     std::size_t count = 0;
     const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), count);
     if (result.ec == std::errc::result_out_of_range) return SIZE_MAX;
-    return result.ptr == text.data() + text.size() ? count : 0;
-}
-
-std::string describe_excess(std::string_view size, std::size_t largest, const char* unit) {
-    return "a size of " + std::string(size) + "; at most " + std::to_string(largest) + unit + " are possible";
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return {};
+    return count;
 }
 
 }  // namespace
 
-std::string fault_of_size(std::string_view text, bool is_cube) {
-    const std::size_t largest = is_cube ? max_cube_size : max_curve_size;
-    if (read_count(text) <= largest) return {};
-    return describe_excess(text.substr(0, 40), largest, is_cube ? " points an axis" : " entries");
+std::string fault_of_size(std::string_view text, size_unit unit) {
+    static const std::map<size_unit, std::pair<std::size_t, const char*>> limits = {
+        {size_unit::points, {max_cube_size, " points an axis"}},
+        {size_unit::entries, {max_curve_size, " entries"}},
+        {size_unit::channels, {4, " numbers an entry"}},
+        {size_unit::power, {7, " as a power of 2"}}};
+    const auto& [largest, name] = limits.at(unit);
+    const std::optional<std::size_t> count = read_count(text);
+    if (!count) return quote(text) + " is no size";
+    if (*count <= largest) return {};
+    return "a size of " + std::string(text.substr(0, 40)) + "; at most " + std::to_string(largest) + name +
+           " are possible";
 }
 
-size_check::size_check(const std::string& path) : path_(path), kind_(extension_of(path)) {}
+size_check::size_check(const std::string& path) : path_(path), kind_(extension_of(path)), most_(most_rows) {}
 
-void size_check::check(std::size_t line, std::string_view text, bool is_cube) const {
-    const std::string fault = fault_of_size(text, is_cube);
-    if (!fault.empty()) refuse(path_, line, fault);
-}
-
-void size_check::read(std::size_t line, std::string_view text, const std::vector<std::string_view>& tokens) {
-    if (kind_ == ".cub" && tokens.empty()) {  // its sizes stand in comments
-        return read_keyword(line, tokens_of(text.substr(std::min(text.find('#'), text.size() - 1) + 1)));
-    }
-    if (tokens.empty()) return;
+bool size_check::read(std::size_t line, const tokens& words_of_line) {
     ++count_;
-    if (begins_row(tokens[0]) && ++rows_ > most_entries + max_curve_size) {
-        refuse(path_, line, "more rows than the largest table has");
-    }
-    if (kind_ == ".csp") return read_cinespace(line, tokens);
-    const bool is_size_line = kind_ == ".spi3d" && count_ == 3;
-    for (std::size_t i = 0; is_size_line && i < tokens.size(); ++i) check(line, tokens[i], true);
-    read_keyword(line, tokens);
+    line_ = line;
+    if (kind_ == ".csp") return read_cinespace(words_of_line);
+    const std::string word = lower_case(words_of_line[0].substr(0, 40));
+    const auto known = words.find(kind_);
+    const bool is_word = known == words.end() ? count_ == 1 : known->second.count(word) != 0;
+    if (!is_word) count_row(words_of_line);
+    if (word == "length") set_size(words_of_line, 1, size_unit::entries);
+    if (word == "components") check(words_of_line, 1, size_unit::channels);
+    if (word == "mesh" && words_of_line.size() > 1) check({words_of_line[1]}, 0, size_unit::power);
+    if (kind_ == ".spi3d" && count_ == 3) set_size(words_of_line, 0, size_unit::points);
+    return !is_word;
 }
 
-void size_check::read_keyword(std::size_t line, const std::vector<std::string_view>& tokens) {
-    // How the number behind it counts.
-    enum class unit { points, entries, either, power, total };
-    static const std::map<std::string_view, unit> keywords = {
-        {"Length", unit::either}, {"LUT:", unit::entries}, {"lutLength", unit::entries}, {"grid_size", unit::points},
-        {"width", unit::points},  {"Mesh", unit::power},   {"in", unit::total}};
-    if (tokens.size() < 2) return;
-    if (tokens[0] == "Type") is_cube_ = tokens[1].substr(0, 2) == "3D";
-    const auto known = keywords.find(tokens[0]);
-    if (known == keywords.end()) return;
-    const std::string_view size = known->second == unit::entries ? tokens.back() : tokens[1];
-    switch (known->second) {
-        case unit::points:
-            for (std::size_t i = 1; i < tokens.size(); ++i) check(line, tokens[i], true);
-            return;
-        case unit::entries:
-            return check(line, size, false);
-        case unit::either:
-            check(line, size, is_cube_);
-            for (std::size_t i = 2; i < tokens.size(); ++i) check(line, tokens[i], false);
-            return;
-        case unit::power:  // 2 to the power of it, and 1
-            if (read_count(size) > 7) refuse(path_, line, describe_excess(size, 7, " as a power of 2"));
-            return;
-        case unit::total:
-            if (read_count(size) > most_entries) refuse(path_, line, describe_excess(size, most_entries, " entries"));
-            return;
+void size_check::check(const tokens& sizes, std::size_t first, size_unit unit) const {
+    for (std::size_t i = first; i < sizes.size(); ++i) {
+        const std::string fault = fault_of_size(sizes[i], unit);
+        if (!fault.empty()) refuse(path_, line_, fault);
     }
 }
 
-// Two lines say what it is; then come three shapers, each with its number of entries and two lines of them; then the
-// size.
-void size_check::read_cinespace(std::size_t line, const std::vector<std::string_view>& tokens) {
-    if (count_ == 2) is_cube_ = tokens[0] == "3D";
-    if (count_ <= 2 || !begins_row(tokens[0])) return;
+// From here on there are as many rows as the product of the sizes.
+void size_check::set_size(const tokens& sizes, std::size_t first, size_unit unit) {
+    check(sizes, first, unit);
+    std::size_t count = 1;
+    for (std::size_t i = first; i < sizes.size() && count <= most_rows; ++i) count *= *read_count(sizes[i]);
+    most_ = std::min(most_, rows_ + count);
+}
+
+void size_check::count_row(const tokens& row) {
+    if (!begins_row(row[0])) refuse(path_, line_, "unknown keyword " + quote(row[0]));
+    if (++rows_ > most_) refuse(path_, line_, "more rows than its size calls for");
+}
+
+// Two lines say what it is; then there may be metadata, between two lines of their own; then come three shapers, each
+// with its number of points and two lines of them; then the size.
+bool size_check::read_cinespace(const tokens& words_of_line) {
+    const std::string word = lower_case(words_of_line[0].substr(0, 40));
+    if (count_ == 1) return false;
+    if (count_ == 2) {
+        if (word != "1d" && word != "3d") refuse(path_, line_, quote(words_of_line[0]) + " is neither 1D nor 3D");
+        is_cube_ = word == "3d";
+        return false;
+    }
+    is_metadata_ = (count_ == 3 && word == "begin") || (is_metadata_ && !is_end_);
+    if (is_metadata_) {
+        is_end_ = word == "end" && words_of_line.size() > 1 && lower_case(words_of_line[1]) == "metadata";
+        return false;
+    }
+    count_row(words_of_line);
     if (skipped_ > 0) {
         --skipped_;
-        return;
+        return true;
     }
-    if (++shapers_ > 4) return;
-    for (const std::string_view size : tokens) check(line, size, shapers_ == 4 && is_cube_);
-    if (shapers_ < 4 && read_count(tokens[0]) > 0) skipped_ = 2;
+    if (++shapers_ > 4) return true;
+    if (shapers_ == 4) {
+        set_size(words_of_line, 0, is_cube_ ? size_unit::points : size_unit::entries);
+        return true;
+    }
+    check(words_of_line, 0, size_unit::entries);
+    if (read_count(words_of_line[0]) == 0U) return true;
+    if (read_count(words_of_line[0]) == 1U) refuse(path_, line_, "a shaper of one point");
+    skipped_ = 2;
+    return true;
 }
 
 }  // namespace colour

@@ -3,34 +3,46 @@
 #define LUTC_COLOUR_SIZE_CHECK_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace colour {
 
-// Empty when a text, a number, is at most the largest size of a cube's axis or of a curve, or no number; else what to
-// say.
-std::string fault_of_size(std::string_view text, bool is_cube);
+enum class size_unit { points, entries, channels, power };
 
-// Reads the lines of a plain text file one after the other and throws content_error at the line of a size that is too
-// large, or at the first row too many: before anyone makes room for the table.
+// Empty when a text is a whole number, and at most the largest size of its kind; else what to say.
+std::string fault_of_size(std::string_view text, size_unit unit);
+
+// Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other and throws content_error at the line of a size that
+// is too large, at a word that such a file doesn't have, or at the first row too many: before anyone makes room for the
+// table.
 class size_check {
   public:
+    using tokens = std::vector<std::string_view>;
+
     explicit size_check(const std::string& path);
 
-    void read(std::size_t line, std::string_view text, const std::vector<std::string_view>& tokens);
+    // A line's words, of which there is one at least. Returns whether it is a row of numbers.
+    bool read(std::size_t line, const tokens& words_of_line);
+    bool is_metadata() const { return is_metadata_; }  // of a .csp: free text
 
   private:
-    void check(std::size_t line, std::string_view text, bool is_cube) const;
-    void read_keyword(std::size_t line, const std::vector<std::string_view>& tokens);
-    void read_cinespace(std::size_t line, const std::vector<std::string_view>& tokens);
+    void check(const tokens& sizes, std::size_t first, size_unit unit) const;
+    void set_size(const tokens& sizes, std::size_t first, size_unit unit);
+    void count_row(const tokens& row);
+    bool read_cinespace(const tokens& words_of_line);
 
     const std::string& path_;
-    std::string kind_;       // the end of its name
+    std::string kind_;  // the end of its name
+    std::size_t line_ = 0;
     std::size_t count_ = 0;  // lines that hold something, and
-    std::size_t rows_ = 0;   // those of them that are rows
-    bool is_cube_ = false;   // what a "Length" counts
+    std::size_t rows_ = 0;   // those of them that are rows, of which there are at most
+    std::size_t most_;
+    bool is_cube_ = false;
+    bool is_metadata_ = false;
+    bool is_end_ = false;  // of the metadata
     std::size_t skipped_ = 0;
     std::size_t shapers_ = 0;
 };

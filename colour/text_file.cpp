@@ -25,6 +25,15 @@ std::from_chars_result parse(std::string_view token, double& value) {
     return std::from_chars(token.data() + (is_signed ? 1 : 0), token.data() + token.size(), value);
 }
 
+// A line of tiny words would cost many times its size. XML goes by its own limits.
+void check_lines(const std::string& path, std::string_view text) {
+    constexpr std::size_t longest = 1 << 20;
+    if (text.substr(0, 1) == "<") return;
+    for_each_line(text, [&path](std::string_view line, std::size_t number) {
+        if (line.size() > longest) refuse(path, number, "is longer than " + std::to_string(longest) + " bytes");
+    });
+}
+
 }  // namespace
 
 std::string read_text(const std::string& path) {
@@ -40,6 +49,7 @@ std::string read_text(const std::string& path) {
     }
     if (std::ferror(file.get()) != 0) throw error(path + ": can't be read: " + std::strerror(errno));
     if (text.compare(0, byte_order_mark.size(), byte_order_mark) == 0) text.erase(0, byte_order_mark.size());
+    check_lines(path, text);
     return text;
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-const char* const file_help = "A LUT file: .cube, .3dl, .clf, .spi1d, .spi3d and others";
+const char* const file_help = "A LUT file: .cube, .3dl, .csp, .clf, .ctf, .spi1d or .spi3d";
 
 // A number with the digits that it means and no more.
 ordered_json shorten(float value) {

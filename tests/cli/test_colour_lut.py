@@ -16,6 +16,7 @@ THREE_DL = [(r * 3 // 4, 4095 - g, b // 2) for r, g, b in itertools.product(rang
 BLUE_5 = list(entries(5, fastest="blue"))
 UNITY = '<Matrix inBitDepth="32f" outBitDepth="32f"><Array dim="3 3">1 0 0 0 1 0 0 0 1</Array></Matrix>\n'
 GOOD = rows(entries(2)).splitlines(keepends=True)
+CSP = "CSPLUTV100\n%s\n\n%s\n%s"
 SPI1D = "Version 1\nFrom 0.0 1.0\nLength %d\nComponents %d\n{\n%s}\n"
 NAME_WITH_SIGNS = "a$LUTC_BIN%LUTC_BIN%#1.spi1d"  # which is a variable of the environment, and counts for nothing
 
@@ -70,7 +71,12 @@ FILES = {
     # Ahead of a cube that changes nothing: a curve through 0, 1/4 and 1. Two points make a straight line of it.
     "shaped.cube": "LUT_1D_SIZE 3\nLUT_3D_SIZE 2\n0 0 0\n.25 .25 .25\n1 1 1\n" + rows(entries(2, same)),
     "small.cube": cube(entries(2, bilinear), 2),
-    "matrix.spimtx": "1 0.5 0 0  0 1 0 0  0 0 1 0\n",
+    "matrix.ctf": clf(UNITY.replace("1 0 0 0", "1 0.5 0 0", 1)),
+    # Two points of a shaper make a straight line.
+    "look.csp": CSP % ("3D\nBEGIN METADATA\nLength 99999999\nnan 1,5\nEND METADATA", "2\n0 1\n0 1\n0\n2\n0 1\n0 1\n", "5 5 5\n" + rows(entries(5))),
+    "curve.csp": CSP % ("1D", "2\n0 1\n0 1\n" * 3, "5\n" + rows(CURVE)),
+    "mesh.3dl": "3DMESH\nMesh 2 12\n0 255 511 767 1023\n%s\nLUT8\ngamma 1.0\n" % "".join(
+        "%d %d %d\n" % (r, g, b) for r, g, b in itertools.product((0, 1024, 2047, 3071, 4095), repeat=3)),
     "hot.cube": "LUT_1D_SIZE 2\n" + rows(HOT),
 }
 
@@ -84,6 +90,8 @@ def clf_with_row(row):
     array = "".join(GOOD[:1]) + row + "\n" + "".join(GOOD[2:])
     return clf('<LUT3D inBitDepth="32f" outBitDepth="32f"><Array dim="2 2 2 3">\n%s</Array></LUT3D>\n' % array)
 
+
+ICC = b"\0" * 36 + b"acsp" + b"\0" * 88 + b"\x20" * 1000
 
 BAD_FILES = [
     ("comma.cube", with_row("0,5 0,5 0,5"), "line 5: '0,5' has a comma"),
@@ -105,8 +113,22 @@ BAD_FILES = [
     ("long1.spi1d", SPI1D % (65537, 1, ""), "line 3: a size of 65537; at most 65536 entries"),
     ("large.spi3d", "SPILUT 1.0\n3 3\n130 130 130\n", "line 3: a size of 130; at most 129 points"),
     ("large.csp", "CSPLUTV100\n3D\n\n" + "2\n0 1\n0 1\n" * 3 + "\n9 9 130\n", "line 14: a size of 130"),
-    ("large.vf", "#Inventor V2.1 ascii\ngrid_size 130 2 2\n", "line 2: a size of 130"),
-    ("large.clf", clf('<LUT3D inBitDepth="32f" outBitDepth="32f"><Array dim="130 130 130 3"></Array></LUT3D>'), "line 3: a size"),
+    # Formats that are not read, by name and by content: one of another format costs nothing.
+    ("large.vf", "#Inventor V2.1 ascii\ngrid_size 130 2 2\n", "they end in .cube, .3dl, .csp, .clf,"),
+    ("profile.icc", ICC, "not the name of a colour file"), ("icc.cube", ICC, "its content is no .cube"), ("icc.3dl", ICC, "is no .3dl"),
+    ("text.3dl", "#" * 36 + "acsp\n1 1 1\n", "is no .3dl"), ("truelight.3dl", "# Truelight Cube v2.0\n# width 999 999 999\n", "is no .3dl"),
+    ("look.spi1d", FILES["look.csp"], "is no .spi1d"), ("cube.clf", FILES["look.cube"], "is no .clf"), ("clf.cube", clf(""), "is no .cube"),
+    ("cc.clf", "<ColorCorrection/>", "line 1: the root is ColorCorrection, not ProcessList"), ("look.clf.cc", clf(""), "not ColorCorrection"),
+    ("words.3dl", "LUT_3D_SIZE 999\n", "line 1: unknown keyword 'LUT_3D_SIZE'"), ("mesh8.3dl", "Mesh 8 12\n", "line 1: a size of 8; at most 7"),
+    ("plus.spi1d", (SPI1D % (2, 1, "")).replace("Length 2", "Length +999999999"), "line 3: '+999999999' is no size"),
+    ("glued.spi1d", (SPI1D % (2, 1, "")).replace("Length 2", "Length999999999"), "line 3: unknown keyword"),
+    ("long.spi1d", SPI1D % (2, 1, "0\n1\n1\n"), "line 8: more rows than its size"),
+    ("long.clf", clf('<LUT1D><Array dim="2 1">\n0 1 1</Array></LUT1D>'), "line 4: more numbers than its size"),
+    ("matrix.clf", clf(UNITY.replace("3 3", "65536 65536")), "line 3: a size of 65536; at most 4"),
+    ("deep.clf", "<ProcessList>" + "<a>" * 100, "nested too deep"), ("steps.clf", clf("<Id/>" * 101), "too many steps"),
+    ("attributes.clf", "<ProcessList %s>" % " ".join("a%d=''" % i for i in range(101)), "too many attributes"),
+    ("entities.clf", "<!DOCTYPE a>" + clf(""), "a document type"), ("line.3dl", "1 " * (1 << 20), "line 1: is longer than"),
+    ("large.clf", clf('<LUT3D inBitDepth="32f" outBitDepth="32f"><Array dim="130 130 130 3"></Array></LUT3D>'), "line 3: a size of 130"),
     ("range.spi1d", SPI1D.replace("0.0 1.0", "1 1") % (2, 1, "0\n1\n"), "line 2: the minimum of the inputs"),
     ("domain.cube", "DOMAIN_MAX 1 1 1,5\n" + cube(entries(2), 2), "line 1: '1,5' has a comma"),
     ("short.cube", cube([], 2) + "".join(GOOD[:7]), "line 9: the table ends after 7 of 8 rows"),
@@ -140,6 +162,10 @@ class PackTest(WithFolder):
                 ("curve.clf", "uint16 little red", "--exact", CURVE, 0, curve),
                 (NAME_WITH_SIGNS, "float32 big red", "--exact", CURVE, 0, curve),
                 ("look.3dl", "uint12in16 little blue", "", [[v / 4095 for v in row] for row in THREE_DL], 0, {"size": 4}),
+                ("look.csp", "uint16 big red", "--exact", entries(5), 0, look),
+                ("curve.csp", "float32 big red", "--exact", CURVE, 0, curve),
+                ("mesh.3dl", "uint12in16 little blue", "--exact", [[v / 4095 for v in row] for row in itertools.product(
+                    (0, 1024, 2047, 3071, 4095), repeat=3)], 0, look),
                 ("wide.cube", "uint10in16 little red", "", entries(3, in_domain), None,
                  {"domainMinimum": [-1.0, 0.0, 0.0], "domainMaximum": [1.0, 2.0, 4.0], "shaper": False}),
                 ("wide.cube", "uint16 big blue", "", entries(3, in_domain, "blue"), None, {"order": "blue-fastest"}),
@@ -152,7 +178,7 @@ class PackTest(WithFolder):
                 ("shaped.cube", "float32 little red", "--size 3", None, 0, {}),
                 ("shaped.cube", "float32 little red", "--size 4", None, 1 / 12, {}),
                 ("small.cube", "float32 little red", "--size 3", entries(3, bilinear), 0, {"fileSize": 2, "size": 3}),
-                ("matrix.spimtx", "float32 little red", "--size 2", entries(2, half_mixed), 0, {"fileSize": 0}),
+                ("matrix.ctf", "float32 little red", "--size 2", entries(2, half_mixed), 0, {"fileSize": 0}),
                 ("hot.cube", "float32 little red", "--exact", HOT, 0, {"outOfRange": 2, "clipped": False}),
                 ("hot.cube", "uint16 little red", "", HOT, 0.5, {"minimum": [-0.5, 0.0, 0.25], "maximum": [0.5, 2.0, 1.0],
                                                                "outOfRange": 2, "clipped": True})]:
@@ -166,7 +192,7 @@ class PackTest(WithFolder):
                     self.assertEqual(table, packed(triples, samples, byte_order))
                 if error is not None:
                     self.assertAlmostEqual(report["maximumError"], error, delta=2e-5)
-                resampled = source in ("wide.cube", "ranged.cube", "video.cube", "shaped.cube", "matrix.spimtx") or "--size" in extra
+                resampled = source in ("wide.cube", "ranged.cube", "video.cube", "shaped.cube", "matrix.ctf") or "--size" in extra
                 wanted = {"bytes": len(table), "resampled": resampled, **wanted}
                 self.assertEqual({key: report.get(key) for key in wanted}, wanted)
                 self.assertEqual("2 of 6 values are outside 0..1" in result.stderr, report["clipped"])
@@ -202,7 +228,7 @@ class PackTest(WithFolder):
                    (USAGE, pack % "small.cube --size 3 --exact", "3 points an axis"),
                    (USAGE, pack % "small.cube --size 1", "'1' is less than 2"),
                    (USAGE, pack % "small.cube --size 130", "2 to 129"),
-                   (USAGE, pack % "matrix.spimtx", "give --size"),
+                   (USAGE, pack % "matrix.ctf", "give --size"),
                    (USAGE, in_16 % "hot.cube --exact", "2 of 6 values"),
                    (USAGE, in_16.replace("--order red-fastest", "") % "look.cube", "a cube; give --order"),
                    (USAGE, pack.replace("red-", "green-") % "look.cube", "green-fastest"),
