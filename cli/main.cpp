@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/console/interrupt.h"
 #include "cli/help.h"
 #include "colour/error.h"
 #include "terminal/command_tree.h"
@@ -24,7 +25,7 @@ const char* const exit_codes =
     "  2    usage: wrong arguments, or an input file whose content is wrong;\n"
     "       a question that could not be asked\n"
     "  3    nobody listens on the service's port (127.0.0.1:54440)\n"
-    "  130  a backup or restore was interrupted (SIGINT or SIGTERM)\n"
+    "  130  interrupted (SIGINT); 143 and 129: by SIGTERM and SIGHUP; watch ends so with 0\n"
     "Every failure is one line on standard error, also with --json.";
 
 // CLI11 takes "-.5" for an option; "-0.5" it takes for a number.
@@ -127,6 +128,7 @@ int fail(const lutc_cli::failure& reason) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    lutc_cli::take_interrupts();
     try {
         run(argc, argv);
         return lutc_cli::exit_done;

@@ -1,6 +1,7 @@
 #include "colour/reader.h"
 
 #include <OpenColorIO/OpenColorIO.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <cctype>
@@ -69,12 +70,36 @@ bool is_harmless(const std::string& warning) {
 }
 
 // The file that the reader is given, by its absolute path: the one that was checked, or, where its text had to be
-// changed, a copy of the same name in a folder of its own, for as long as this lives.
+// changed, a copy of the same name in a folder of its own, for as long as this lives: signals wait for its end.
 class readable_copy {
   public:
     readable_copy(const std::string& path, const std::string& text) : path_(std::filesystem::absolute(path)) {
         std::error_code failed;
         if (std::filesystem::file_size(path, failed) == text.size()) return;
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+        try {
+            write(path, text);
+        } catch (...) {
+            pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+            throw;
+        }
+    }
+    readable_copy(const readable_copy&) = delete;
+    readable_copy& operator=(const readable_copy&) = delete;
+    ~readable_copy() {
+        std::error_code ignored;
+        if (folder_.empty()) return;
+        std::filesystem::remove_all(folder_, ignored);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+
+    const std::string& path() const { return path_; }
+
+  private:
+    void write(const std::string& path, const std::string& text) {
+        std::error_code failed;
         folder_ = std::filesystem::temp_directory_path() / "lutc-XXXXXX";
         if (mkdtemp(folder_.data()) == nullptr) {
             folder_.clear();
@@ -87,16 +112,8 @@ class readable_copy {
             throw error(path + ": can't be copied to " + path_);
         }
     }
-    readable_copy(const readable_copy&) = delete;
-    readable_copy& operator=(const readable_copy&) = delete;
-    ~readable_copy() {
-        std::error_code ignored;
-        if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
-    }
 
-    const std::string& path() const { return path_; }
-
-  private:
+    sigset_t before_;
     std::string folder_;
     std::string path_;
 };

@@ -13,6 +13,7 @@
 #include <optional>
 #include <system_error>
 
+#include "cli/console/interrupt.h"
 #include "cli/console/output.h"
 #include "terminal/json_value.h"
 #include "terminal/regular_file.h"
@@ -95,14 +96,24 @@ void write_through(std::FILE* file, const new_file& content, bool to_disk) {
     throw make_failure(content.path, "can't be written", is_written ? errno : cause);
 }
 
+void remove_part(const placement& file) {
+    unlink(file.part.c_str());
+    drop_unfinished(file.part);
+}
+
 void write_part(const placement& file) {
+    add_unfinished(file.part);
     std::FILE* const part = std::fopen(file.part.c_str(), "wbxe");
-    if (part == nullptr) throw make_failure(file.content->path, "can't be created");
+    if (part == nullptr) {
+        const int cause = errno;
+        drop_unfinished(file.part);
+        throw make_failure(file.content->path, "can't be created", cause);
+    }
     if (file.mode != 0) static_cast<void>(fchmod(fileno(part), file.mode));
     try {
         write_through(part, *file.content, true);
     } catch (const failure&) {
-        unlink(file.part.c_str());
+        remove_part(file);
         throw;
     }
 }
@@ -158,14 +169,17 @@ void write_files(const std::vector<new_file>& files) {
         for (const placement& file : places) {
             if (file.part.empty()) write_straight(file);
         }
+        const interrupt_pause all_of_them;
         for (; placed < places.size(); ++placed) {
             const auto& [content, place, part, mode] = places[placed];
-            if (!part.empty() && rename(part.c_str(), place.c_str()) != 0) {
-                throw make_failure(content->path, "can't be written");
-            }
+            if (part.empty()) continue;
+            if (rename(part.c_str(), place.c_str()) != 0) throw make_failure(content->path, "can't be written");
+            drop_unfinished(part);
         }
     } catch (const failure&) {
-        for (std::size_t i = placed; i < written; ++i) unlink(places[i].part.c_str());
+        for (std::size_t i = placed; i < written; ++i) {
+            if (!places[i].part.empty()) remove_part(places[i]);
+        }
         throw;
     }
 }

@@ -13,10 +13,10 @@ namespace lutc_cli {
 
 enum exit_code {
     exit_done = 0,
-    exit_refused = 1,       // the service refused or gave no usable answer; a file can't be read or written
-    exit_usage = 2,         // wrong arguments, or an input file whose content is wrong
-    exit_nobody = 3,        // nobody listens on the service's port
-    exit_interrupted = 130  // stopped by SIGINT or SIGTERM between two presets
+    exit_refused = 1,     // the service refused or gave no usable answer; a file can't be read or written
+    exit_usage = 2,       // wrong arguments, or an input file whose content is wrong
+    exit_nobody = 3,      // nobody listens on the service's port
+    exit_by_signal = 128  // and the number of the signal, SIGINT, SIGTERM or SIGHUP, that ended it
 };
 
 // Ends a command: one line on standard error, and this exit code.

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 
@@ -10,9 +11,11 @@
 namespace lutc_cli {
 namespace {
 
+constexpr std::array signals = {SIGINT, SIGTERM, SIGHUP};
+
 volatile std::sig_atomic_t interrupted = 0;
 
-void note_interrupt(int) { interrupted = 1; }
+void note_interrupt(int signal) { interrupted = signal; }
 
 }  // namespace
 
@@ -21,16 +24,16 @@ progress::progress(const char* verb, std::size_t total)
     struct sigaction action = {};
     action.sa_handler = note_interrupt;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i], &action, &before_[i]);
 }
 
 progress::~progress() {
+    for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i], &before_[i], nullptr);
     if (is_shown_) std::fputc('\n', stderr);
 }
 
 void progress::check() const {
-    if (interrupted != 0) throw failure(exit_interrupted, "interrupted");
+    if (interrupted != 0) throw failure(exit_by_signal + interrupted, "interrupted");
 }
 
 void progress::step(const std::function<void()>& handle_preset) {

@@ -2,13 +2,14 @@
 #ifndef LUTC_CLI_PRESETS_PROGRESS_H
 #define LUTC_CLI_PRESETS_PROGRESS_H
 
+#include <csignal>
 #include <cstddef>
 #include <functional>
 #include <string>
 
 namespace lutc_cli {
 
-// Says on a terminal how far it is. While it lives, SIGINT and SIGTERM let the current preset be finished; a second one
+// Says on a terminal how far it is. While it lives, SIGINT, SIGTERM and SIGHUP let the current preset be finished; a second one
 // ends the program.
 class progress {
   public:
@@ -17,7 +18,7 @@ class progress {
     progress& operator=(const progress&) = delete;
     ~progress();
 
-    // Throws failure, exit_interrupted, after a signal.
+    // Throws failure, exit_by_signal and its number, after a signal.
     void check() const;
     void step(const std::function<void()>& handle_preset);  // checks first
     std::size_t done() const { return done_; }              // the steps that ended
@@ -28,6 +29,7 @@ class progress {
     std::size_t total_;
     std::size_t done_ = 0;
     bool is_shown_;
+    struct sigaction before_[3] = {};  // of the signals
 };
 
 }  // namespace lutc_cli

@@ -127,9 +127,18 @@ class Presets(WithSimulator):
         self.write("down-1-cdl.bin", b"old")
         before = os.listdir(self.folder)
         limited = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 17, resource.RLIM_INFINITY))
-        self.expect(REFUSED, *"presets download down.json --name p --yes".split(), preexec_fn=limited, restore_signals=False)
+        self.expect(REFUSED, *"presets download down.json --name p --yes".split(), preexec_fn=limited)
         self.assertEqual(os.listdir(self.folder), before)
         self.assertEqual(self.read("down-1-cdl.bin"), b"old")
+        # Nor one that is interrupted while it waits for the reader of a pipe, its other files on the disk.
+        os.mkfifo(self.path("pipe"))
+        for number in (signal.SIGINT, signal.SIGTERM):
+            process = subprocess.Popen([LUTC, "presets", "download", "pipe", "--name", "p", "--yes"], cwd=self.folder)
+            while not any(".part" in name for name in os.listdir(self.folder)):
+                self.assertIsNone(process.poll())
+            process.send_signal(number)
+            self.assertEqual(process.wait(timeout=60), 128 + number)
+            self.assertEqual(sorted(os.listdir(self.folder)), sorted(before + ["pipe"]))
 
     def test_a_full_library_goes_round(self):
         os.mkdir(self.path("made"))
