@@ -21,8 +21,7 @@ function append(entries) {
     for (const { number } of known.entries) if (number === complete + 1) complete = number;
 }
 
-// What is known may be wrong.
-export const doubt = () => { needs_state = needs_log = true; };
+export const doubt = () => { needs_state = needs_log = true; }; // what is known may be wrong
 
 // Brings state and log up to date; what of the log is missing once a second. Throws when the device isn't there.
 export async function catch_up() {
@@ -63,7 +62,8 @@ export function start(on_change) {
     port.onmessage = take;
     const tell = () => port.postMessage(document.visibilityState === "visible");
     document.addEventListener("visibilitychange", tell);
-    addEventListener("pagehide", () => port.postMessage(false));
+    const leave = channel ? () => channel.port1.onmessage({ data: false }) : () => port.postMessage(false);
+    addEventListener("pagehide", leave); // at once: a page that is kept for "back" runs nothing more
     addEventListener("pageshow", tell);
 }
 
