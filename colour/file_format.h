@@ -15,8 +15,8 @@ struct file_format {
     const char* beginning;  // of a plain text, in small letters; of XML the root
 };
 
-// The format of a file by its name. Throws content_error when there is none, and for a content that is none of its kind.
-// An XML's root is not looked at.
+// The format of a file by its name. Throws content_error when there is none, and for a content that is none of its
+// kind. An XML's root is not looked at.
 const file_format& find_format(const std::string& path, std::string_view text);
 
 }  // namespace colour

@@ -13,7 +13,8 @@ namespace {
 
 constexpr std::size_t most_rows = max_cube_size * max_cube_size * max_cube_size + max_curve_size;
 
-// The words that a line may begin with, in small letters. The reader passes over others, or takes them for another format.
+// The words that a line may begin with, in small letters. The reader passes over others, or takes them for another
+// format.
 const std::map<std::string, std::set<std::string>> words = {
     {".spi1d", {"version", "from", "length", "components", "{", "}"}}, {".3dl", {"3dmesh", "mesh", "gamma", "lut8"}}};
 

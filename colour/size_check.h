@@ -15,9 +15,9 @@ enum class size_unit { points, entries, channels, power };
 // Empty when a text is a whole number, and at most the largest size of its kind; else what to say.
 std::string fault_of_size(std::string_view text, size_unit unit);
 
-// Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other and throws content_error at the line of a size that
-// is too large, at a word that such a file doesn't have, or at the first row too many: before anyone makes room for the
-// table.
+// Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other and throws content_error at the line of a size
+// that is too large, at a word that such a file doesn't have, or at the first row too many: before anyone makes room
+// for the table.
 class size_check {
   public:
     using tokens = std::vector<std::string_view>;

@@ -7,8 +7,8 @@
 
 namespace lutc_cli {
 
-// From here on these signals, unless they are ignored, remove the unfinished files and end the program with the exit code
-// 128 and their number; and a file that becomes too large is a failure like others.
+// From here on these signals, unless they are ignored, remove the unfinished files and end the program with the exit
+// code 128 and their number; and a file that becomes too large is a failure like others.
 void take_interrupts();
 
 // Files on their way. One that was added is removed by such a signal until it is dropped: call it before the file is

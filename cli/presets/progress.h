@@ -9,8 +9,8 @@
 
 namespace lutc_cli {
 
-// Says on a terminal how far it is. While it lives, SIGINT, SIGTERM and SIGHUP let the current preset be finished; a second one
-// ends the program.
+// Says on a terminal how far it is. While it lives, SIGINT, SIGTERM and SIGHUP let the current preset be finished; a
+// second one ends the program.
 class progress {
   public:
     progress(const char* verb, std::size_t total);
