@@ -38,6 +38,7 @@ std::size_t check_plain_text(const std::string& path, std::string& text) {
         }
     };
     const std::size_t lines = for_each_line(text, check);
+    sizes.finish();
     if (has_metadata) text = std::move(kept);
     return lines;
 }

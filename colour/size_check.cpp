@@ -52,7 +52,12 @@ bool size_check::read(std::size_t line, const tokens& words_of_line) {
     const std::string word = lower_case(words_of_line[0].substr(0, 40));
     const auto known = words.find(kind_);
     const bool is_word = known == words.end() ? count_ == 1 : known->second.count(word) != 0;
-    if (!is_word) count_row(words_of_line);
+    const bool is_shaper = kind_ == ".3dl" && rows_ + shapers_ == 0 && words_of_line.size() > 3;
+    if (is_shaper) ++shapers_;
+    if (!is_word && !is_shaper) count_row(words_of_line);
+    if (kind_ == ".3dl" && !is_word && !is_shaper && words_of_line.size() != 3) {
+        refuse(path_, line_, "a row has three numbers, this one " + std::to_string(words_of_line.size()));
+    }
     if (word == "length") set_size(words_of_line, 1, size_unit::entries);
     if (word == "components") check(words_of_line, 1, size_unit::channels);
     if (word == "mesh" && words_of_line.size() > 1) check({words_of_line[1]}, 0, size_unit::power);
@@ -65,6 +70,13 @@ void size_check::check(const tokens& sizes, std::size_t first, size_unit unit) c
         const std::string fault = fault_of_size(sizes[i], unit);
         if (!fault.empty()) refuse(path_, line_, fault);
     }
+}
+
+void size_check::finish() const {
+    if (kind_ != ".3dl" || rows_ == 0) return;
+    std::size_t size = 2;
+    while (size < max_cube_size && size * size * size < rows_) ++size;
+    if (size * size * size != rows_) refuse(path_, line_, "its " + std::to_string(rows_) + " rows are no cube");
 }
 
 // From here on there are as many rows as the product of the sizes.

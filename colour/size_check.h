@@ -26,6 +26,7 @@ class size_check {
 
     // A line's words, of which there is one at least. Returns whether it is a row of numbers.
     bool read(std::size_t line, const tokens& words_of_line);
+    void finish() const;                               // behind the last line
     bool is_metadata() const { return is_metadata_; }  // of a .csp: free text
 
   private:

@@ -139,7 +139,7 @@ BAD_FILES = [
     ("short.clf", clf_with_row(""), "line 3: Expected 2x2x2x3"),
     ("unknown.clf", clf("<Bend/>\n" + clf_cube(entries(2), 2)), "line 3: Unrecognized element 'Bend'"),
     ("cut.clf", clf("")[:60], "line 2"),
-    ("short.3dl", "0 64 128 192\n" + "1 2 3\n" * 26, "its last line is 27"),
+    ("short.3dl", "0 64 128 192\n" + "1 2 3\n" * 26, "line 27: its 26 rows are no cube"), ("row.3dl", "0 64 128 192\n1 2 3\n1 2 3 4\n", "line 3: a row has three numbers"),
     ("empty.cube", "", "the file is empty"),
     ("other.cube", "hello\n", "other.cube")]
 
