@@ -18,9 +18,13 @@ using lutc_bson::extent;
 using lutc_bson::load32;
 using lutc_bson::load64;
 
-std::string quote(const unsigned char* text, std::size_t size) { return write_json(std::string(text, text + size)); }
+std::string quote_json(const unsigned char* text, std::size_t size) {
+    return write_json(std::string(text, text + size));
+}
 
-std::string quote(const unsigned char* text) { return quote(text, std::strlen(reinterpret_cast<const char*>(text))); }
+std::string quote_json(const unsigned char* text) {
+    return quote_json(text, std::strlen(reinterpret_cast<const char*>(text)));
+}
 
 std::string hex(const unsigned char* bytes, std::size_t size) {
     std::string text;
@@ -117,7 +121,7 @@ class printer {
         lutc_bson::find_extent(bytes_, l, static_cast<std::uint32_t>(key_end + 1 - bytes_), here.last, value);
         if (!here.is_empty) put(",");
         here.is_empty = false;
-        if (!here.is_array) put(quote(key, static_cast<std::size_t>(key_end - key)) + ":");
+        if (!here.is_array) put(quote_json(key, static_cast<std::size_t>(key_end - key)) + ":");
         position_ = value.end;
         print_value(bson_type{type}, value);
     }
@@ -130,7 +134,7 @@ class printer {
                 return open(value.begin, value.end - 1, type == bson_type::array, type == bson_type::array ? "]" : "}");
             case bson_type::javascript_with_scope: {
                 const std::uint32_t code = load32(at + 4);
-                put(R"({"$code":)" + quote(at + 8, code == 0 ? 0 : code - 1) + R"(,"$scope":)");
+                put(R"({"$code":)" + quote_json(at + 8, code == 0 ? 0 : code - 1) + R"(,"$scope":)");
                 return open(value.begin + 8 + code, value.end - 1, false, "}}");
             }
             default:
@@ -145,7 +149,7 @@ class printer {
             case bson_type::real:
                 return real(load64(at));
             case bson_type::string:
-                return quote(at, text_size);
+                return quote_json(at, text_size);
             case bson_type::binary:
                 return R"({"$binary":{"base64":")" + base64(at, size) + R"(","subType":")" + hex(at - 1, 1) + "\"}}";
             case bson_type::undefined:
@@ -157,15 +161,15 @@ class printer {
             case bson_type::utc:
                 return date(static_cast<std::int64_t>(load64(at)));
             case bson_type::regular_expression:
-                return R"({"$regularExpression":{"pattern":)" + quote(at) + R"(,"options":)" +
-                       quote(at + std::strlen(reinterpret_cast<const char*>(at)) + 1) + "}}";
+                return R"({"$regularExpression":{"pattern":)" + quote_json(at) + R"(,"options":)" +
+                       quote_json(at + std::strlen(reinterpret_cast<const char*>(at)) + 1) + "}}";
             case bson_type::db_pointer:
-                return R"({"$dbPointer":{"$ref":)" + quote(at, text_size > id_size ? text_size - id_size : 0) +
+                return R"({"$dbPointer":{"$ref":)" + quote_json(at, text_size > id_size ? text_size - id_size : 0) +
                        R"(,"$id":{"$oid":")" + hex(at + size - id_size, id_size) + "\"}}}";
             case bson_type::javascript:
-                return R"({"$code":)" + quote(at, text_size) + "}";
+                return R"({"$code":)" + quote_json(at, text_size) + "}";
             case bson_type::symbol:
-                return R"({"$symbol":)" + quote(at, text_size) + "}";
+                return R"({"$symbol":)" + quote_json(at, text_size) + "}";
             case bson_type::int32:
                 return std::to_string(static_cast<std::int32_t>(load32(at)));
             case bson_type::timestamp:

@@ -149,7 +149,7 @@ struct info_options {
     }
 };
 
-struct plot_options {
+struct lut_plot_options {
     std::string file;
     output_option output;
 
@@ -171,7 +171,7 @@ void add_lut(const command& tool) {
     const command group = tool.add_group("lut", "LUT files: tables for a device, and pictures");
     group.add<pack_options>("pack", "Turn a LUT file into the bytes of a table, as a device's format calls for");
     group.add<info_options>("info", "Show what a LUT file is, and what it makes of a colour");
-    group.add<plot_options>("plot", "Draw a LUT file's curves, and its cube's slices");
+    group.add<lut_plot_options>("plot", "Draw a LUT file's curves, and its cube's slices");
 }
 
 }  // namespace lutc_cli

@@ -8,7 +8,7 @@
 namespace lutc_cli {
 namespace {
 
-struct get_options {
+struct get_state_options {
     int channel = 0;
 
     void declare(const command& get) { get.add_channel(channel); }
@@ -16,7 +16,7 @@ struct get_options {
     nlohmann::ordered_json run() const { return {{"colorTransformState", lutc::get_state(channel)}}; }
 };
 
-struct set_options {
+struct set_state_options {
     int state = 0;
     int channel = 0;
 
@@ -34,8 +34,8 @@ struct set_options {
 
 void add_state(const command& tool) {
     const command group = tool.add_group("state", "The colour-transform state of a channel");
-    group.add<get_options>("get", "Show the state, a number of the service's");
-    group.add<set_options>("set", "Set the state");
+    group.add<get_state_options>("get", "Show the state, a number of the service's");
+    group.add<set_state_options>("set", "Set the state");
 }
 
 }  // namespace lutc_cli

@@ -52,7 +52,7 @@ ordered_json ask(const Call& call) {
     }
 }
 
-ordered_json show_choice(const lutc::preset_choice& choice) {
+ordered_json choice_of(const lutc::preset_choice& choice) {
     return {{"presetName", choice.name}, {"presetIndex", choice.index}};
 }
 
@@ -65,13 +65,13 @@ ordered_json list_presets() {
 }
 
 // For people: of presets the names.
-std::string write_text(const ordered_json& value) {
+std::string write_value(const ordered_json& value) {
     if (value.is_null()) return "-";
     if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_object()) return printable(value["presetName"].get<std::string>());
     if (!value.is_array()) return write_json(value);
     std::string text;
-    for (const ordered_json& item : value) text += (text.empty() ? "" : ", ") + write_text(item);
+    for (const ordered_json& item : value) text += (text.empty() ? "" : ", ") + write_value(item);
     return text.empty() ? "-" : text;
 }
 
@@ -104,9 +104,9 @@ class watcher {
     }
 
     void ask_for_the_rest(snapshot& seen) const {
-        seen[{"override", 0}] = ask([] { return show_choice(lutc::get_override_preset()); });
+        seen[{"override", 0}] = ask([] { return choice_of(lutc::get_override_preset()); });
         for (int channel = 1; channel <= channels_; ++channel) {
-            seen[{"selection", channel}] = ask([&] { return show_choice(lutc::get_preset(channel)); });
+            seen[{"selection", channel}] = ask([&] { return choice_of(lutc::get_preset(channel)); });
             seen[{"state", channel}] = ask([&] { return ordered_json(lutc::get_state(channel)); });
         }
         for (const std::string& option : options_) {
@@ -143,8 +143,8 @@ class watcher {
             std::printf("%s\n", write_json(line).c_str());
         } else {
             const std::string of = channel > 0 ? "channel " + std::to_string(channel) + " " : "";
-            std::printf("%s%s: %s (before: %s)\n", of.c_str(), printable(name).c_str(), write_text(value).c_str(),
-                        write_text(before).c_str());
+            std::printf("%s%s: %s (before: %s)\n", of.c_str(), printable(name).c_str(), write_value(value).c_str(),
+                        write_value(before).c_str());
         }
         if (!flush_output()) throw failure(exit_refused, "standard output can't be written");
     }

@@ -55,7 +55,7 @@ void move_folder(const fs::path& from, const fs::path& to) {
 
 // Where the old backup goes when its name can't be exchanged with that of the new one.
 fs::path set_aside(const fs::path& folder) { return folder.string() + ".old"; }
-fs::path unfinished(const fs::path& folder) { return folder.string() + ".part"; }
+fs::path part_of(const fs::path& folder) { return folder.string() + ".part"; }
 
 // Puts the finished folder in the place of the other, and returns where the other is then. At once, but on file systems
 // that exchange no names (NFS, CIFS, exFAT).
@@ -145,7 +145,7 @@ std::vector<std::string> write_presets(const fs::path& folder, const lutc::prese
 // The same at once, in the place of another backup.
 std::vector<std::string> replace_backup(const fs::path& folder, const std::string& name,
                                         const lutc::preset_library& list) {
-    const fs::path part = unfinished(folder);
+    const fs::path part = part_of(folder);
     progress steps("backing up", list.presets.size());
     try {
         const std::vector<std::string> notices = write_presets(part, list, steps);
@@ -170,7 +170,7 @@ fs::path find_folder(const std::string& name) {
 void put_old_backup_back(const std::string& name) {
     const fs::path folder = find_folder(name);
     const auto has_backup = [](const fs::path& place) { return fs::exists(place / backup_index_name); };
-    if (fs::exists(fs::symlink_status(folder)) || !has_backup(set_aside(folder)) || !has_backup(unfinished(folder)))
+    if (fs::exists(fs::symlink_status(folder)) || !has_backup(set_aside(folder)) || !has_backup(part_of(folder)))
         return;
     move_folder(set_aside(folder), folder);
 }
@@ -182,7 +182,7 @@ std::size_t backup_presets(const std::string& name, bool yes) {
         throw failure(exit_usage, name + ": is the current folder, which can't be replaced; give another");
     }
     check_replaceable(folder);
-    check_replaceable(unfinished(folder));
+    check_replaceable(part_of(folder));
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
     const lutc::preset_library list = lutc::preset_list();
     check_names(list);
