@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/connection_waits.h"
 #include "simulator/framing.h"
 
 namespace simulator {
@@ -25,7 +26,6 @@ using asio::ip::tcp;
 using boost::system::error_code;
 using std::chrono::milliseconds;
 
-constexpr milliseconds linger_time{2000};  // for a client to take the reply and close
 constexpr std::size_t read_size = 64 * 1024;
 
 }  // namespace
@@ -64,11 +64,17 @@ class session : public std::enable_shared_from_this<session> {
         await_command();
     }
 
+    void close() {
+        error_code ignored;
+        timer_.cancel();
+        socket_.close(ignored);
+    }
+
   private:
     // Waits for readability rather than with a buffer of its own, so that silent connections cost next to nothing.
     void await_command() {
         const auto left = std::chrono::ceil<milliseconds>(deadline_ - std::chrono::steady_clock::now());
-        limit(std::min(shared_.options.idle_timeout, left), [this] {
+        run_after(timer_, std::min(shared_.options.idle_timeout, left), shared_from_this(), [this] {
             shared_.colour_service.log(number_, '-', "closed: no whole command in time");
             close();
         });
@@ -130,7 +136,7 @@ class session : public std::enable_shared_from_this<session> {
     }
 
     void write_piece() {
-        limit(shared_.options.idle_timeout, [this] { close(); });
+        run_after(timer_, shared_.options.idle_timeout, shared_from_this(), [this] { close(); });
         asio::async_write(socket_, asio::buffer(delivery_.pieces[next_piece_].bytes),
                           [self = shared_from_this()](error_code error, std::size_t) {
                               self->timer_.cancel();
@@ -147,38 +153,17 @@ class session : public std::enable_shared_from_this<session> {
                 socket_.set_option(asio::socket_base::linger(true, 0), ignored);
                 return close();
             case delivery::ending::hold:
-                limit(milliseconds(delivery_.hold_milliseconds), [this] { close(); });
-                return drain();
+                return drain_for(milliseconds(delivery_.hold_milliseconds));
             case delivery::ending::close:
                 // Only this side is closed: closing with bytes unread would reset the connection, and the reply with it.
                 socket_.shutdown(tcp::socket::shutdown_send, ignored);
-                limit(linger_time, [this] { close(); });
-                return drain();
+                return drain_for(linger_time);
         }
     }
 
-    // Reads and drops whatever the client still sends, until it closes or the time that was set is over.
-    void drain() {
-        socket_.async_read_some(asio::buffer(shared_.scratch),
-                                [self = shared_from_this()](error_code error, std::size_t) {
-                                    if (error) return self->close();
-                                    self->drain();
-                                });
-    }
-
-    template <class Action>
-    void limit(milliseconds time, Action action) {
-        timer_.expires_after(time);
-        timer_.async_wait([self = shared_from_this(), action](error_code error) {
-            // A wait that had ended when another time was set is delivered without an error.
-            if (!error && self->timer_.expiry() <= std::chrono::steady_clock::now()) action();
-        });
-    }
-
-    void close() {
-        error_code ignored;
-        timer_.cancel();
-        socket_.close(ignored);
+    void drain_for(milliseconds time) {
+        run_after(timer_, time, shared_from_this(), [this] { close(); });
+        drain(socket_, asio::buffer(shared_.scratch), shared_from_this());
     }
 
     tcp::socket socket_;

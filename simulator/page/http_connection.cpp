@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "simulator/connection_waits.h"
 #include "simulator/page/http_target.h"
 
 namespace simulator {
@@ -33,7 +34,7 @@ using std::chrono::seconds;
 constexpr std::uint32_t max_header_size = 8 * 1024;
 constexpr std::uint64_t max_body_size = 64 * 1024;
 constexpr std::size_t buffer_size = 16 * 1024;
-constexpr seconds request_time{10}, progress_time{10}, comment_time{15}, linger_time{2};
+constexpr seconds request_time{10}, progress_time{10}, comment_time{15};
 
 // On every answer. Nothing of the page is for another page, in a frame or out of it, and it runs no script but its own.
 constexpr std::pair<const char*, const char*> guarding_headers[] = {
@@ -79,6 +80,13 @@ class connection : public http_connection, public std::enable_shared_from_this<c
         stream_next();
     }
 
+    void close() {
+        error_code ignored;
+        timer_.cancel();
+        socket_.close(ignored);
+        leave();
+    }
+
   private:
     class exchange : public http_exchange {
       public:
@@ -96,7 +104,7 @@ class connection : public http_connection, public std::enable_shared_from_this<c
         parser_.emplace();
         parser_->header_limit(max_header_size);
         parser_->body_limit(max_body_size);
-        limit(request_time, [this] { close(); });
+        run_after(timer_, request_time, shared_from_this(), [this] { close(); });
         http::async_read_header(socket_, buffer_, *parser_,
                                 [self = shared_from_this()](error_code error, std::size_t size) {
                                     if (!error && size > max_header_size)
@@ -220,7 +228,7 @@ class connection : public http_connection, public std::enable_shared_from_this<c
         const std::array<asio::const_buffer, 2> rest{
             asio::buffer(head_) + of_head, asio::const_buffer(body.data(), body.size()) + (written_ - of_head)};
         if (asio::buffer_size(rest) == 0) return finish();
-        limit(progress_time, [this] { close(); });
+        run_after(timer_, progress_time, shared_from_this(), [this] { close(); });
         socket_.async_write_some(rest, [self = shared_from_this()](error_code error, std::size_t count) {
             if (error) return self->close();
             self->written_ += count;
@@ -237,44 +245,20 @@ class connection : public http_connection, public std::enable_shared_from_this<c
         // Only this side is closed: closing with bytes unread would reset the connection, and the answer with it.
         error_code ignored;
         socket_.shutdown(tcp::socket::shutdown_send, ignored);
-        limit(linger_time, [this] { close(); });
-        drain();
+        run_after(timer_, linger_time, shared_from_this(), [this] { close(); });
+        buffer_.clear();
+        drain(socket_, buffer_.prepare(buffer_size), shared_from_this());
     }
 
     void stream_next() {
         head_ = next_();
         if (!head_.empty()) return write();
         idle_ = true;
-        limit(comment_time, [this] {
+        run_after(timer_, comment_time, shared_from_this(), [this] {
             idle_ = false;
             head_ = ":\n\n";
             write();
         });
-    }
-
-    void drain() {
-        buffer_.clear();
-        socket_.async_read_some(buffer_.prepare(buffer_size),
-                                [self = shared_from_this()](error_code error, std::size_t) {
-                                    if (error) return self->close();
-                                    self->drain();
-                                });
-    }
-
-    template <class Action>
-    void limit(milliseconds time, Action action) {
-        timer_.expires_after(time);
-        timer_.async_wait([self = shared_from_this(), action](error_code error) {
-            // A wait that had ended when another time was set is delivered without an error.
-            if (!error && self->timer_.expiry() <= std::chrono::steady_clock::now()) action();
-        });
-    }
-
-    void close() {
-        error_code ignored;
-        timer_.cancel();
-        socket_.close(ignored);
-        leave();
     }
 
     void leave() {
