@@ -2,6 +2,7 @@
 #ifndef LUTC_CLI_COMMANDS_COMMANDS_H
 #define LUTC_CLI_COMMANDS_COMMANDS_H
 
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,9 @@ void add_watch(const command& tool);
 
 // The end of a video connection as users write it, such as "input:1".
 std::string show_end(const std::optional<lutc::video_end>& type, int index);
+
+// The preset that is selected, or the override, as in the results of commands.
+nlohmann::ordered_json show_choice(const lutc::preset_choice& choice);
 
 }  // namespace lutc_cli
 

@@ -120,10 +120,6 @@ struct select_options : preset_options {
     void run() const { lutc::set_preset(channel, preset.ref()); }
 };
 
-ordered_json show_choice(const lutc::preset_choice& choice) {
-    return {{"presetName", choice.name}, {"presetIndex", choice.index}};
-}
-
 struct selected_options {
     int channel = 0;
 
@@ -189,6 +185,10 @@ struct restore_options {
 };
 
 }  // namespace
+
+ordered_json show_choice(const lutc::preset_choice& choice) {
+    return {{"presetName", choice.name}, {"presetIndex", choice.index}};
+}
 
 void add_presets(const command& tool) {
     const command group = tool.add_group("presets", "The preset library");

@@ -52,10 +52,6 @@ ordered_json ask(const Call& call) {
     }
 }
 
-ordered_json choice_of(const lutc::preset_choice& choice) {
-    return {{"presetName", choice.name}, {"presetIndex", choice.index}};
-}
-
 ordered_json list_presets() {
     ordered_json list = ordered_json::array();
     for (const lutc::preset_entry& entry : lutc::preset_list().presets) {
@@ -104,9 +100,9 @@ class watcher {
     }
 
     void ask_for_the_rest(snapshot& seen) const {
-        seen[{"override", 0}] = ask([] { return choice_of(lutc::get_override_preset()); });
+        seen[{"override", 0}] = ask([] { return show_choice(lutc::get_override_preset()); });
         for (int channel = 1; channel <= channels_; ++channel) {
-            seen[{"selection", channel}] = ask([&] { return choice_of(lutc::get_preset(channel)); });
+            seen[{"selection", channel}] = ask([&] { return show_choice(lutc::get_preset(channel)); });
             seen[{"state", channel}] = ask([&] { return ordered_json(lutc::get_state(channel)); });
         }
         for (const std::string& option : options_) {
