@@ -10,8 +10,6 @@
 
 namespace {
 
-std::string answer_with(const std::string& fields) { return encoded("{'type':'response','code':0," + fields + "}"); }
-
 template <class Call>
 auto call_with(const std::string& reply, Call call, int times = 1) {
     scripted_service service({send(reply), hang_up()});
@@ -21,7 +19,7 @@ auto call_with(const std::string& reply, Call call, int times = 1) {
 
 // What comes back of a grade when the service stores the components as they were sent.
 lutc::grade returned(const lutc::grade& sent) {
-    scripted_service service({send(answer_with("'none':0")), hang_up()});
+    scripted_service service({send(encoded(response(""))), hang_up()});
     lutc::send_preset("p", sent);
     const auto command = document_from(decoded(service.command()));
     std::unique_ptr<bsonElement> components(command->getElementWithKey("gradeCombo", 0)->getCopy());
@@ -88,8 +86,8 @@ TEST(Face, answersBecomeValues) {
     EXPECT_EQ(answer([] { return lutc::get_preset(1); }), (lutc::preset_choice{text, 1}));
     EXPECT_EQ(answer([] { return lutc::get_option("o"); }), text);
     const auto connections =
-        call_with(answer_with("'videoConnections':[{'sourceIndex':1,'sourceType':'input','destinationIndex':2,"
-                              "'destinationType':'elsewhere'}]"),
+        call_with(encoded(response("'videoConnections':[{'sourceIndex':1,'sourceType':'input','destinationIndex':2,"
+                                   "'destinationType':'elsewhere'}]")),
                   [] { return lutc::get_video_connections(); });
     EXPECT_EQ(connections, (std::vector<lutc::video_connection>{{lutc::video_end::input, 1, std::nullopt, 2}}));
 }
@@ -113,9 +111,9 @@ TEST(Face, failuresSayWhy) {
         EXPECT_STREQ(failure.what(), "lutc_recv_preset: the service refused it (its log says why)");
     }
     std::error_code code;
-    EXPECT_EQ(call_with(answer_with("'other':0"), [&] { return lutc::get_option("o", code); }), "");
+    EXPECT_EQ(call_with(encoded(response("'other':0")), [&] { return lutc::get_option("o", code); }), "");
     EXPECT_EQ(code.value(), EPROTO);
-    EXPECT_EQ(call_with(answer_with("'value':'v'"), [&] { return lutc::get_option("o", code); }), "v");
+    EXPECT_EQ(call_with(encoded(response("'value':'v'")), [&] { return lutc::get_option("o", code); }), "v");
     EXPECT_FALSE(code);
 }
 

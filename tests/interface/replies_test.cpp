@@ -79,10 +79,6 @@ const struct {
     {"'value':'abc'", short_option, "abc", {}},
 };
 
-std::string response(const std::string& fields) {
-    return "{'type':'response','code':0" + (fields.empty() ? "" : "," + fields) + "}";
-}
-
 // Changes the k-th element, counted through all levels, and names it; "" when there are fewer. An array's element isn't
 // taken away, which would only make the array another one.
 std::string change(bsonDocument& document, int& k, bool remove, const std::string& path = "", bool in_array = false) {

@@ -24,6 +24,12 @@ inline step send(std::string bytes) { return {step::send, std::move(bytes), 0}; 
 inline step pause(int milliseconds) { return {step::pause, {}, milliseconds}; }  // once the client has read all
 inline step hang_up() { return {step::close, {}, 0}; }
 inline step reset() { return {step::reset, {}, 0}; }
+
+// The text of a reply that is a success, with these fields behind the code.
+inline std::string response(const std::string& fields) {
+    return "{'type':'response','code':0" + (fields.empty() ? "" : "," + fields) + "}";
+}
+
 std::vector<step> dribble(const std::string& bytes, std::size_t piece, int milliseconds);
 
 class scripted_service {
