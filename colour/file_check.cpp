@@ -151,6 +151,9 @@ class xml_check {
     void end() {
         finish_token();
         const auto& [name, parts] = open_.back();
+        if (name == "Array" && numbers_left_ > 0) {
+            fail(line(), "the Array ends " + std::to_string(numbers_left_) + " numbers too early");
+        }
         if ((name == "ColorCorrection" || name == "ASC_CDL") && parts.empty()) {
             fail(line(), name + " has neither a SOPNode nor a SatNode");
         }

@@ -36,14 +36,8 @@ std::string join_lines(const std::string& text) {
     return line;
 }
 
-// The reader tries every format; the one that belongs to the file's extension says what is wrong.
-std::string cause_of(const std::string& path, const std::string& message) {
-    const std::string marker = "' failed with: ";
-    const std::size_t first = message.find(marker);
-    if (first == std::string::npos) return join_lines(message);
-    const std::size_t begin = first + marker.size();
-    std::string cause = message.substr(begin, message.find(marker, begin) - begin);
-    if (message.find(marker, begin) != std::string::npos) cause.resize(cause.rfind('\''));
+// What the reader says is wrong, without the path, which stands ahead of it anyhow.
+std::string cause_of(const std::string& path, std::string cause) {
     const std::string remark = "Does not appear to contain a valid ASC CDL XML:";
     if (const std::size_t at = cause.find(remark); at != std::string::npos) cause.erase(0, at + remark.size());
     const std::string name = " (" + path + ")";
@@ -52,6 +46,31 @@ std::string cause_of(const std::string& path, const std::string& message) {
     }
     return join_lines(cause);
 }
+
+// Hears what the reader remarks while this lives, and keeps its warnings. When a file is none of the format that its
+// name says, the reader would try every other one, some at ten times the cost: it is stopped before.
+class listener {
+  public:
+    explicit listener(std::vector<std::string>& warnings) {
+        ::unsetenv("OCIO_LOGGING_LEVEL");  // it would outrank the level set here
+        OCIO::SetLoggingLevel(OCIO::LOGGING_LEVEL_DEBUG);
+        OCIO::SetLoggingFunction([&warnings](const char* remark) { take(remark, warnings); });
+    }
+    listener(const listener&) = delete;
+    listener& operator=(const listener&) = delete;
+    ~listener() {
+        OCIO::ResetToDefaultLoggingFunction();
+        OCIO::SetLoggingLevel(OCIO::LOGGING_LEVEL_NONE);
+    }
+
+  private:
+    static void take(const std::string& remark, std::vector<std::string>& warnings) {
+        const std::string ordinary = "[OpenColorIO Debug]:";
+        if (remark.compare(0, ordinary.size(), ordinary) != 0) return warnings.push_back(remark);
+        const std::size_t at = remark.find("Failed primary format ");
+        if (at != std::string::npos) throw OCIO::Exception(remark.substr(remark.find(": ", at) + 2).c_str());
+    }
+};
 
 // "NAME(LINE): TEXT" as ", line LINE: TEXT"; others as they are.
 std::string tidy_warning(std::string warning) {
@@ -142,18 +161,12 @@ std::vector<correction> read_corrections(const std::string& path) {
 void guard_reader(const std::string& name, const std::string& path, const std::function<void()>& read) {
     std::vector<std::string> warnings;
     std::string cause;
-    ::unsetenv("OCIO_LOGGING_LEVEL");  // it would outrank the level set here, and hide the warnings
-    OCIO::SetLoggingLevel(OCIO::LOGGING_LEVEL_WARNING);
-    OCIO::SetLoggingFunction([&warnings](const char* message) { warnings.emplace_back(message); });
     try {
+        const listener listening(warnings);
         read();
     } catch (const OCIO::Exception& exception) {
         cause = exception.what();
-    } catch (...) {
-        OCIO::ResetToDefaultLoggingFunction();
-        throw;
     }
-    OCIO::ResetToDefaultLoggingFunction();
     const auto first = std::find_if_not(warnings.begin(), warnings.end(), is_harmless);
     if (first != warnings.end()) throw content_error(name + tidy_warning(*first));
     if (!cause.empty()) throw content_error(name + ": " + cause_of(path, cause));

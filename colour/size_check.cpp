@@ -55,9 +55,7 @@ bool size_check::read(std::size_t line, const tokens& words_of_line) {
     const bool is_shaper = kind_ == ".3dl" && rows_ + shapers_ == 0 && words_of_line.size() > 3;
     if (is_shaper) ++shapers_;
     if (!is_word && !is_shaper) count_row(words_of_line);
-    if (kind_ == ".3dl" && !is_word && !is_shaper && words_of_line.size() != 3) {
-        refuse(path_, line_, "a row has three numbers, this one " + std::to_string(words_of_line.size()));
-    }
+    if (kind_ == ".3dl" && !is_word) check_whole_numbers(words_of_line, is_shaper);
     if (word == "length") set_size(words_of_line, 1, size_unit::entries);
     if (word == "components") check(words_of_line, 1, size_unit::channels);
     if (word == "mesh" && words_of_line.size() > 1) check({words_of_line[1]}, 0, size_unit::power);
@@ -72,11 +70,41 @@ void size_check::check(const tokens& sizes, std::size_t first, size_unit unit) c
     }
 }
 
+// A .3dl's depth goes by its largest number. The reader would leave out a line with any number that isn't whole.
+void size_check::check_whole_numbers(const tokens& row, bool is_shaper) {
+    if (!is_shaper && row.size() != 3) {
+        refuse(path_, line_, "a row has three numbers, this one " + std::to_string(row.size()));
+    }
+    std::int32_t& largest = is_shaper ? largest_of_shaper_ : largest_;
+    for (std::string_view word : row) {
+        const std::string_view digits = word.substr(word.find_first_not_of('+') == 1 ? 1 : 0);
+        std::int32_t value = 0;
+        const std::from_chars_result result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        if (result.ec != std::errc() || result.ptr != digits.data() + digits.size()) {
+            refuse(path_, line_, quote(word) + " is no whole number of 32 bits");
+        }
+        largest = std::max(largest, value);
+    }
+    if (is_shaper) check_depth(largest, "of its shaper");
+}
+
+void size_check::check_depth(std::int32_t largest, const std::string& whose) const {
+    if (largest >= 128) return;
+    refuse(path_, line_,
+           "the largest number " + whose + " is " + std::to_string(largest) + "; 8 bits need 128 at least");
+}
+
 void size_check::finish() const {
+    if (is_sized_ && rows_ < most_) {
+        refuse(path_, line_,
+               "the table ends after " + std::to_string(rows_ - first_row_) + " of " +
+                   std::to_string(most_ - first_row_) + " rows");
+    }
     if (kind_ != ".3dl" || rows_ == 0) return;
     std::size_t size = 2;
     while (size < max_cube_size && size * size * size < rows_) ++size;
     if (size * size * size != rows_) refuse(path_, line_, "its " + std::to_string(rows_) + " rows are no cube");
+    check_depth(largest_, "of its rows");
 }
 
 // From here on there are as many rows as the product of the sizes.
@@ -85,6 +113,8 @@ void size_check::set_size(const tokens& sizes, std::size_t first, size_unit unit
     std::size_t count = 1;
     for (std::size_t i = first; i < sizes.size() && count <= most_rows; ++i) count *= *read_count(sizes[i]);
     most_ = std::min(most_, rows_ + count);
+    first_row_ = rows_;
+    is_sized_ = true;
 }
 
 void size_check::count_row(const tokens& row) {

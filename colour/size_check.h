@@ -3,6 +3,7 @@
 #define LUTC_COLOUR_SIZE_CHECK_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,8 +17,8 @@ enum class size_unit { points, entries, channels, power };
 std::string fault_of_size(std::string_view text, size_unit unit);
 
 // Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other and throws content_error at the line of a size
-// that is too large, at a word that such a file doesn't have, or at the first row too many: before anyone makes room
-// for the table.
+// that is too large, at a word that such a file doesn't have, at the first row too many or behind the last of too few,
+// and at a number that isn't whole in a .3dl, or too low for its depth: before anyone makes room for the table.
 class size_check {
   public:
     using tokens = std::vector<std::string_view>;
@@ -33,6 +34,8 @@ class size_check {
     void check(const tokens& sizes, std::size_t first, size_unit unit) const;
     void set_size(const tokens& sizes, std::size_t first, size_unit unit);
     void count_row(const tokens& row);
+    void check_whole_numbers(const tokens& row, bool is_shaper);
+    void check_depth(std::int32_t largest, const std::string& whose) const;
     bool read_cinespace(const tokens& words_of_line);
 
     const std::string& path_;
@@ -41,6 +44,10 @@ class size_check {
     std::size_t count_ = 0;  // lines that hold something, and
     std::size_t rows_ = 0;   // those of them that are rows, of which there are at most
     std::size_t most_;
+    std::size_t first_row_ = 0;  // of the table whose size is known
+    bool is_sized_ = false;
+    std::int32_t largest_ = INT32_MIN;
+    std::int32_t largest_of_shaper_ = INT32_MIN;
     bool is_cube_ = false;
     bool is_metadata_ = false;
     bool is_end_ = false;  // of the metadata

@@ -133,13 +133,16 @@ BAD_FILES = [
     ("domain.cube", "DOMAIN_MAX 1 1 1,5\n" + cube(entries(2), 2), "line 1: '1,5' has a comma"),
     ("short.cube", cube([], 2) + "".join(GOOD[:7]), "line 9: the table ends after 7 of 8 rows"),
     ("long.cube", cube([], 2) + "".join(GOOD + GOOD[:1]), "line 11: a row more than the 8"),
-    ("short.spi1d", SPI1D % (3, 1, "0\n1\n"), "line 8: Not enough entries"),
+    ("short.spi1d", SPI1D % (3, 1, "0\n1\n"), "line 8: the table ends after 2 of 3 rows"),
     ("comma.spi1d", SPI1D % (3, 1, "0\n0,5\n1\n"), "line 7: '0,5' has a comma"),
     ("nan.clf", clf_with_row("0 NaN 0"), "line 5: 'NaN' is not finite"),
-    ("short.clf", clf_with_row(""), "line 3: Expected 2x2x2x3"),
+    ("short.clf", clf_with_row(""), "line 12: the Array ends 3 numbers too early"),
     ("unknown.clf", clf("<Bend/>\n" + clf_cube(entries(2), 2)), "line 3: Unrecognized element 'Bend'"),
     ("cut.clf", clf("")[:60], "line 2"),
     ("short.3dl", "0 64 128 192\n" + "1 2 3\n" * 26, "line 27: its 26 rows are no cube"), ("row.3dl", "0 64 128 192\n1 2 3\n1 2 3 4\n", "line 3: a row has three numbers"),
+    # The reader would leave out the line, and would try every other format for numbers too low.
+    ("point.3dl", "0 64 128 192\n1 2.0 3\n", "line 2: '2.0' is no whole number of 32 bits"), ("low.3dl", "127 2 3\n" * 8, "line 8: the largest number of its rows is 127"),
+    ("shaper.3dl", "0 1 2 127\n" + "1023 2 3\n" * 8, "line 1: the largest number of its shaper is 127"),
     ("empty.cube", "", "the file is empty"),
     ("other.cube", "hello\n", "other.cube")]
 
