@@ -70,7 +70,7 @@ span domain_of(const colour_transform& transform, std::size_t channel) {
 // Of all channels, for greys.
 span domain_of(const colour_transform& transform) {
     span whole = domain_of(transform, 0);
-    for (const std::size_t channel : {1, 2}) {
+    for (const std::size_t channel : {1U, 2U}) {
         const span other = domain_of(transform, channel);
         whole = {std::min(whole.low, other.low), std::max(whole.high, other.high)};
     }
