@@ -36,13 +36,14 @@ std::string join_lines(const std::string& text) {
     return line;
 }
 
-// What the reader says is wrong, without the path, which stands ahead of it anyhow.
+// What the reader says is wrong, without the path, which may be that of a copy, and whose name stands ahead of it anyhow.
 std::string cause_of(const std::string& path, std::string cause) {
     const std::string remark = "Does not appear to contain a valid ASC CDL XML:";
     if (const std::size_t at = cause.find(remark); at != std::string::npos) cause.erase(0, at + remark.size());
-    const std::string name = " (" + path + ")";
-    for (std::size_t at = cause.find(name); at != std::string::npos; at = cause.find(name, at)) {
-        cause.erase(at, name.size());
+    for (const std::string& place : {" (" + path + ")", ": '' in " + path, " File: " + path, "' in " + path}) {
+        for (std::size_t at = cause.find(place); at != std::string::npos; at = cause.find(place, at)) {
+            cause.erase(at, place.size());
+        }
     }
     return join_lines(cause);
 }

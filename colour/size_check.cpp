@@ -58,7 +58,11 @@ bool size_check::read(std::size_t line, const tokens& words_of_line) {
     if (kind_ == ".3dl" && !is_word) check_whole_numbers(words_of_line, is_shaper);
     if (word == "length") set_size(words_of_line, 1, size_unit::entries);
     if (word == "components") check(words_of_line, 1, size_unit::channels);
-    if (word == "mesh" && words_of_line.size() > 1) check({words_of_line[1]}, 0, size_unit::power);
+    if (word == "mesh" && words_of_line.size() > 1) {
+        check({words_of_line[1]}, 0, size_unit::power);
+        const std::size_t points = (1U << *read_count(words_of_line[1])) + 1;
+        expect_rows(points * points * points);
+    }
     if (kind_ == ".spi3d" && count_ == 3) set_size(words_of_line, 0, size_unit::points);
     return !is_word;
 }
@@ -107,11 +111,16 @@ void size_check::finish() const {
     check_depth(largest_, "of its rows");
 }
 
-// From here on there are as many rows as the product of the sizes.
+// There are as many rows as the product of the sizes.
 void size_check::set_size(const tokens& sizes, std::size_t first, size_unit unit) {
     check(sizes, first, unit);
     std::size_t count = 1;
     for (std::size_t i = first; i < sizes.size() && count <= most_rows; ++i) count *= *read_count(sizes[i]);
+    expect_rows(count);
+}
+
+// From here on.
+void size_check::expect_rows(std::size_t count) {
     most_ = std::min(most_, rows_ + count);
     first_row_ = rows_;
     is_sized_ = true;

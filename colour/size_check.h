@@ -33,6 +33,7 @@ class size_check {
   private:
     void check(const tokens& sizes, std::size_t first, size_unit unit) const;
     void set_size(const tokens& sizes, std::size_t first, size_unit unit);
+    void expect_rows(std::size_t count);
     void count_row(const tokens& row);
     void check_whole_numbers(const tokens& row, bool is_shaper);
     void check_depth(std::int32_t largest, const std::string& whose) const;

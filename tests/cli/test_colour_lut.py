@@ -142,6 +142,8 @@ BAD_FILES = [
     ("short.3dl", "0 64 128 192\n" + "1 2 3\n" * 26, "line 27: its 26 rows are no cube"), ("row.3dl", "0 64 128 192\n1 2 3\n1 2 3 4\n", "line 3: a row has three numbers"),
     # The reader would leave out the line, and would try every other format for numbers too low.
     ("point.3dl", "0 64 128 192\n1 2.0 3\n", "line 2: '2.0' is no whole number of 32 bits"), ("low.3dl", "127 2 3\n" * 8, "line 8: the largest number of its rows is 127"),
+    ("mesh2.3dl", "3DMESH\nMesh 2 12\n0 255 511 767 1023\n" + "1023 2 3\n" * 64, "line 67: the table ends after 64 of 125 rows"),
+    ("prelut.csp", CSP % ("1D", "2\n0 1\n0 1\n" * 3, "2\n0 0 0\n1 1\n"), "prelut.csp: Malformed 1D csp LUT. Each line of LUT values must contain three numbers. Line: '1 1'\n"),
     ("shaper.3dl", "0 1 2 127\n" + "1023 2 3\n" * 8, "line 1: the largest number of its shaper is 127"),
     ("empty.cube", "", "the file is empty"),
     ("other.cube", "hello\n", "other.cube")]
