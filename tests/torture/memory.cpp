@@ -8,6 +8,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -37,11 +38,13 @@ long allocations = 0;           // in this run
 long first_to_fail = LONG_MAX;  // from 1
 bool fail_all_after = false;
 long failures = 0;
-long blocks = 0;  // live ones, of the whole program
+long blocks = 0;          // live ones, of the whole program
+std::size_t largest = 0;  // block of this run
 
-bool may_allocate() {
+bool may_allocate(std::size_t size) {
     if (!counting) return true;
     ++allocations;
+    largest = std::max(largest, size);
     if (allocations != first_to_fail && !(fail_all_after && allocations > first_to_fail)) return true;
     ++failures;
     errno = 0;  // a call says ENOMEM itself
@@ -57,9 +60,9 @@ void* counted(void* block) {
 
 extern "C" {
 
-void* __wrap_malloc(std::size_t size) { return may_allocate() ? counted(__real_malloc(size)) : nullptr; }
+void* __wrap_malloc(std::size_t size) { return may_allocate(size) ? counted(__real_malloc(size)) : nullptr; }
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return may_allocate() ? counted(__real_calloc(count, size)) : nullptr;
+    return may_allocate(count * size) ? counted(__real_calloc(count, size)) : nullptr;
 }
 void __wrap_free(void* block) {
     if (block != nullptr) --blocks;
@@ -88,6 +91,7 @@ int lowest_free_descriptor() {
 template <class Run>
 bool run_with(const char* name, Run run, long first, bool all_after) {
     allocations = failures = 0;
+    largest = 0;
     first_to_fail = first;
     fail_all_after = all_after;
     const long before = blocks;
@@ -248,6 +252,10 @@ int main() {
             return done;
         });
     }
+    // A table is sent from where it lies: no block is made that would hold it.
+    static unsigned char table[1 << 16];
+    const auto send = [] { return lutc_send_lut(0, 0, false, "3dlut", "f", table, sizeof table) == 0; };
+    CHECK(run_with("a large table", send, LONG_MAX, false) && largest < sizeof table / 4);
     sample.elementList.push_back(
         new bsonElement("referred", sample.getElementWithKey("inner", 0)->documentValue, false, false));
     sample.convertElementListToMessage();
