@@ -71,7 +71,7 @@ FILES = {
     # Ahead of a cube that changes nothing: a curve through 0, 1/4 and 1. Two points make a straight line of it.
     "shaped.cube": "LUT_1D_SIZE 3\nLUT_3D_SIZE 2\n0 0 0\n.25 .25 .25\n1 1 1\n" + rows(entries(2, same)),
     "small.cube": cube(entries(2, bilinear), 2),
-    "matrix.ctf": clf(UNITY.replace("1 0 0 0", "1 0.5 0 0", 1)),
+    "matrix.ctf": clf(UNITY.replace("1 0 0 0", "1 0.5 0 0", 1).replace("3 3", "3 3 3")),
     # Two points of a shaper make a straight line.
     "look.csp": CSP % ("3D\nBEGIN METADATA\nLength 99999999\nnan 1,5\nEND METADATA", "2\n0 1\n0 1\n0\n2\n0 1\n0 1\n", "5 5 5\n" + rows(entries(5))),
     "curve.csp": CSP % ("1D", "2\n0 1\n0 1\n" * 3, "5\n" + rows(CURVE)),
