@@ -62,7 +62,8 @@ verdict check_content(const unsigned char* bytes, const layout& l, extent& value
         case shape::scope: {
             const std::uint32_t size = value.end - value.begin;
             const std::uint32_t code = load32(bytes + value.begin + 4);
-            if (size < 8 || code > size - 8) return refuse(rule::code_length, value.begin + 4);
+            // Two lengths and the smallest document have 13 bytes.
+            if (size < 13 || code > size - 13) return refuse(rule::code_length, value.begin + 4);
             value.begin += 8 + code;
             return check_frame(bytes, value.begin, value.end - value.begin);
         }

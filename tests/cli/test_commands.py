@@ -101,6 +101,7 @@ class Alone(WithFolder):
         for broken, complaint in [
                 (DOCUMENT + b"\0", "at byte 0: the length says 12 bytes; there are 13"),
                 (b"\x10\0\0\0\x04a\0\x08\0\0\0\n1\0\0\0", "at byte 12: element 'a.1': the key is not the index"),
+                (b"\x13\0\0\0\x0fa\0\x08" + bytes(7) + b"\nb\0\0", "at byte 11: element 'a': the code leaves no room"),
                 (b"\x08\0\0\0\x13x\0\0", "at byte 4: element 'x': type byte 0x13 is unknown")]:
             result = self.expect(USAGE, "dump", "-", input=broken)
             self.assertIn("standard input: " + complaint, result.stderr)
@@ -127,6 +128,7 @@ class Alone(WithFolder):
                 (0x0D, b"\2\0\0\0x\0", '{"$code":"x"}'),
                 (0x0E, b"\2\0\0\0x\0", '{"$symbol":"x"}'),
                 (0x0F, b"\x12\0\0\0\2\0\0\0x\0\x08\0\0\0\n1\0\0", '{"$code":"x","$scope":{"1":null}}'),
+                (0x0F, b"\x0D\0\0\0" + bytes(4) + b"\5\0\0\0\0", '{"$code":"","$scope":{}}'),
                 (0x10, struct.pack("<i", -7), "-7"),
                 (0x11, struct.pack("<II", 2, 1), '{"$timestamp":{"t":1,"i":2}}'),
                 (0x12, struct.pack("<q", -2 ** 63), "-9223372036854775808"),
