@@ -130,6 +130,7 @@ BAD_FILES = [
     ("entities.clf", "<!DOCTYPE a>" + clf(""), "a document type"), ("line.3dl", "1 " * (1 << 20), "line 1: is longer than"),
     ("large.clf", clf('<LUT3D inBitDepth="32f" outBitDepth="32f"><Array dim="130 130 130 3"></Array></LUT3D>'), "line 3: a size of 130"),
     ("range.spi1d", SPI1D.replace("0.0 1.0", "1 1") % (2, 1, "0\n1\n"), "line 2: the minimum of the inputs"),
+    ("both.cube", "LUT_3D_INPUT_RANGE 0 1\nDOMAIN_MAX 1 1 1\n" + cube(entries(2), 2), "a domain and an input range"),
     ("domain.cube", "DOMAIN_MAX 1 1 1,5\n" + cube(entries(2), 2), "line 1: '1,5' has a comma"),
     ("short.cube", cube([], 2) + "".join(GOOD[:7]), "line 9: the table ends after 7 of 8 rows"),
     ("long.cube", cube([], 2) + "".join(GOOD + GOOD[:1]), "line 11: a row more than the 8"),
@@ -206,16 +207,19 @@ class PackTest(WithFolder):
                 self.assertEqual(result.stderr == "", not report["clipped"] and not lossy)
 
     def test_info(self):
+        self.write("steps.clf", clf(UNITY * 100))
         self.check((DONE, "lut info ranged.cube 1 0.5 0", "title: a #1\ntype: 3dlut\nstages: matrix, then 3D LUT of 3 points an axis",
                     "fileSize: 3\ndomainMinimum: 0.0 0.0 0.0\ndomainMaximum: 2.0 2.0 2.0\nshaper: false\n",
                     "exact: false\ninput: 1.0 0.5 0.0\noutput: 0.3 0.275 0.9\n"),
                    (DONE, "lut info hot.cube -.5 0.5 1", "minimum: -0.5 0.0 0.25\nmaximum: 0.5 2.0 1.0\noutOfRange: 2\nexact: true",
-                    "output: -0.5 1.0 1.0\n"), (DONE, "lut info shaped.cube", "shaper: true"), (USAGE, "lut info hot.cube 1 1"))
+                    "output: -0.5 1.0 1.0\n"), (DONE, "lut info shaped.cube", "shaper: true"), (DONE, "lut info steps.clf"), (USAGE, "lut info hot.cube 1 1"))
 
     def test_a_lossy_table_names_a_better_size(self):
         pack = "lut pack shaped.cube --samples float32 --byte-order little --order red-fastest -o table".split()
-        self.write("steep.cube", "LUT_1D_INPUT_RANGE 0 0.01\n" + FILES["shaped.cube"])
+        for name, end in (("steep.cube", "0.01"), ("dark.cube", "0.03125")):
+            self.write(name, f"LUT_1D_INPUT_RANGE 0 {end}\n" + FILES["shaped.cube"])
         for source, size, said in (("shaped", "2", "25 % off; --size 33 gives 0 %"), ("shaped", "50", "0.51 % off"),
+                                   ("dark", "2", "97 % off; --size 65 gives 0 %"),
                                    ("steep", "2", "99 % off; --size 129 gives 24 %"), ("steep", "129", "24 % off")):
             pack[2] = source + ".cube"
             result = run(*pack, "--size", size, cwd=self.folder)
@@ -279,6 +283,7 @@ class PackTest(WithFolder):
         self.check((USAGE, [*pack, "./two.cube"], "is the input two.cube too"), (USAGE, "lut plot two.cube -o same", "input"),
                    (USAGE, "grade plot --file shot.cc -o shot.cc"), (USAGE, "grade preview shot.cc -o shot.cc"),
                    (USAGE, "grade preview grade.json -o link", "input old too"), (USAGE, "grade preview two.cube -o same"),
+                   (USAGE, "grade preview grade.json -o grade.json", "is the input"),
                    (USAGE, "grade preview two.cube --picture picture.png -o picture.png"))
         self.assertTrue(self.read("two.cube").startswith(b"LUT"))
 
@@ -300,7 +305,8 @@ class PlotTest(WithFolder):
         self.assertEqual(max(picture[self.TOP + 20][self.LEFT + self.SIDE // 2 + 20]), 24)  # nothing there
         # Curves on one another are white; the whole domain is drawn.
         picture = self.plotted("wide.cube", "LUT_1D_SIZE 2\nLUT_1D_INPUT_RANGE -1 3\n0 0 0\n1 1 1\n")
-        self.assertGreater(min(self.colour_at(picture, 0.75, 0.75)), 200)
+        for part in (0.75, 1):
+            self.assertGreater(min(self.colour_at(picture, part, part)), 200)
 
     def test_slices_show_red_to_the_right_green_up_and_blue_from_slice_to_slice(self):
         picture = self.plotted("look.cube", cube(entries(3), 3))
@@ -316,6 +322,9 @@ class PlotTest(WithFolder):
         root = ElementTree.fromstring(self.read("out.svg"))
         self.assertEqual([(child.tag.rpartition("}")[2], child.text) for child in root][0], ("title", "A <look> & more"))
         self.assertIn("a?.cube: 3D LUT of 2 points an axis. Beside it slices", root[1].text)
+        texts = ["A <look> & more", "a?.cube: 3D LUT of 2 points an axis", *"0 0.2 0.4 0.6 0.8 1".split() * 2, "input", "output", "red",
+                 "green", "blue", "unchanged, 0 to 1", "slices: red to the right, green upwards", "blue = 0", "blue = 1"]
+        self.assertEqual(self.read("out.svg").count(b'href="#glyph'), len("".join(texts)))
 
 
 if __name__ == "__main__":

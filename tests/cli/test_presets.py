@@ -211,9 +211,12 @@ class Presets(WithSimulator):
         faults = ("2=truncate", "6=truncate", "7=truncate", "8=truncate", "9=refuse")
         self.start(*(part for fault in faults for part in ("--fault", "getPreset:" + fault)))
         self.make_backup("made", 3)
+        os.mkdir(self.path("b.part"))
+        self.write("b.part/009-left.json", "by one that was killed")
         self.check((DONE, "presets restore made"), (DONE, "presets backup b"))
         times = lambda: {name: os.stat(self.path("b", name)).st_mtime_ns for name in os.listdir(self.path("b"))}
         before = times()
+        self.assertNotIn("009-left.json", before)
         self.check((USAGE, "presets backup b", "--yes"), (REFUSED, "presets backup b --yes", "the answer broke off; 1 of 3 presets had been read"),
                    (REFUSED, "presets backup b --yes", "'preset/3': refused (7): refused on demand; 0 of 3"))
         self.assertEqual(before, times())

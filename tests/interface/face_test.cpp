@@ -82,7 +82,7 @@ TEST(Face, answersBecomeValues) {
     EXPECT_EQ(answer([] { return lutc::preset_list(); }),
               (lutc::preset_library{{{"a", 1, {text}}, {"b", 1, {"cdl"}}}, 9}));
     EXPECT_EQ(answer([] { return lutc::model_info(); }),
-              (lutc::model{text, text, text, {{text}, {"x"}}, {{"A", {1}}, {"B", {}}}}));
+              (lutc::model{text, text, text, {{text}}, {{"A", {1}}, {"B", {}}}}));
     EXPECT_EQ(answer([] { return lutc::get_preset(1); }), (lutc::preset_choice{text, 1}));
     EXPECT_EQ(answer([] { return lutc::get_option("o"); }), text);
     const auto connections =

@@ -192,6 +192,11 @@ TEST(Replies, limitsAndOddities) {
     for (const auto& row : rows) {
         EXPECT_EQ(read(encoded(response(row.reply)), row.read), row.expected) << row.reply;
     }
+    // A text that says it has no byte, not even the one that ends it, is empty.
+    std::string reply = encoded("{'presetName':'','type':'response','code':0,'presetIndex':7}");
+    reply.replace(16, 5, 4, '\0');
+    --reply[0];
+    EXPECT_EQ(read(reply, read_selected), " 7");
 }
 
 // Every int32 becomes an int64 that is greater by so much, every array an embedded document.

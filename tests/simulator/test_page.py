@@ -1,4 +1,5 @@
 """lutc-simulator --page: the device, its pictures, log and faults over HTTP, and what it refuses."""
+import concurrent.futures
 import contextlib
 import http.client
 import itertools
@@ -11,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zlib
 
 import bson
 
@@ -160,6 +162,14 @@ class Page(unittest.TestCase):
         self.assertEqual(rows[10][::12], bars)
         self.assertEqual(self.json("state.json")["channels"][1]["components"][0]["reason"], "there is no signal")
 
+    def test_an_input_without_a_picture_shows_its_number(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".json") as device:
+            device.write('{"inputs": 3}')
+            device.flush()
+            self.start("--device=" + device.name)
+        rows = self.picture("inputs/3", 8)
+        self.assertEqual((len(rows[0]), len(rows), zlib.crc32(bytes(itertools.chain(*itertools.chain(*rows))))), (960, 540, 0x2C42A094))
+
     def test_scales_and_names_what_has_not_changed(self):
         self.start()
         averages = [[tuple(sum(ROWS[y + j][x + i][c] for i in (0, 1) for j in (0, 1)) / 4 for c in range(3))
@@ -167,6 +177,9 @@ class Page(unittest.TestCase):
         for got, wanted in zip(itertools.chain(*self.picture("inputs/1?width=12")), itertools.chain(*averages)):
             self.assertLessEqual(max(abs(a - b) for a, b in zip(got, wanted)), 1)
         self.assertEqual(self.picture("inputs/1?width=999"), self.picture("inputs/1"))
+        with concurrent.futures.ThreadPoolExecutor(8) as asking:  # each gets its own
+            self.assertEqual(list(asking.map(lambda width: len(self.picture(f"inputs/1?width={width}")[0]), range(1, 25))),
+                             list(range(1, 25)))
 
         def etag():
             return self.ask("outputs/1.png")[1]["ETag"]
@@ -252,6 +265,7 @@ class Page(unittest.TestCase):
         self.assertEqual([self.send("getModelInfo", {})["code"] for _ in range(3)], [0, 7, 0])
         self.assertEqual(self.json("faults")["faults"], ["getOption=delay,1"])  # the other is over
         self.assertEqual(self.json("faults?fault=getOption%3Ddelay,1", "DELETE")["faults"], [])
+        self.assertEqual(self.ask("faults?fault=getOption%3Ddelay,1", "DELETE")[0], 404)
         for body, complaint in (('{"fault": "x=close"}', 'no command "x"'), ('{"fault": "*=fire"}', 'no fault "fire"'),
                                 ("[", "the body is not"), ('{"fault": 1}', "the body is not"), ("[" * 60000, "the body is not")):
             status, _, answer = self.ask("faults", "POST", body)
@@ -286,7 +300,8 @@ class Page(unittest.TestCase):
                 (self.posted("Content-Length: 1\r\nTransfer-Encoding: chunked"), 0, 400)):
             self.assertEqual(self.raw(lines.encode() + body * b"x"), status, lines[:80])
         full, head = (self.ask("outputs/1.png", method) for method in ("GET", "HEAD"))
-        self.assertEqual((head[0], head[1]["Content-Length"], head[2]), (200, str(len(full[2])), b""))
+        self.assertEqual((head[0], head[1]["Content-Type"], head[1]["Content-Length"], head[2]),
+                         (200, "image/png", str(len(full[2])), b""))
 
     def request(self, size):
         head, end = "GET / HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nX: ", "\r\n\r\n"

@@ -62,12 +62,16 @@ class Server(unittest.TestCase):
         self.assertEqual(bson.decode(self.send(command("getColorTransformState", channelIndex=1))),
                          {"type": "response", "msgID": 1, "code": 0, "message": "ok", "colorTransformState": 0})
         self.send(command("x", data=b"\0\1", message="no\n\x1fl\u00efne\x9b", none=None, list=[1.5, {"deep": True}]))
+        with socket.create_connection(("127.0.0.1", self.port), DEADLINE) as connection:
+            connection.sendall(b"\x10")
+        self.simulator.wait_for("3 - closed by the client within a command\n")
         self.simulator.stop()
         self.assertEqual([re.sub(r"^\d\d:\d\d:\d\d\.\d{3} ", "", line.rstrip("\n")) for line in self.simulator.lines[1:]], [
             "1 < getColorTransformState channelIndex=1",
             '1 > code=0 message="ok" colorTransformState=0',
             r'2 < x data=[2 bytes 00 01] message="no\x0a\x1flïne\xc2\x9b" none=null list=[1.5 {deep=true}]',
-            r'2 > code=2 message="there is no command \"x\""'])
+            r'2 > code=2 message="there is no command \"x\""',
+            "3 - closed by the client within a command"])
 
     def test_puts_commands_together(self):
         self.start("--quiet")
@@ -106,6 +110,7 @@ class Server(unittest.TestCase):
         self.simulator.stop()
         self.start("--quiet")
         self.assertEqual(self.message(whole), "the command has more than 1000000 elements")
+        self.assertEqual(self.message(struct.pack("<I", len(elements) - 2) + elements[7:] + b"\0"), '"protocolVersion" is missing')
 
     def test_goes_wrong_on_demand(self):
         kinds = ["reset", "close", "silence,50", "event-first", "event-glued", "trickle", "delay", "truncate", "length", "garbage"]

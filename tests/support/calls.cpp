@@ -12,7 +12,7 @@ const char* const any_reply =
     "{'type':'3dlut','typeIndex':1,'dataFormat':'f16','data':'hex:01'},"
     "{'type':'cdl','typeIndex':1,'data':'hex:03'}],"
     "'modelName':'a text on a heap','friendlyName':'a text on a heap','modelSerial':'a text on a "
-    "heap','gradeCombos':[['a text on a heap'],['x']],"
+    "heap','gradeCombos':[['a text on a heap']],"
     "'gradeChannels':[{'channelName':'A','supportedGradeComboIndices':[1]},"
     "{'channelName':'B','supportedGradeComboIndices':[]}],'colorTransformState':1,"
     "'videoConnections':[{'sourceIndex':1,'destinationIndex':1,'sourceType':'input','destinationType':'input'}],"
