@@ -3,6 +3,7 @@ import contextlib
 import json
 import os
 import re
+import signal
 import socket
 import struct
 import subprocess
@@ -80,6 +81,9 @@ class Server(unittest.TestCase):
         for cut in range(1, len(model)):
             self.assertEqual(self.send(model[:cut], model[cut:]), expected, cut)
         self.assertEqual(self.send(model + model), expected, "one command a connection")
+        self.simulator.process.send_signal(signal.SIGINT)  # Ctrl-C is a usual end too
+        self.simulator.reap()
+        self.assertEqual(self.simulator.process.returncode, 0)
 
     def test_refuses_impossible_lengths_without_losing_the_reply(self):
         self.start("--quiet", "--max-command", "1000")
