@@ -131,7 +131,6 @@ class xml_check {
         if (open_.size() >= most_in_one) fail(line(), "elements that are nested too deep");
         if (attributes > most_in_one) fail(line(), "too many attributes");
         if (open_.size() == 1 && root_ == "ProcessList" && ++steps_ > most_in_one) fail(line(), "too many steps");
-        if (name == "look") fail(line(), "unknown element look");
     }
 
     // "129 129 129 3" of a cube, "65536 3" of a curve, "3 4 3" or "3 4" of a matrix.

@@ -67,6 +67,7 @@ std::size_t parameter_number(const char* name, std::string_view text, std::size_
 }
 
 std::set<std::size_t> component_numbers(const char* name, std::string_view text, std::size_t count) {
+    if (count == 0 && !text.empty()) throw request_error(400, std::string(name) + ": there are no components here");
     std::set<std::size_t> numbers;
     while (!text.empty()) {
         const std::size_t comma = std::min(text.find(','), text.size());

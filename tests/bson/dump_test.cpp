@@ -64,6 +64,9 @@ TEST(Dump, nestingIsIndented) {
     EXPECT_EQ(dump_of(*document_from("{'d':{'n':5}}")->elementList[0], 1),
               "\td:(embedded document){\n\t\tn:(int32)5\n\t}\n");
     EXPECT_EQ(dump_of(bsonDocument(), 3), "");
+    const auto document = document_from("{'d':5,'n':5}");
+    document->elementList[0]->valueType = 0x03;  // there is no document to go into
+    EXPECT_EQ(dump_of(*document, 0), "d:(embedded document){\nn:(int32)5\n");
 }
 
 TEST(Dump, textIsPrintedAsFarAsItsZeroByteAndNeverAsAFormat) {
