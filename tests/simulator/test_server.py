@@ -3,6 +3,7 @@ import contextlib
 import json
 import os
 import re
+import resource
 import signal
 import socket
 import struct
@@ -116,6 +117,14 @@ class Server(unittest.TestCase):
         self.assertEqual(self.message(whole), "the command has more than 1000000 elements")
         self.assertEqual(self.message(struct.pack("<I", len(elements) - 2) + elements[7:] + b"\0"), '"protocolVersion" is missing')
 
+    def test_a_media_file_that_would_become_too_large_is_a_failure(self):
+        with tempfile.TemporaryDirectory() as folder:
+            self.start("--media", folder)
+            resource.prlimit(self.simulator.process.pid, resource.RLIMIT_FSIZE, (20, resource.RLIM_INFINITY))
+            self.send(command("sendPreset", presetName="a", gradeComboIndex=1, gradeCombo=[]))
+            self.assertIn("File too large", self.message(command("savePresetsToMedia")))
+            self.assertEqual(os.listdir(folder), [])
+
     def test_goes_wrong_on_demand(self):
         kinds = ["reset", "close", "silence,50", "event-first", "event-glued", "trickle", "delay", "truncate", "length", "garbage"]
         faults = [f"--fault=getOption:{number}={kind}" for number, kind in enumerate(kinds, 1)]
@@ -185,6 +194,8 @@ class Server(unittest.TestCase):
         for fault in ("getPreset", "getPreset:0=refuse", "getPreset:3-2=refuse", "getPreset=before-", "getPreset=delay,1s"):
             self.assertEqual(run("--fault", fault)[0], 2, fault)
         self.assertEqual(run("--porl", "1")[0], 2)
+        with Simulator(SIMULATOR, "--port", "0", "--address", "0.0.0.0") as open_to_all:
+            self.assertIn("warning: whoever reaches this machine", open_to_all.lines[0])
 
 
 if __name__ == "__main__":
