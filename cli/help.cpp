@@ -32,7 +32,7 @@ const std::map<std::string, const char*, std::less<>> examples{
     {"lutc config format", "lutc config format uint16"},
     {"lutc presets", "lutc presets list"},
     {"lutc presets list", "lutc presets list"},
-    {"lutc presets upload", "lutc presets upload --name dusk --cdl a.cc --lut look.cube --apply --channel 1"},
+    {"lutc presets upload", "lutc presets upload --name A --cdl shot.cc --lut look.cube --apply --channel 1"},
     {"lutc presets download", "lutc presets download evening.json --name evening"},
     {"lutc presets delete", "lutc presets delete --name evening --yes"},
     {"lutc presets rename", "lutc presets rename --name evening --new-name dusk"},
