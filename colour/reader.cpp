@@ -49,7 +49,7 @@ std::string cause_of(const std::string& path, std::string cause) {
 }
 
 // Hears what the reader remarks while this lives, and keeps its warnings. When a file is none of the format that its
-// name says, the reader would try every other one, some at ten times the cost: it is stopped before.
+// name says, the reader would try every other one, some at ten times the cost: the listener stops it there.
 class listener {
   public:
     explicit listener(std::vector<std::string>& warnings) {
@@ -68,8 +68,10 @@ class listener {
     static void take(const std::string& remark, std::vector<std::string>& warnings) {
         const std::string ordinary = "[OpenColorIO Debug]:";
         if (remark.compare(0, ordinary.size(), ordinary) != 0) return warnings.push_back(remark);
-        const std::size_t at = remark.find("Failed primary format ");
-        if (at != std::string::npos) throw OCIO::Exception(remark.substr(remark.find(": ", at) + 2).c_str());
+        const std::string failed = "Failed primary format ";  // not a path that has these words
+        const std::size_t at = std::min(remark.find_first_not_of(" \t", ordinary.size()), remark.size());
+        if (remark.compare(at, failed.size(), failed) == 0)
+            throw OCIO::Exception(remark.substr(remark.find(": ", at) + 2).c_str());
     }
 };
 

@@ -12,18 +12,28 @@ namespace lutc_terminal {
 using nlohmann::ordered_json;
 
 constexpr int max_depth = 100;
+// The parser's time grows with the square of both; an index of a whole library has fewer.
+constexpr std::size_t max_values = 30000, max_members = 1000;
 
 ordered_json parse_json(const std::vector<unsigned char>& bytes, const std::string& path) {
     const std::string place = (path == "-" ? "standard input" : path) + ": ";
     // Of two members with the same key the parser would silently drop one.
     std::vector<std::set<std::string>> keys;
-    const auto check = [&keys, &place](int depth, ordered_json::parse_event_t event, ordered_json& value) {
+    std::size_t values = 0;
+    const auto check = [&keys, &values, &place](int depth, ordered_json::parse_event_t event, ordered_json& value) {
         if (depth > max_depth) throw content_error(place + "nested more than " + std::to_string(max_depth) + " deep");
+        const bool is_value = event == ordered_json::parse_event_t::value ||
+                              event == ordered_json::parse_event_t::object_start ||
+                              event == ordered_json::parse_event_t::array_start;
+        if (is_value && ++values > max_values)
+            throw content_error(place + "has more than " + std::to_string(max_values) + " values");
         if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
         if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
         if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
             throw content_error(place + value.get<std::string>() + ": stands twice in one object");
         }
+        if (event == ordered_json::parse_event_t::key && keys.back().size() > max_members)
+            throw content_error(place + "an object has more than " + std::to_string(max_members) + " members");
         return true;
     };
     try {

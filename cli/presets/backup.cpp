@@ -77,7 +77,8 @@ fs::path exchange(const fs::path& finished, const fs::path& folder) {
 // The files that were there are removed afterwards.
 void put_in_place(const fs::path& finished, const fs::path& folder) {
     if (fs::exists(folder) && !fs::is_empty(folder)) {
-        fs::remove_all(exchange(finished, folder));
+        std::error_code ignored;  // the new one is in place
+        fs::remove_all(exchange(finished, folder), ignored);
     } else {
         move_folder(finished, folder);
     }
@@ -183,9 +184,12 @@ std::size_t backup_presets(const std::string& name, bool yes) {
     }
     check_replaceable(folder);
     check_replaceable(part_of(folder));
+    const bool is_left = fs::exists(folder / backup_index_name) && fs::exists(set_aside(folder) / backup_index_name);
+    if (is_left) check_replaceable(set_aside(folder));  // by a backup that ended ahead of removing it
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
     const lutc::preset_library list = lutc::preset_list();
     check_names(list);
+    if (is_left) fs::remove_all(set_aside(folder));
     for (const std::string& notice : replace_backup(folder, name, list)) print_notice(notice);
     return list.presets.size();
 }

@@ -208,6 +208,8 @@ class PackTest(WithFolder):
 
     def test_info(self):
         self.write("steps.clf", clf(UNITY * 100))
+        name = self.write("Failed primary format a.clf", clf(UNITY))  # the reader's own words for a refusal
+        self.check((DONE, ["lut", "info", name]))
         self.check((DONE, "lut info ranged.cube 1 0.5 0", "title: a #1\ntype: 3dlut\nstages: matrix, then 3D LUT of 3 points an axis",
                     "fileSize: 3\ndomainMinimum: 0.0 0.0 0.0\ndomainMaximum: 2.0 2.0 2.0\nshaper: false\n",
                     "exact: false\ninput: 1.0 0.5 0.0\noutput: 0.3 0.275 0.9\n"),

@@ -190,7 +190,9 @@ class Presets(WithSimulator):
                 ("library.json", {**index, "gradeCombos": [combination]}, USAGE, "grade combination 1 is not the same"),
                 *((file, os.symlink, USAGE, file + ": is a symbolic link") for file in ("t.bin", "002-p.json", "library.json")),
                 *((file, os.mkfifo, USAGE, file + ": is no regular file") for file in ("t.bin", "002-p.json", "library.json")),
-                *((file, "[" * (1 << 20), USAGE, "nested more than 100 deep") for file in ("002-p.json", "library.json"))]:
+                *((file, "[" * (1 << 20), USAGE, "nested more than 100 deep") for file in ("002-p.json", "library.json")),
+                ("002-p.json", "[" + "{}," * 30000, USAGE, "more than 30000 values"),
+                ("library.json", "{" + ",".join('"%d":0' % i for i in range(1001)), USAGE, "more than 1000 members")]:
             shutil.copytree(self.path("good"), self.path("broken"))
             os.remove(self.path("broken", file))
             if callable(content):
@@ -227,6 +229,9 @@ class Presets(WithSimulator):
         before = os.stat(self.path("b")).st_ino
         self.expect(DONE, *"presets backup b --yes".split(), env=environment)
         self.assertNotEqual(os.stat(self.path("b")).st_ino, before)
+        shutil.copytree(self.path("b"), self.path("b.old"))  # or ended behind them
+        self.expect(DONE, *"presets backup b --yes".split(), env=environment)
+        self.assertFalse(os.path.exists(self.path("b.old")))
         for command in ("restore", "backup"):
             os.rename(self.path("b"), self.path("b.old"))
             if command == "restore":  # without the new backup it is somebody's own folder
