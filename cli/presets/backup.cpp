@@ -64,6 +64,9 @@ fs::path exchange(const fs::path& finished, const fs::path& folder) {
     if (errno != EINVAL && errno != ENOSYS) {
         throw failure(exit_refused, folder.string() + ": can't be put in place: " + std::strerror(errno));
     }
+    // Left by a backup that ended ahead of removing it, or somebody's own: nobody can tell.
+    if (fs::exists(set_aside(folder)))
+        throw failure(exit_refused, set_aside(folder).string() + ": is in the way; remove it or give it another name");
     move_folder(folder, set_aside(folder));
     try {
         move_folder(finished, folder);
@@ -184,12 +187,9 @@ std::size_t backup_presets(const std::string& name, bool yes) {
     }
     check_replaceable(folder);
     check_replaceable(part_of(folder));
-    const bool is_left = fs::exists(folder / backup_index_name) && fs::exists(set_aside(folder) / backup_index_name);
-    if (is_left) check_replaceable(set_aside(folder));  // by a backup that ended ahead of removing it
     if (fs::exists(folder) && !fs::is_empty(folder)) confirm(yes, "Replace the backup in " + name + "?");
     const lutc::preset_library list = lutc::preset_list();
     check_names(list);
-    if (is_left) fs::remove_all(set_aside(folder));
     for (const std::string& notice : replace_backup(folder, name, list)) print_notice(notice);
     return list.presets.size();
 }

@@ -230,8 +230,11 @@ class Presets(WithSimulator):
         self.expect(DONE, *"presets backup b --yes".split(), env=environment)
         self.assertNotEqual(os.stat(self.path("b")).st_ino, before)
         shutil.copytree(self.path("b"), self.path("b.old"))  # or ended behind them
-        self.expect(DONE, *"presets backup b --yes".split(), env=environment)
-        self.assertFalse(os.path.exists(self.path("b.old")))
+        result = self.expect(REFUSED, *"presets backup b --yes".split(), env=environment)
+        self.assertIn("b.old: is in the way; remove it or give it another name", result.stderr)
+        self.check((DONE, "presets backup b --yes"))  # an exchange of names needs no other
+        self.assertEqual(len(os.listdir(self.path("b.old"))), 3)
+        shutil.rmtree(self.path("b.old"))
         for command in ("restore", "backup"):
             os.rename(self.path("b"), self.path("b.old"))
             if command == "restore":  # without the new backup it is somebody's own folder
