@@ -143,7 +143,7 @@ class xml_check {
             const bool is_last = i + 1 == sizes.size();
             const std::string fault = fault_of_size(sizes[i], is_matrix || is_last ? size_unit::channels : unit);
             if (!fault.empty()) return fail(line(), fault);
-            // Of a matrix the third size says how many channels it is for, of which each row has a number anyhow.
+            // A matrix's third size is its number of channels; rows and columns alone say how many numbers there are.
             if (is_matrix && i == 2) continue;
             numbers_left_ *= static_cast<std::size_t>(std::stoul(std::string(sizes[i])));
         }

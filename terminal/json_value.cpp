@@ -29,10 +29,11 @@ ordered_json parse_json(const std::vector<unsigned char>& bytes, const std::stri
             throw content_error(place + "has more than " + std::to_string(max_values) + " values");
         if (event == ordered_json::parse_event_t::object_start) keys.emplace_back();
         if (event == ordered_json::parse_event_t::object_end) keys.pop_back();
-        if (event == ordered_json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
+        if (event != ordered_json::parse_event_t::key) return true;
+        if (!keys.back().insert(value.get<std::string>()).second) {
             throw content_error(place + value.get<std::string>() + ": stands twice in one object");
         }
-        if (event == ordered_json::parse_event_t::key && keys.back().size() > max_members)
+        if (keys.back().size() > max_members)
             throw content_error(place + "an object has more than " + std::to_string(max_members) + " members");
         return true;
     };

@@ -5,7 +5,6 @@ import os
 import random
 import sys
 import unittest
-import zlib
 
 import reference
 
@@ -137,8 +136,7 @@ class Pictures(WithPreview):
     def test_the_chart_is_what_it_was(self):
         self.expect(DONE, "grade", "preview", self.write("nothing.json", '{"components": []}'), "-o", "chart.png")
         depth, rows = png.read(self.read("chart.png"))
-        sum_of_all = zlib.crc32(bytes(itertools.chain(*itertools.chain(*rows))))
-        self.assertEqual((depth, len(rows[0]), len(rows), sum_of_all), (8, 960, 540, 0xA836F0EB))
+        self.assertEqual((depth, len(rows[0]), len(rows), png.checksum(rows)), (8, 960, 540, 0xA836F0EB))
 
     def test_every_kind_of_png(self):
         file = self.write("nothing.json", '{"components": []}')

@@ -30,6 +30,11 @@ def written(rows, depth, kind="rgb", interlaced=False, chunks=b""):
             + chunk(b"IEND", b""))
 
 
+def checksum(rows):
+    """Of the samples, when they have 8 bits."""
+    return zlib.crc32(bytes(itertools.chain(*itertools.chain(*rows))))
+
+
 def read(data):
     """The depth and the rows of an RGB picture that isn't interlaced."""
     assert data[:8] == b"\x89PNG\r\n\x1a\n" and data.endswith(chunk(b"IEND", b""))
