@@ -119,7 +119,7 @@ verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray) {
     return frame.broken == rule::none ? check_elements(bytes, size, isArray) : frame;
 }
 
-std::uint32_t count_elements(const unsigned char* bytes, std::uint32_t size) {
+std::uint32_t count_objects(const unsigned char* bytes, std::uint32_t size) {
     const std::uint32_t last = size - 1;
     std::uint32_t count = 0;
     for (std::uint32_t at = 4; at < last;) {
@@ -134,7 +134,7 @@ std::uint32_t count_elements(const unsigned char* bytes, std::uint32_t size) {
             !find_extent(bytes, l, static_cast<std::uint32_t>(key_end + 1 - bytes), last, value)) {
             return count;
         }
-        ++count;
+        count += l.body == shape::document ? 2 : 1;
         at = l.body == shape::document ? value.begin + 4 : value.end;
     }
     return count;

@@ -32,8 +32,8 @@ struct verdict {
 
 verdict validate(const unsigned char* bytes, std::uint32_t size, bool isArray);
 
-// How many elements a valid message has, those of embedded documents included: what decoding will take.
-std::uint32_t count_elements(const unsigned char* bytes, std::uint32_t size);
+// How many objects the decoding of a valid message makes: its elements and the documents that are embedded in it.
+std::uint32_t count_objects(const unsigned char* bytes, std::uint32_t size);
 
 // The keys that lead to the element in which a byte stands, joined by points; empty for a byte of no element.
 // Everything in front of the byte is valid.

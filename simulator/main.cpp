@@ -84,7 +84,8 @@ void describe(CLI::App& app, settings& to) {
         ->always_capture_default(false);
     app.add_option("--max-command", to.server.max_command_size, "Longest command taken, in bytes")
         ->check(CLI::Range(std::size_t{5}, std::size_t{1} << 30));
-    app.add_option("--max-pending", to.server.max_pending_size, "Most bytes of all commands that are half received")
+    app.add_option("--max-pending", to.server.max_pending_size,
+                   "Most bytes of commands half received and replies not read, in all")
         ->check(CLI::Range(std::size_t{65536}, std::size_t{1} << 40));
     const auto add_seconds = [&app](const char* name, std::chrono::milliseconds& value, const char* help) {
         app.add_option_function<std::uint32_t>(

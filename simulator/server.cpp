@@ -35,7 +35,7 @@ struct server::shared_state {
     server_options options;
     service& colour_service;
     std::uint64_t connections = 0;
-    std::size_t pending = 0;                         // bytes of commands that aren't whole yet
+    std::size_t pending = 0;  // bytes of commands on their way in and of replies on their way out
     std::array<unsigned char, read_size> scratch{};  // every connection reads into it
 };
 
@@ -94,10 +94,12 @@ class session : public std::enable_shared_from_this<session> {
         try {
             const bool is_whole = framing_.add(shared_.scratch.data(), count);
             count_pending();
-            if (!is_whole) return await_command();
-            const std::vector<unsigned char> command = framing_.take();
-            count_pending();
-            deliver(shared_.colour_service.answer(number_, command));
+            if (shared_.pending > shared_.options.max_pending_size)
+                throw refusal(reason::internal, "out of memory: too much is half received, or not read by its client");
+            if (is_whole)
+                deliver(shared_.colour_service.answer(number_, framing_.take()));
+            else
+                await_command();
         } catch (const refusal& why) {
             refuse(why);
         } catch (const std::bad_alloc&) {
@@ -107,20 +109,20 @@ class session : public std::enable_shared_from_this<session> {
 
     void refuse(const refusal& why) {
         framing_ = command_framing(shared_.options.max_command_size);
-        count_pending();
         deliver(shared_.colour_service.refuse(number_, why));
     }
 
     void count_pending() {
-        shared_.pending += framing_.memory() - pending_;
-        pending_ = framing_.memory();
-        if (pending_ != 0 && shared_.pending > shared_.options.max_pending_size)
-            throw refusal(reason::internal, "out of memory: too many commands are half received");
+        std::size_t held = framing_.memory();
+        for (const delivery::piece& each : delivery_.pieces) held += each.bytes.size();
+        shared_.pending += held - pending_;
+        pending_ = held;
     }
 
     void deliver(delivery planned) {
         timer_.cancel();
         delivery_ = std::move(planned);
+        count_pending();
         next_piece_ = 0;
         deliver_next();
     }
@@ -147,6 +149,8 @@ class session : public std::enable_shared_from_this<session> {
     }
 
     void finish() {
+        delivery_.pieces.clear();
+        count_pending();
         error_code ignored;
         switch (delivery_.end) {
             case delivery::ending::reset:
@@ -172,7 +176,7 @@ class session : public std::enable_shared_from_this<session> {
     server::shared_state& shared_;
     const std::uint64_t number_;
     command_framing framing_;
-    std::size_t pending_ = 0;  // what of shared_.pending is this command's
+    std::size_t pending_ = 0;  // what of shared_.pending is this connection's
     const std::chrono::steady_clock::time_point deadline_;
     delivery delivery_;
     std::size_t next_piece_ = 0;

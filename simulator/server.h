@@ -18,7 +18,7 @@ struct server_options {
     std::string address = "127.0.0.1";
     std::uint16_t port = 54440;  // 0: any free one
     std::size_t max_command_size = 32u << 20;
-    std::size_t max_pending_size = 256u << 20;      // of all commands that aren't whole yet
+    std::size_t max_pending_size = 256u << 20;      // of commands half received and replies not read
     std::chrono::milliseconds idle_timeout{30000};  // how long a client may send nothing
     std::chrono::milliseconds deadline{60000};      // from the connection to the whole command
 };

@@ -1,5 +1,6 @@
 #include "simulator/service.h"
 
+#include <algorithm>
 #include <chrono>
 #include <new>
 #include <utility>
@@ -12,7 +13,8 @@
 
 namespace simulator {
 
-constexpr std::uint32_t max_elements = 1000000;  // decoding takes memory for each of them
+// Decoding takes memory for each element. So few that a command costs no more than ten times its size and 64 MiB.
+std::uint32_t most_elements(std::uint32_t size) { return std::min<std::uint32_t>(1000000, 300000 + size / 10); }
 
 service::service(std::string media_folder, fault_plan faults, log_sink sink, device_start start)
     : media_folder_(std::move(media_folder)),
@@ -27,9 +29,9 @@ delivery service::answer(std::uint64_t connection, const std::vector<unsigned ch
     const auto size = static_cast<std::uint32_t>(command.size());
     if (!bsonDocument::isMessageValid(command.data(), size, false))
         return refuse(connection, refusal(reason::malformed, "the command is not a valid BSON document"));
-    if (lutc_bson::count_elements(command.data(), size) > max_elements)
-        return refuse(connection, refusal(reason::malformed,
-                                          "the command has more than " + std::to_string(max_elements) + " elements"));
+    if (const std::uint32_t most = most_elements(size); lutc_bson::count_objects(command.data(), size) > most)
+        return refuse(connection,
+                      refusal(reason::malformed, "the command has more than " + std::to_string(most) + " elements"));
     bsonDocument document(command.data(), size, false, false);
     if (document.convertMessageToElementList(false) != 1)
         return refuse(connection, refusal(reason::malformed, "the command has an element of an unknown type"));

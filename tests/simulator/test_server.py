@@ -100,11 +100,12 @@ class Server(unittest.TestCase):
         self.start("--quiet", "--max-pending", "100000", "--deadline", "1")
         elements = b"\x02\0\x01\0\0\0\0" * 1000001
         whole = struct.pack("<I", len(elements) + 5) + elements + b"\0"
-        self.assertEqual(self.message(whole), "out of memory: too many commands are half received")
+        full = "out of memory: too much is half received, or not read by its client"
+        self.assertEqual(self.message(whole), full)
         half = struct.pack("<I", 70000) + bytes(60000)
         with socket.create_connection(("127.0.0.1", self.port), 20) as slow:
             slow.sendall(half)
-            self.assertEqual(self.message(half), "out of memory: too many commands are half received")
+            self.assertEqual(self.message(half), full)
             slow.settimeout(0.1)
             end = None
             while end is None:  # a byte now and then doesn't keep it open
@@ -113,9 +114,24 @@ class Server(unittest.TestCase):
                     end = slow.recv(1)
             self.assertEqual(end, b"")
         self.simulator.stop()
+        self.start("--max-pending", "3000000", "--fault=getPreset:3-4=delay,600000")  # as if nobody read them
+        table = {"typeIndex": 1, "type": "1dlut", "dataFormat": "f", "data": bytes(1600000)}
+        self.send(command("sendPreset", presetName="a", gradeCombo=[table]))
+        get = command("getPreset", presetName="a")
+        self.assertEqual([bson.decode(self.send(get))["gradeCombo"] for _ in range(2)], [[table]] * 2)
+        with contextlib.ExitStack() as stack:
+            for number in (3, 4):
+                stack.enter_context(socket.create_connection(("127.0.0.1", self.port), DEADLINE)).sendall(get)
+                self.simulator.wait_for("> code=0 message=\"ok\" gradeComboIndex", number)
+            self.assertEqual(self.message(GET_OPTION), full)
+        self.simulator.stop()
+        # What decoding takes memory for: elements, and embedded documents besides.
         self.start("--quiet")
-        self.assertEqual(self.message(whole), "the command has more than 1000000 elements")
-        self.assertEqual(self.message(struct.pack("<I", len(elements) - 2) + elements[7:] + b"\0"), '"protocolVersion" is missing')
+        missing = '"protocolVersion" is missing'
+        for element, most in ((b"\2\0\1\0\0\0\0", 1000000), (b"\x0a\0", 375000), (b"\3\0\5\0\0\0\0", 230769)):
+            for count, message in ((most, missing), (most + 1, "the command has more than ")):
+                whole = struct.pack("<I", len(element) * count + 5) + element * count + b"\0"
+                self.assertTrue(self.message(whole).startswith(message), (element, count))
 
     def test_a_media_file_that_would_become_too_large_is_a_failure(self):
         with tempfile.TemporaryDirectory() as folder:
