@@ -2,12 +2,13 @@
 import itertools
 import json
 import os
+import signal
 import subprocess
 import unittest
 from xml.etree import ElementTree
 
 from colour_data import asymmetric, clf, clf_cube, cube, entries, packed, rows
-from tool import DONE, LUTC, REFUSED, USAGE, WithFolder, run
+from tool import DONE, LUTC, REFUSED, USAGE, WithFolder, on_another_host, run
 import png  # of tests/support, which tool knows
 
 CURVE = [(0.0, 0.1, 1.0), (0.25, 0.3, 0.6), (0.5, 0.45, 0.35), (0.9, 0.8, 0.125), (1.0, 0.987654, 0.0)]
@@ -264,6 +265,16 @@ class PackTest(WithFolder):
         for command in ("lut plot two.cube -o -", "grade plot --slope 1 2 3 -o -", "grade preview two.cube -o -"):
             result = subprocess.run([LUTC, *command.split(), "--json"], cwd=self.folder, capture_output=True)
             self.assertEqual((png.read(result.stdout)[0], json.loads(result.stderr)), (8, {"done": True}))
+        # What is ended when its file is on the disk, or a copy of its input, leaves nothing behind.
+        self.write("marked.clf", "\ufeff" + clf(UNITY))
+        there = sorted(os.listdir(self.folder))
+        for command in (" ".join(pack), "lut plot two.cube -o", "grade plot --slope 1 2 3 -o", "grade preview two.cube -o",
+                        "lut plot marked.clf -o"):
+            for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+                ended = run(*command.split(), "out", cwd=self.folder, preexec_fn=lambda: signal.signal(number, signal.SIG_DFL),
+                            env=on_another_host(LUTC_END_WITH=str(int(number)), TMPDIR=self.folder))
+                self.assertEqual((ended.returncode, ended.stderr), (128 + number, ""), command)
+                self.assertEqual(sorted(os.listdir(self.folder)), there, command)
         # What is no regular file is written into, and links are followed.
         os.mkfifo(self.path("pipe"))
         pipe = os.open(self.path("pipe"), os.O_RDWR)

@@ -9,7 +9,7 @@ import struct
 import subprocess
 import unittest
 
-from tool import DONE, INTERRUPTED, LUTC, REFUSED, USAGE, WithSimulator, run
+from tool import DONE, INTERRUPTED, LUTC, REFUSED, USAGE, WithSimulator, on_another_host, run
 
 TABLE_SIZE = 33 ** 3 * 3 * 2
 NAME = 'N\u00e4me "quoted"/..'
@@ -139,6 +139,15 @@ class Presets(WithSimulator):
             process.send_signal(number)
             self.assertEqual(process.wait(timeout=60), 128 + number)
             self.assertEqual(sorted(os.listdir(self.folder)), sorted(before + ["pipe"]))
+        # An upload ends too, the library as it was.
+        self.start("--fault=sendPreset:2=before-silence")
+        self.upload("p")
+        process = subprocess.Popen([LUTC, "presets", "upload", self.path("upload.json")], cwd=self.folder,
+                                   preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL))
+        self.simulator.wait_for("< sendPreset", 2)
+        process.send_signal(signal.SIGHUP)
+        self.assertEqual(process.wait(timeout=60), 128 + signal.SIGHUP)
+        self.assertEqual(self.names(), ["p"])
 
     def test_a_full_library_goes_round(self):
         os.mkdir(self.path("made"))
@@ -225,7 +234,7 @@ class Presets(WithSimulator):
         self.check((DONE, "presets delete --index 1 --yes"), (DONE, "presets backup b --yes"))
         self.assertEqual(sorted(times()), ["001-preset_2.json", "002-preset_1.json", "library.json"])
         # Without an exchange of names, and where that was ended between its two renames.
-        environment = {**os.environ, "LD_PRELOAD": os.environ["LUTC_NO_EXCHANGE"], "ASAN_OPTIONS": "verify_asan_link_order=0"}
+        environment = on_another_host()
         before = os.stat(self.path("b")).st_ino
         self.expect(DONE, *"presets backup b --yes".split(), env=environment)
         self.assertNotEqual(os.stat(self.path("b")).st_ino, before)

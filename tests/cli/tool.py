@@ -14,6 +14,11 @@ from service import Simulator  # noqa: E402
 DONE, REFUSED, USAGE, NOBODY, INTERRUPTED = 0, 1, 2, 3, 130
 
 
+def on_another_host(**variables):
+    """The environment that makes lutc run as other_host.c says."""
+    return {**os.environ, "LD_PRELOAD": os.environ["LUTC_OTHER_HOST"], "ASAN_OPTIONS": "verify_asan_link_order=0", **variables}
+
+
 def run(*arguments, input=b"", **options):
     """Runs lutc; its output as text. Standard input is no terminal."""
     result = subprocess.run([LUTC, *map(str, arguments)], input=input, capture_output=True, timeout=120, **options)
