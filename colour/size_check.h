@@ -16,9 +16,12 @@ enum class size_unit { points, entries, channels, power };
 // Empty when a text is a whole number, and at most the largest size of its kind; else what to say.
 std::string fault_of_size(std::string_view text, size_unit unit);
 
-// Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other and throws content_error at the line of a size
-// that is too large, at a word that such a file doesn't have, at the first row too many or behind the last of too few,
-// and at a number that isn't whole in a .3dl, or too low for its depth: before anyone makes room for the table.
+// Reads the lines of a .3dl, .csp, .spi1d or .spi3d one after the other, before anyone makes room for the table. Throws
+// content_error
+// - at a size that is too large,
+// - at a word that such a file doesn't have,
+// - at the first row too many, or behind the last of too few,
+// - in a .3dl, at a number that isn't whole, or too low for its depth.
 class size_check {
   public:
     using tokens = std::vector<std::string_view>;
