@@ -153,7 +153,7 @@ class xml_check {
         finish_token();
         const auto& [name, parts] = open_.back();
         if (name == "Array" && numbers_left_ > 0) {
-            fail(line(), "the Array ends " + std::to_string(numbers_left_) + " numbers too early");
+            fail(line(), "the Array lacks " + std::to_string(numbers_left_) + " of its numbers");
         }
         if ((name == "ColorCorrection" || name == "ASC_CDL") && parts.empty()) {
             fail(line(), name + " has neither a SOPNode nor a SatNode");

@@ -186,6 +186,7 @@ class ToTheDevice(WithSimulator):
     def test_grade_files_take_colour_files(self):
         for component, complaint in [({"type": "1dlut", "file": "look.cube"}, "type: '1dlut', but look.cube is a 3dlut"),
                                      ({"type": "cdl", "file": "list.ccc"}, "--id with one of"),
+                                     ({"type": "3dlut", "file": "look.cube", "size": 1}, "size: must be a whole number from 2 to "),
                                      ({"type": "3dlut", "file": "look.cube", "layout": "x"}, "layout: is not a known field")]:
             self.write("grade.json", json.dumps({"components": [component]}))
             self.check((USAGE, "grade live grade.json", complaint))

@@ -138,7 +138,7 @@ BAD_FILES = [
     ("short.spi1d", SPI1D % (3, 1, "0\n1\n"), "line 8: the table ends after 2 of 3 rows"),
     ("comma.spi1d", SPI1D % (3, 1, "0\n0,5\n1\n"), "line 7: '0,5' has a comma"),
     ("nan.clf", clf_with_row("0 NaN 0"), "line 5: 'NaN' is not finite"),
-    ("short.clf", clf_with_row(""), "line 12: the Array ends 3 numbers too early"),
+    ("short.clf", clf_with_row("0 1"), "line 12: the Array lacks 1 of its numbers"),
     ("unknown.clf", clf("<Bend/>\n" + clf_cube(entries(2), 2)), "line 3: Unrecognized element 'Bend'"),
     ("cut.clf", clf("")[:60], "line 2"),
     ("short.3dl", "0 64 128 192\n" + "1 2 3\n" * 26, "line 27: its 26 rows are no cube"), ("row.3dl", "0 64 128 192\n1 2 3\n1 2 3 4\n", "line 3: a row has three numbers"),
@@ -210,7 +210,8 @@ class PackTest(WithFolder):
     def test_info(self):
         self.write("steps.clf", clf(UNITY * 100))
         name = self.write("Failed primary format a.clf", clf(UNITY))  # the reader's own words for a refusal
-        self.check((DONE, ["lut", "info", name]))
+        self.write("below.cube", "LUT_1D_SIZE 2\n-3 -2 -1\n-4 -3 -2\n")
+        self.check((DONE, ["lut", "info", name]), (DONE, "lut info below.cube", "minimum: -4.0 -3.0 -2.0\nmaximum: -3.0 -2.0 -1.0\n"))
         self.check((DONE, "lut info ranged.cube 1 0.5 0", "title: a #1\ntype: 3dlut\nstages: matrix, then 3D LUT of 3 points an axis",
                     "fileSize: 3\ndomainMinimum: 0.0 0.0 0.0\ndomainMaximum: 2.0 2.0 2.0\nshaper: false\n",
                     "exact: false\ninput: 1.0 0.5 0.0\noutput: 0.3 0.275 0.9\n"),

@@ -106,6 +106,7 @@ class Presets(WithSimulator):
         self.check((REFUSED, "presets duplicate --name unclear --to-name b", "presets duplicate: component 1 of 'unclear' is either"),
                    (USAGE, "presets duplicate --index 1 --to-name copy", "Replace 'copy'? Give --yes"),
                    (USAGE, "presets duplicate --index 1 --to-name one", "another name"),
+                   (USAGE, ["presets", "duplicate", "--name=one", "--to-name", "x" * 33], "33 bytes"),
                    (REFUSED, "presets duplicate --name absent --to-name b", "no preset 'absent'"))
         self.assertEqual(self.names(), ["one", "copy", "two", "none", "unclear"])
 

@@ -281,7 +281,8 @@ class Page(unittest.TestCase):
                              ("log/1.json", 404), ("channels/1/components/1.json", 404), ("../state.json", 404),
                              ("outputs/1.png?depth=12", 400), ("outputs/1.png?width=0", 400), ("outputs/1.png?width=x", 400),
                              ("outputs/1.png?only=1", 400), ("channels/1.png?without=1", 400), ("log.json?since=x", 400),
-                             ("channels/1/components/1.json?points=x", 400), ("state.json?%", 400), ("state.json?a=1&a=1", 400)):
+                             ("channels/1/components/1.json?points=x", 400), ("channels/1/components/1.json?points=65537", 400),
+                             ("channels/1/components/1.json?points=65536", 404), ("state.json?%", 400), ("state.json?a=1&a=1", 400)):
             self.assertEqual(self.ask(path)[0], status, path)
         self.assertEqual([self.ask("faults", "PUT")[1]["Allow"], self.ask("reset")[0]], ["GET, HEAD, POST, DELETE", 405])
         for status, headers in ((200, {"Host": "localhost:1"}), (200, {"Origin": f"http://127.0.0.1:{self.page}"}),
