@@ -45,7 +45,8 @@ class Alone(WithFolder):
                    (USAGE, "video connect output:1 channel:1", "can't be a source"),
                    (USAGE, "video connect input:1 input:2", "can't be a destination"),
                    (USAGE, "video connect input:1 channel:x", "channel:x"),
-                   (USAGE, "watch --interval 1h", "'1h' is no time"))
+                   (USAGE, "watch --interval 1h", "'1h' is no time"),
+                   (USAGE, "watch --interval 0.9ms", "no time"), (USAGE, "watch --interval 86401s", "no time"))
 
     def test_wrong_grade_files_name_the_place(self):
         square = '{"type":"tpg","patternType":"square","videoFormat":1,"squareSize":1,'
@@ -302,6 +303,13 @@ class Asking(WithSimulator):
         self.assertEqual((code, self.simulator.count("deleteAllPresets")), (REFUSED, 0))
         self.assertEqual(self.answer(b"y\n")[1], DONE)
         self.simulator.wait_for("deleteAllPresets")
+        # Without a terminal for the question there is none.
+        mine, its = pty.openpty()
+        os.write(mine, b"y\n")
+        unseen = subprocess.run([LUTC, "presets", "clear"], stdin=its, capture_output=True, timeout=60)
+        self.assertEqual((unseen.returncode, self.simulator.count("deleteAllPresets")), (USAGE, 1))
+        os.close(mine)
+        os.close(its)
 
 
 if __name__ == "__main__":
