@@ -212,6 +212,11 @@ class PackTest(WithFolder):
         name = self.write("Failed primary format a.clf", clf(UNITY))  # the reader's own words for a refusal
         self.write("below.cube", "LUT_1D_SIZE 2\n-3 -2 -1\n-4 -3 -2\n")
         self.check((DONE, ["lut", "info", name]), (DONE, "lut info below.cube", "minimum: -4.0 -3.0 -2.0\nmaximum: -3.0 -2.0 -1.0\n"))
+        # A range counts where its limits can be reached.
+        for low, high, stages in ((0.25, 1, "range, then 3D LUT"), (0, 0.75, "range, then 3D LUT"), (-1, 2, "3D LUT")):
+            limits = "".join(f"<min{end}Value>{low}</min{end}Value><max{end}Value>{high}</max{end}Value>" for end in ("In", "Out"))
+            self.write("limits.clf", clf(f'<Range inBitDepth="32f" outBitDepth="32f">{limits}</Range>\n' + clf_cube(entries(2), 2)))
+            self.check((DONE, "lut info limits.clf", f"stages: {stages} of 2 points an axis\n"))
         self.check((DONE, "lut info ranged.cube 1 0.5 0", "title: a #1\ntype: 3dlut\nstages: matrix, then 3D LUT of 3 points an axis",
                     "fileSize: 3\ndomainMinimum: 0.0 0.0 0.0\ndomainMaximum: 2.0 2.0 2.0\nshaper: false\n",
                     "exact: false\ninput: 1.0 0.5 0.0\noutput: 0.3 0.275 0.9\n"),
